@@ -1,0 +1,11 @@
+#include "app/Failure.h"
+
+Failure Failure::platform(Domain domain, const QString &description, int code)
+{
+    return Failure(domain, description, code);
+}
+
+QString Failure::description() const
+{
+    return m_studioError ? m_studioError->errorDescription() : m_description;
+}

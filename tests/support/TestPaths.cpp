@@ -1,0 +1,66 @@
+#include "support/TestPaths.h"
+
+#include "tools/SystemPaths.h"
+
+#include <QDir>
+
+TestPaths::TestPaths()
+{
+    QDir root(m_root.path());
+    for (const char *folder : {"resources/Tools/bin", "resources/Tools/lib", "home", "Downloads",
+                               "Application Support", "system", "sys-usb"})
+        root.mkpath(QString::fromLatin1(folder));
+
+    SystemPaths::Testing::Overrides overrides;
+    overrides.resourceFolder = std::optional<QString>(resources());
+    overrides.homeFolder = root.filePath(QStringLiteral("home"));
+    overrides.downloadsFolder = downloads();
+    overrides.applicationSupportFolder = applicationSupport();
+    overrides.ioregTool = ioreg();
+    overrides.shasumTool = shasum();
+    overrides.configuratorTool = cfgutil();
+    overrides.usbDevicesFolder = usbDevices();
+    SystemPaths::Testing::setOverrides(overrides);
+}
+
+TestPaths::~TestPaths()
+{
+    SystemPaths::Testing::reset();
+}
+
+QString TestPaths::resources() const
+{
+    return QDir(root()).filePath(QStringLiteral("resources"));
+}
+QString TestPaths::toolsRoot() const
+{
+    return QDir(resources()).filePath(QStringLiteral("Tools"));
+}
+QString TestPaths::downloads() const
+{
+    return QDir(root()).filePath(QStringLiteral("Downloads"));
+}
+QString TestPaths::applicationSupport() const
+{
+    return QDir(root()).filePath(QStringLiteral("Application Support"));
+}
+QString TestPaths::ioreg() const
+{
+    return QDir(root()).filePath(QStringLiteral("system/ioreg"));
+}
+QString TestPaths::shasum() const
+{
+    return QDir(root()).filePath(QStringLiteral("system/shasum"));
+}
+QString TestPaths::cfgutil() const
+{
+    return QDir(root()).filePath(QStringLiteral("system/cfgutil"));
+}
+QString TestPaths::usbDevices() const
+{
+    return QDir(root()).filePath(QStringLiteral("sys-usb"));
+}
+QString TestPaths::tool(const QString &relativePath) const
+{
+    return QDir(toolsRoot()).filePath(relativePath);
+}

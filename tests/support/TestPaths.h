@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QString>
+#include <QTemporaryDir>
+
+// Points every platform folder and system tool of the application at a private temporary
+// tree for the life of the object, and restores the real ones afterwards.
+//
+//   root/resources          the resource folder; Tools/ inside it (with bin/ and lib/) is
+//                           the tools folder where fake tools go
+//   root/home, root/Downloads, root/Application Support
+//   root/system/ioreg, root/system/shasum, root/system/cfgutil   fixed system tools
+//   root/sys-usb            the sysfs folder of USB devices
+class TestPaths {
+public:
+    TestPaths();
+    ~TestPaths();
+    TestPaths(const TestPaths &) = delete;
+    TestPaths &operator=(const TestPaths &) = delete;
+
+    QString root() const { return m_root.path(); }
+    QString resources() const;
+    // The tools folder the locator finds (created).
+    QString toolsRoot() const;
+    QString downloads() const;
+    QString applicationSupport() const;
+    QString ioreg() const;
+    QString shasum() const;
+    QString cfgutil() const;
+    // A path inside the tools folder, e.g. tool("bin/irecovery").
+    QString tool(const QString &relativePath) const;
+    QString usbDevices() const;
+
+private:
+    QTemporaryDir m_root;
+};

@@ -1,0 +1,161 @@
+#include "tools/ProcessRunner.h"
+#include "support/FakeTools.h"
+#include "support/TestPaths.h"
+#include "tools/ToolLocator.h"
+
+#include <QCoroTask>
+#include <QDir>
+#include <QFile>
+#include <QTest>
+#include <QTimer>
+
+namespace {
+
+ProcessResult runNow(const QString &executable, const QStringList &arguments = {})
+{
+    return QCoro::waitFor(ProcessRunner::run(executable, arguments));
+}
+
+} // namespace
+
+class ProcessRunnerTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void missingOrNonExecutablePathsStartNothing()
+    {
+        TestPaths paths;
+        const QString missing = paths.tool(QStringLiteral("bin/absent"));
+        ProcessResult result = runNow(missing);
+        QCOMPARE(result.status, -1);
+        QCOMPARE(result.output, QStringLiteral("Инструмент не найден: ") + missing);
+
+        result = runNow(paths.tool(QStringLiteral("bin")));
+        QCOMPARE(result.status, -1);
+        QCOMPARE(result.output, QStringLiteral("Инструмент не найден: ") + paths.tool(QStringLiteral("bin")));
+
+        const QString plain = paths.tool(QStringLiteral("bin/plain"));
+        QFile file(plain);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("#!/bin/sh\ntouch \"$0.ran\"\n");
+        file.close();
+        result = runNow(plain);
+        QCOMPARE(result.status, -1);
+        QCOMPARE(result.output, QStringLiteral("Инструмент не найден: ") + plain);
+        QVERIFY(!QFile::exists(plain + QStringLiteral(".ran")));
+    }
+
+    void startFailureGivesThePlatformDescription()
+    {
+        TestPaths paths;
+        const QString broken = paths.tool(QStringLiteral("bin/broken"));
+        QFile file(broken);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("\x7f"
+                   "ELF not really a program");
+        file.close();
+        QVERIFY(file.setPermissions(file.permissions() | QFileDevice::ExeOwner));
+
+        const ProcessResult result = runNow(broken);
+        QCOMPARE(result.status, -1);
+        QVERIFY(!result.output.isEmpty());
+        QVERIFY(!result.output.startsWith(QStringLiteral("Инструмент не найден")));
+    }
+
+    void outputAndStatusAreCollected()
+    {
+        TestPaths paths;
+        FakeToolBehaviour behaviour;
+        behaviour.chunks = {"first\n", "second"};
+        behaviour.exitStatus = 3;
+        behaviour.extraShell = "printf 'to stderr\\n' >&2";
+        const QString tool = FakeTools::write(paths.tool(QStringLiteral("bin/talker")), behaviour);
+
+        const ProcessResult result =
+            runNow(tool, {QStringLiteral("a b"), QStringLiteral("$HOME"), QString()});
+        QCOMPARE(result.status, 3);
+        QCOMPARE(result.output, QStringLiteral("first\nsecondto stderr\n"));
+        QCOMPARE(FakeTools::recordedArguments(tool),
+                 (QStringList{QStringLiteral("a b"), QStringLiteral("$HOME"), QString()}));
+    }
+
+    void stderrOnlyAndSilentChildren()
+    {
+        TestPaths paths;
+        FakeToolBehaviour errorsOnly;
+        errorsOnly.extraShell = "echo 'only errors' >&2";
+        errorsOnly.exitStatus = 1;
+        ProcessResult result = runNow(FakeTools::write(paths.tool(QStringLiteral("bin/errors")), errorsOnly));
+        QCOMPARE(result.status, 1);
+        QCOMPARE(result.output, QStringLiteral("only errors\n"));
+
+        result = runNow(FakeTools::write(paths.tool(QStringLiteral("bin/silent")), FakeToolBehaviour{}));
+        QCOMPARE(result.status, 0);
+        QCOMPARE(result.output, QString());
+    }
+
+    void largeOutputDoesNotDeadlock()
+    {
+        TestPaths paths;
+        const QByteArray line(1023, 'x');
+        QByteArray big;
+        for (int i = 0; i < 6 * 1024; ++i)
+            big += line + '\n';
+        const ProcessResult result =
+            runNow(FakeTools::write(paths.tool(QStringLiteral("bin/big")), FakeToolBehaviour::printing(big)));
+        QCOMPARE(result.status, 0);
+        QCOMPARE(result.output.size(), big.size());
+    }
+
+    void invalidUtf8BecomesReplacementCharacters()
+    {
+        TestPaths paths;
+        const QString tool = FakeTools::write(paths.tool(QStringLiteral("bin/bytes")),
+                                              FakeToolBehaviour::printing("ok \xff\xfe end\r\n"));
+        const ProcessResult result = runNow(tool);
+        QCOMPARE(result.status, 0);
+        QVERIFY(result.output.startsWith(QStringLiteral("ok ")));
+        QVERIFY(result.output.contains(QChar(0xFFFD)));
+        QVERIFY(result.output.endsWith(QStringLiteral(" end\r\n")));
+    }
+
+    void childSeesTheToolEnvironment()
+    {
+        TestPaths paths;
+        const QString tool = FakeTools::write(paths.tool(QStringLiteral("bin/env")), FakeToolBehaviour{});
+        QVERIFY(runNow(tool).status == 0);
+        const QProcessEnvironment seen = FakeTools::recordedEnvironment(tool);
+        QCOMPARE(seen.value(QStringLiteral("LC_ALL")), QStringLiteral("C"));
+        QVERIFY(seen.value(ToolLocator::librarySearchVariable())
+                    .startsWith(paths.toolsRoot() + QStringLiteral("/lib")));
+    }
+
+    void signalTerminationReportsTheSignalNumber()
+    {
+        TestPaths paths;
+        FakeToolBehaviour behaviour = FakeToolBehaviour::printing("before\n");
+        behaviour.extraShell = "kill -TERM $$";
+        const ProcessResult result =
+            runNow(FakeTools::write(paths.tool(QStringLiteral("bin/killed")), behaviour));
+        QCOMPARE(result.status, 15);
+        QCOMPARE(result.output, QStringLiteral("before\n"));
+    }
+
+    void callerKeepsRunningWhileTheChildWorks()
+    {
+        TestPaths paths;
+        FakeToolBehaviour slow = FakeToolBehaviour::printing("done");
+        slow.secondsBeforeOutput = 0.5;
+        const QString tool = FakeTools::write(paths.tool(QStringLiteral("bin/slow")), slow);
+
+        int ticks = 0;
+        QTimer ticker;
+        connect(&ticker, &QTimer::timeout, this, [&ticks] { ++ticks; });
+        ticker.start(20);
+        QCOMPARE(runNow(tool).output, QStringLiteral("done"));
+        QVERIFY2(ticks > 5, "the event loop must keep running while the tool runs");
+    }
+};
+
+QTEST_GUILESS_MAIN(ProcessRunnerTest)
+#include "ProcessRunnerTest.moc"

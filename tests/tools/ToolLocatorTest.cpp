@@ -1,0 +1,114 @@
+#include "tools/ToolLocator.h"
+#include "support/TestPaths.h"
+#include "tools/SystemPaths.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTest>
+
+class ToolLocatorTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void toolsRootPrefersTheResourceFolderAndFallsBack()
+    {
+        TestPaths paths;
+        QCOMPARE(ToolLocator::toolsRoot(), paths.toolsRoot());
+
+        QVERIFY(QDir(paths.toolsRoot()).removeRecursively());
+        const QString fallback = ToolLocator::toolsRoot();
+        QVERIFY(fallback.endsWith(QStringLiteral("/.local/corvalin")));
+        QVERIFY(fallback != paths.toolsRoot());
+
+        // Only existence counts: a plain file named Tools is still the tools folder.
+        QFile file(paths.toolsRoot());
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.close();
+        QCOMPARE(ToolLocator::toolsRoot(), paths.toolsRoot());
+    }
+
+    void toolsRootWithoutAResourceFolder()
+    {
+        TestPaths paths;
+        SystemPaths::Testing::Overrides overrides;
+        overrides.resourceFolder = std::optional<QString>();
+        overrides.homeFolder = paths.root();
+        SystemPaths::Testing::setOverrides(overrides);
+        QCOMPARE(ToolLocator::toolsRoot(), paths.root() + QStringLiteral("/.local/corvalin"));
+    }
+
+    void cfgutilMustBeExecutable()
+    {
+        TestPaths paths;
+        QCOMPARE(ToolLocator::cfgutil(), std::nullopt);
+
+        QFile file(paths.cfgutil());
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("#!/bin/sh\n");
+        file.close();
+        QCOMPARE(ToolLocator::cfgutil(), std::nullopt);
+
+        QVERIFY(file.setPermissions(file.permissions() | QFileDevice::ExeOwner));
+        QCOMPARE(ToolLocator::cfgutil(), std::optional(paths.cfgutil()));
+    }
+
+    void foldersAreCreatedOnDemand()
+    {
+        TestPaths paths;
+        const QString cache = ToolLocator::cacheDirectory();
+        QCOMPARE(cache, paths.downloads() + QStringLiteral("/Corvalin Firmware"));
+        QVERIFY(QFileInfo(cache).isDir());
+        QCOMPARE(ToolLocator::cacheDirectory(), cache);
+
+        const QString logs = ToolLocator::logsDirectory();
+        QCOMPARE(logs, paths.applicationSupport() + QStringLiteral("/Corvalin Studio/Logs"));
+        QVERIFY(QFileInfo(logs).isDir());
+    }
+
+    void uncreatableFolderIsStillReturned()
+    {
+        TestPaths paths;
+        QFile blocker(paths.downloads() + QStringLiteral("/Corvalin Firmware"));
+        QVERIFY(blocker.open(QIODevice::WriteOnly)); // a file where the folder should be
+        blocker.close();
+        QCOMPARE(ToolLocator::cacheDirectory(), blocker.fileName());
+    }
+
+    void environmentPrependsTheToolLibraries_data()
+    {
+        QTest::addColumn<std::optional<QString>>("inherited");
+        QTest::addColumn<QString>("suffix");
+        QTest::newRow("unset") << std::optional<QString>() << QString();
+        QTest::newRow("empty") << std::optional<QString>(QString()) << QString();
+        QTest::newRow("set") << std::optional<QString>(QStringLiteral("/opt/x")) << QStringLiteral(":/opt/x");
+    }
+
+    void environmentPrependsTheToolLibraries()
+    {
+        QFETCH(std::optional<QString>, inherited);
+        QFETCH(QString, suffix);
+        TestPaths paths;
+        const QByteArray variable = ToolLocator::librarySearchVariable().toUtf8();
+        const QByteArray saved = qgetenv(variable.constData());
+        const QByteArray savedLocale = qgetenv("LC_ALL");
+        if (inherited)
+            qputenv(variable.constData(), inherited->toUtf8());
+        else
+            qunsetenv(variable.constData());
+        qputenv("LC_ALL", "ru_RU.UTF-8");
+        qputenv("CORVALIN_PASS_THROUGH", "kept");
+
+        const QProcessEnvironment env = ToolLocator::environment();
+        QCOMPARE(env.value(QString::fromUtf8(variable)), paths.toolsRoot() + QStringLiteral("/lib") + suffix);
+        QCOMPARE(env.value(QStringLiteral("LC_ALL")), QStringLiteral("C"));
+        QCOMPARE(env.value(QStringLiteral("CORVALIN_PASS_THROUGH")), QStringLiteral("kept"));
+        QCOMPARE(env.value(QStringLiteral("PATH")), qEnvironmentVariable("PATH"));
+
+        qputenv(variable.constData(), saved);
+        qputenv("LC_ALL", savedLocale);
+        qunsetenv("CORVALIN_PASS_THROUGH");
+    }
+};
+
+QTEST_GUILESS_MAIN(ToolLocatorTest)
+#include "ToolLocatorTest.moc"

@@ -6,6 +6,17 @@
 #include <QFileInfo>
 #include <QProcess>
 
+namespace {
+
+class ProcessEnd final : public QObject {
+    Q_OBJECT
+
+signals:
+    void ended();
+};
+
+} // namespace
+
 namespace ProcessRunner {
 
 QCoro::Task<ProcessResult> run(QString executable, QStringList arguments)
@@ -22,16 +33,21 @@ QCoro::Task<ProcessResult> run(QString executable, QStringList arguments)
     // The child inherits the application's standard input, as any tool started from it would.
     process.setInputChannelMode(QProcess::ForwardedInputChannel);
 
+    // Wakes the coroutine when the child has exited or could not be started at all.
+    ProcessEnd end;
     bool failedToStart = false;
-    QObject::connect(&process, &QProcess::errorOccurred, [&failedToStart](QProcess::ProcessError error) {
-        failedToStart = failedToStart || error == QProcess::FailedToStart;
+    QObject::connect(&process, &QProcess::errorOccurred, &end, [&](QProcess::ProcessError error) {
+        if (error == QProcess::FailedToStart) {
+            failedToStart = true;
+            emit end.ended();
+        }
     });
+    QObject::connect(&process, &QProcess::finished, &end, &ProcessEnd::ended);
 
-    // Both a failed start and an exit end in the NotRunning state; a failed start may get
-    // there before start() returns.
     process.start(QIODevice::ReadOnly);
-    while (process.state() != QProcess::NotRunning)
-        co_await qCoro(&process, &QProcess::stateChanged);
+    // A failed start may be reported before start() returns.
+    if (process.state() != QProcess::NotRunning)
+        co_await qCoro(&end, &ProcessEnd::ended);
 
     if (failedToStart)
         co_return ProcessResult{-1, process.errorString()};
@@ -42,3 +58,5 @@ QCoro::Task<ProcessResult> run(QString executable, QStringList arguments)
 }
 
 } // namespace ProcessRunner
+
+#include "ProcessRunner.moc"

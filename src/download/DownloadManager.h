@@ -1,0 +1,54 @@
+#pragma once
+
+#include "app/Result.h"
+#include "app/WatchFirmware.h"
+
+#include <QObject>
+#include <QString>
+
+#include <functional>
+#include <optional>
+
+// Called exactly once per started transfer, always on the GUI thread, with the local path of
+// the verified image or the failure.
+using DownloadCompletion = std::function<void(const Result<QString> &)>;
+
+// One firmware download at a time into the cache folder, streamed to disk, verified with
+// shasum. Every assignment of a published value emits its signal, even when unchanged.
+class DownloadManager final : public QObject {
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(DownloadManager)
+    Q_PROPERTY(bool isDownloading READ isDownloading NOTIFY isDownloadingChanged)
+    Q_PROPERTY(double progress READ progress NOTIFY progressChanged)
+    Q_PROPERTY(QString statusText READ statusText NOTIFY statusTextChanged)
+
+public:
+    explicit DownloadManager(QObject *parent = nullptr);
+    ~DownloadManager() override;
+
+    bool isDownloading() const { return m_isDownloading; }
+    double progress() const { return m_progress; }
+    const QString &statusText() const { return m_statusText; }
+    // Local file paths.
+    const std::optional<QString> &downloadedURL() const { return m_downloadedURL; }
+    const std::optional<QString> &errorText() const { return m_errorText; }
+
+    // The cached image of this firmware (its local path) when a file of that name exists.
+    std::optional<QString> existingFile(const WatchFirmware &firmware) const;
+    void start(const WatchFirmware &firmware, DownloadCompletion completion);
+    void cancel();
+
+signals:
+    void isDownloadingChanged();
+    void progressChanged();
+    void statusTextChanged();
+    void downloadedURLChanged();
+    void errorTextChanged();
+
+private:
+    bool m_isDownloading = false;
+    double m_progress = 0;
+    QString m_statusText;
+    std::optional<QString> m_downloadedURL;
+    std::optional<QString> m_errorText;
+};

@@ -1,0 +1,5 @@
+#include "ui/screens/LogView.h"
+
+LogView::LogView(StudioModel *, RestoreManager *, QWidget *parent) : QWidget(parent) {}
+
+LogView::~LogView() = default;

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <QByteArray>
+#include <QHash>
+#include <QList>
+#include <QObject>
+#include <QString>
+#include <QUrl>
+
+#include <optional>
+
+class QTcpServer;
+class QTcpSocket;
+
+// How the server answers one path.
+struct HttpResponse {
+    int status = 200;
+    QByteArray body;
+    // Serve this file's bytes instead of `body` (for large files), streamed in chunks.
+    QString bodyFile;
+    QList<std::pair<QByteArray, QByteArray>> headers;
+    // Leave out Content-Length and end the body by closing the connection.
+    bool omitContentLength = false;
+    // Send only this many body bytes, then keep the connection open without sending more.
+    std::optional<qint64> stallAfterBytes;
+    // Send only this many body bytes, then drop the connection (an interrupted transfer).
+    std::optional<qint64> abortAfterBytes;
+
+    static HttpResponse ok(const QByteArray &body) { return HttpResponse{200, body, {}, {}, false, {}, {}}; }
+    static HttpResponse withStatus(int status, const QByteArray &body = {})
+    {
+        return HttpResponse{status, body, {}, {}, false, {}, {}};
+    }
+    static HttpResponse redirect(const QString &location)
+    {
+        return HttpResponse{302, {}, {}, {{"Location", location.toUtf8()}}, false, {}, {}};
+    }
+};
+
+// One request as the server received it.
+struct HttpRequest {
+    QByteArray method;
+    QByteArray path;                                  // with the query, as sent
+    QList<std::pair<QByteArray, QByteArray>> headers; // names lower-cased, in arrival order
+};
+
+// A real HTTP/1.1 server on 127.0.0.1 for tests and benchmarks: answers each request by its
+// path from a table of canned responses (404 for unknown paths) and records every request.
+// Every connection is closed after one response.
+class LocalHttpServer final : public QObject {
+    Q_OBJECT
+
+public:
+    explicit LocalHttpServer(QObject *parent = nullptr);
+    ~LocalHttpServer() override;
+
+    void setResponse(const QString &path, const HttpResponse &response);
+    // http://127.0.0.1:PORT + path
+    QUrl url(const QString &path) const;
+    const QList<HttpRequest> &requests() const { return m_requests; }
+
+signals:
+    void requestReceived();
+
+private:
+    void handle(QTcpSocket *socket);
+    void respond(QTcpSocket *socket, const HttpRequest &request);
+
+    QTcpServer *m_server;
+    QHash<QByteArray, HttpResponse> m_responses;
+    QList<HttpRequest> m_requests;
+};

@@ -7,11 +7,18 @@
 #include <QPointer>
 #include <QProcess>
 #include <QString>
+#include <QStringList>
 
 #include <optional>
 
 // The one process log of the application, image validation and the restore tool's run.
 // Every assignment of a published value emits its signal, even when unchanged.
+//
+// A restore tool runs as a child of its own: its output is appended to the log chunk by chunk
+// as it arrives, and its exit is handled on the GUI thread. Success is exit status 0 and
+// nothing else. A tool ended by a signal is reported with the signal's number as its status,
+// as the process runner does (an interrupted tool that does not catch SIGINT therefore ends
+// with "Восстановление завершилось с ошибкой 2.").
 class RestoreManager final : public QObject {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(RestoreManager)
@@ -34,6 +41,7 @@ public:
     QProcess *process() const { return m_process; }
 
     // Appends the text, with a line feed added when it has none, as one change of logText.
+    // Costs time in proportion to the text, never to the log.
     void appendLog(const QString &text);
 
     // True when the image lists the product type; otherwise lastError says why.
@@ -51,6 +59,23 @@ signals:
     void completedSuccessfullyChanged();
 
 private:
+    void setIsValidating(bool validating);
+    void setIsRestoring(bool restoring);
+    void setLastError(std::optional<QString> error);
+    void setCompletedSuccessfully(bool completed);
+    // Refuses with the message, which also goes into the log.
+    void refuse(const QString &message);
+
+    // The argument lists of the two transports.
+    static QStringList configuratorArguments(const ConnectedWatch &watch,
+                                             const std::optional<QString> &imagePath);
+    static QStringList restoreToolArguments(const QString &logFile, const QString &imagePath);
+    // Starts the tool; its handlers hold this object weakly and the process deletes itself
+    // once it has ended, so a tool outliving the manager is never killed by it.
+    void launch(const QString &program, const QStringList &arguments);
+    void handleExit(QProcess *process, int exitCode, QProcess::ExitStatus exitStatus);
+    void handleLaunchFailure(QProcess *process);
+
     bool m_isValidating = false;
     bool m_isRestoring = false;
     QString m_logText;

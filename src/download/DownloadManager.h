@@ -3,7 +3,9 @@
 #include "app/Result.h"
 #include "app/WatchFirmware.h"
 
+#include <QCoroTask>
 #include <QObject>
+#include <QPointer>
 #include <QString>
 
 #include <functional>
@@ -15,6 +17,9 @@ using DownloadCompletion = std::function<void(const Result<QString> &)>;
 
 // One firmware download at a time into the cache folder, streamed to disk, verified with
 // shasum. Every assignment of a published value emits its signal, even when unchanged.
+class FileTransfer;
+class QNetworkAccessManager;
+
 class DownloadManager final : public QObject {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(DownloadManager)
@@ -46,9 +51,30 @@ signals:
     void errorTextChanged();
 
 private:
+    void setIsDownloading(bool value);
+    void setProgress(double value);
+    void setStatusText(const QString &value);
+    void setDownloadedURL(const std::optional<QString> &value);
+    void setErrorText(const std::optional<QString> &value);
+
+    // Transfer events. Each effect on published state runs as its own queued job on the GUI
+    // thread, in arrival order, and deliberately does not check which transfer it came from.
+    void handleProgress(qint64 received, qint64 total);
+    void handleBodySaved(const QString &partialPath, const QUrl &originalURL);
+    void handleTransferFailed(const Failure &failure);
+    QCoro::Task<> verify(QString destination);
+    // Hands the result to the stored completion, if any, and forgets it.
+    void complete(const Result<QString> &result);
+
+    QNetworkAccessManager *network();
+
     bool m_isDownloading = false;
     double m_progress = 0;
     QString m_statusText;
     std::optional<QString> m_downloadedURL;
     std::optional<QString> m_errorText;
+    QString m_expectedSHA256;
+    QPointer<FileTransfer> m_task;
+    DownloadCompletion m_completion;
+    QNetworkAccessManager *m_network = nullptr;
 };

@@ -19,6 +19,12 @@ class DeviceMonitor final : public QObject {
     Q_PROPERTY(QString connectionHint READ connectionHint NOTIFY connectionHintChanged)
 
 public:
+    // The hardware model and marketing name of a product type, from the shipped device table.
+    struct WatchIdentity {
+        QString model;
+        QString name;
+    };
+
     explicit DeviceMonitor(QObject *parent = nullptr);
     ~DeviceMonitor() override;
 
@@ -31,6 +37,9 @@ public:
     void start();
     // One check of the bus, ending with the published state updated.
     QCoro::Task<> poll();
+    // Looks `productType` up in `irecovery --devices`; "—" and "Apple Watch" when it is not
+    // there or the tool cannot run.
+    static QCoro::Task<WatchIdentity> recoveryIdentity(QString productType);
 
 signals:
     void connectedWatchChanged();
@@ -38,8 +47,17 @@ signals:
     void connectionHintChanged();
 
 private:
+    // Finishes a check whose bus listing shows a KIS device, through Apple Configurator.
+    QCoro::Task<> pollConfiguratorKIS();
+
+    void setConnectedWatch(std::optional<ConnectedWatch> watch);
+    void setIsChecking(bool isChecking);
+    void setConnectionHint(QString hint);
+
     std::optional<ConnectedWatch> m_connectedWatch;
     bool m_isChecking = false;
     QString m_connectionHint;
+    // The loop outlives the monitor (it holds it weakly); this only records that it exists.
+    std::optional<QCoro::Task<>> m_pollingTask;
     QList<int> m_recoveryProductIDs;
 };

@@ -5,6 +5,9 @@
 #include "download/DownloadManager.h"
 #include "restore/RestoreManager.h"
 
+#include <QCoreApplication>
+#include <QPointer>
+
 StudioModel::StudioModel(QObject *parent)
     : StudioModel(CatalogService::defaultCatalogURL(), CatalogService::defaultAllowedHosts(), parent)
 {}
@@ -73,28 +76,139 @@ void StudioModel::setSelectedIPSW(std::optional<QString> path)
 
 QList<WatchFirmware> StudioModel::filteredFirmware() const
 {
-    return m_firmware;
+    const QString query = m_searchText.trimmed().toLower();
+    if (query.isEmpty())
+        return m_firmware;
+    QList<WatchFirmware> matches;
+    for (const WatchFirmware &record : m_firmware) {
+        if (record.productType.toLower().contains(query) || record.deviceName.toLower().contains(query) ||
+            record.version.toLower().contains(query))
+            matches.append(record);
+    }
+    return matches;
 }
 
-void StudioModel::start() {}
+void StudioModel::start()
+{
+    m_deviceMonitor->start();
+    // Runs on by itself; the task frees itself when the refresh is done.
+    refreshCatalog();
+}
 
 QCoro::Task<> StudioModel::refreshCatalog()
 {
-    co_return;
+    setIsLoadingCatalog(true);
+    setCatalogError(std::nullopt);
+
+    const QPointer<StudioModel> self(this);
+    const Result<QList<WatchFirmware>> result = co_await m_catalogService->load();
+    if (!self)
+        co_return;
+
+    if (result.ok()) {
+        const QList<WatchFirmware> &list = result.value();
+        setFirmware(list);
+        if (auto match = firmwareOfConnectedWatch(list))
+            setSelectedFirmware(*match);
+        else if (!m_selectedFirmware && !list.isEmpty())
+            setSelectedFirmware(defaultSelection(list));
+        if (m_selectedFirmware) {
+            if (auto cached = m_downloader->existingFile(*m_selectedFirmware))
+                setSelectedIPSW(*cached);
+        }
+        m_restoreManager->appendLog(QStringLiteral("Каталог обновлён: %1 моделей.").arg(list.size()));
+    } else {
+        const QString description = result.failure().description();
+        setCatalogError(description);
+        m_restoreManager->appendLog(QStringLiteral("Ошибка каталога: ") + description);
+    }
+    setIsLoadingCatalog(false);
+}
+
+std::optional<WatchFirmware> StudioModel::firmwareOfConnectedWatch(const QList<WatchFirmware> &list) const
+{
+    const std::optional<ConnectedWatch> &watch = m_deviceMonitor->connectedWatch();
+    if (!watch)
+        return std::nullopt;
+    for (const WatchFirmware &record : list) {
+        if (record.productType == watch->productType)
+            return record;
+    }
+    return std::nullopt;
+}
+
+WatchFirmware StudioModel::defaultSelection(const QList<WatchFirmware> &list)
+{
+    // The Series 3 is the model most often brought in bricked, so it is the default.
+    for (const WatchFirmware &record : list) {
+        if (record.productType == QStringLiteral("Watch3,1"))
+            return record;
+    }
+    return list.first();
 }
 
 void StudioModel::select(const WatchFirmware &firmware)
 {
     setSelectedFirmware(firmware);
+    setSelectedIPSW(m_downloader->existingFile(firmware));
 }
 
-void StudioModel::syncConnectedDevice(const std::optional<ConnectedWatch> &) {}
+void StudioModel::syncConnectedDevice(const std::optional<ConnectedWatch> &watch)
+{
+    if (!watch)
+        return;
+    for (const WatchFirmware &record : m_firmware) {
+        if (record.productType == watch->productType) {
+            select(record);
+            return;
+        }
+    }
+}
 
-void StudioModel::requestDownloadSelected() {}
+void StudioModel::requestDownloadSelected()
+{
+    if (!m_selectedFirmware)
+        return;
+    if (m_selectedFirmware->isCatalogSigned)
+        downloadSelected();
+    else
+        setShowUnsignedWarning(true);
+}
 
-void StudioModel::downloadSelected() {}
+void StudioModel::downloadSelected()
+{
+    if (!m_selectedFirmware)
+        return;
+    const QPointer<StudioModel> self(this);
+    m_downloader->start(*m_selectedFirmware, [self](const Result<QString> &result) {
+        // The result is taken over in a job of its own on the GUI thread, by which time the
+        // model may be gone.
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(),
+            [self, result] {
+                if (result.ok()) {
+                    if (self)
+                        self->setSelectedIPSW(result.value());
+                    if (self)
+                        self->m_restoreManager->appendLog(QStringLiteral("Прошивка готова: ") +
+                                                          result.value());
+                } else if (self) {
+                    self->m_restoreManager->appendLog(QStringLiteral("Ошибка загрузки: ") +
+                                                      result.failure().description());
+                }
+            },
+            Qt::QueuedConnection);
+    });
+}
 
-void StudioModel::chooseManualIPSW() {}
+void StudioModel::chooseManualIPSW()
+{
+    const ManualIPSWChoice choice = m_chooser ? m_chooser() : ManualIPSWChoice{};
+    if (!choice.confirmed)
+        return;
+    setSelectedIPSW(choice.path);
+    m_restoreManager->appendLog(QStringLiteral("Выбран локальный файл: ") + choice.path.value_or(QString()));
+}
 
 void StudioModel::setManualIPSWChooser(ManualIPSWChooser chooser)
 {

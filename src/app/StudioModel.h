@@ -95,6 +95,8 @@ private:
     void setIsLoadingCatalog(bool loading);
     void setCatalogError(std::optional<QString> error);
     void setSelectedIPSW(std::optional<QString> path);
+    std::optional<WatchFirmware> firmwareOfConnectedWatch(const QList<WatchFirmware> &list) const;
+    static WatchFirmware defaultSelection(const QList<WatchFirmware> &list);
 
     std::optional<NavigationSection> m_navigation = NavigationSection::overview;
     QList<WatchFirmware> m_firmware;

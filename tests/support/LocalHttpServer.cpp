@@ -3,6 +3,10 @@
 #include <QFile>
 #include <QHostAddress>
 #include <QPointer>
+#include <QSslCertificate>
+#include <QSslConfiguration>
+#include <QSslKey>
+#include <QSslSocket>
 #include <QTcpServer>
 #include <QTcpSocket>
 
@@ -74,9 +78,46 @@ private:
     bool m_finished = false;
 };
 
+QByteArray readTestData(const char *name)
+{
+    QFile file(QStringLiteral(CORVALIN_SUPPORT_DATA "/") + QLatin1String(name));
+    if (!file.open(QIODevice::ReadOnly))
+        qFatal("Missing test data %s", name);
+    return file.readAll();
+}
+
+// Accepts every connection as TLS with the certificate for 127.0.0.1.
+class TlsServer final : public QTcpServer {
+public:
+    using QTcpServer::QTcpServer;
+
+protected:
+    void incomingConnection(qintptr descriptor) override
+    {
+        auto *socket = new QSslSocket(this);
+        if (!socket->setSocketDescriptor(descriptor)) {
+            delete socket;
+            return;
+        }
+        socket->setLocalCertificate(QSslCertificate(readTestData("localhost-cert.pem")));
+        socket->setPrivateKey(QSslKey(readTestData("localhost-key.pem"), QSsl::Rsa));
+        socket->startServerEncryption();
+        addPendingConnection(socket);
+    }
+};
+
 } // namespace
 
-LocalHttpServer::LocalHttpServer(QObject *parent) : QObject(parent), m_server(new QTcpServer(this))
+void LocalHttpServer::trustTestCertificate()
+{
+    QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
+    configuration.addCaCertificate(QSslCertificate(readTestData("localhost-cert.pem")));
+    QSslConfiguration::setDefaultConfiguration(configuration);
+}
+
+LocalHttpServer::LocalHttpServer(Transport transport, QObject *parent)
+    : QObject(parent), m_server(transport == Transport::tls ? new TlsServer(this) : new QTcpServer(this)),
+      m_transport(transport)
 {
     connect(m_server, &QTcpServer::newConnection, this, [this] {
         while (QTcpSocket *socket = m_server->nextPendingConnection()) {
@@ -97,7 +138,8 @@ void LocalHttpServer::setResponse(const QString &path, const HttpResponse &respo
 
 QUrl LocalHttpServer::url(const QString &path) const
 {
-    return QUrl(QStringLiteral("http://127.0.0.1:%1%2").arg(m_server->serverPort()).arg(path));
+    const QString scheme = m_transport == Transport::tls ? QStringLiteral("https") : QStringLiteral("http");
+    return QUrl(QStringLiteral("%1://127.0.0.1:%2%3").arg(scheme).arg(m_server->serverPort()).arg(path));
 }
 
 void LocalHttpServer::handle(QTcpSocket *socket)

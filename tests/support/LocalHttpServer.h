@@ -51,11 +51,18 @@ class LocalHttpServer final : public QObject {
     Q_OBJECT
 
 public:
-    explicit LocalHttpServer(QObject *parent = nullptr);
+    enum class Transport { plain, tls };
+
+    // With TLS the server presents a certificate for 127.0.0.1 that trustTestCertificate()
+    // makes every client in the process accept.
+    explicit LocalHttpServer(Transport transport = Transport::plain, QObject *parent = nullptr);
     ~LocalHttpServer() override;
 
     void setResponse(const QString &path, const HttpResponse &response);
-    // http://127.0.0.1:PORT + path
+    // Adds the test certificate to the process's default TLS configuration.
+    static void trustTestCertificate();
+
+    // http(s)://127.0.0.1:PORT + path
     QUrl url(const QString &path) const;
     const QList<HttpRequest> &requests() const { return m_requests; }
 
@@ -67,6 +74,7 @@ private:
     void respond(QTcpSocket *socket, const HttpRequest &request);
 
     QTcpServer *m_server;
+    Transport m_transport;
     QHash<QByteArray, HttpResponse> m_responses;
     QList<HttpRequest> m_requests;
 };

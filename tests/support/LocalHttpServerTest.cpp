@@ -36,6 +36,20 @@ private slots:
         QCOMPARE(server.requests().first().path, QByteArray("/a?x=1"));
     }
 
+    void servesOverTlsToClientsThatTrustTheTestCertificate()
+    {
+        LocalHttpServer::trustTestCertificate();
+        LocalHttpServer server(LocalHttpServer::Transport::tls);
+        server.setResponse(QStringLiteral("/secure"), HttpResponse::ok(QByteArray(300000, 's')));
+        QNetworkAccessManager network;
+        QVERIFY(server.url(QStringLiteral("/secure")).scheme() == QStringLiteral("https"));
+
+        std::unique_ptr<QNetworkReply> reply(get(network, server.url(QStringLiteral("/secure"))));
+        QCoro::waitFor(qCoro(reply.get()).waitForFinished());
+        QCOMPARE(reply->error(), QNetworkReply::NoError);
+        QCOMPARE(reply->readAll().size(), 300000);
+    }
+
     void bodyWithoutLengthAndInterruptedBody()
     {
         LocalHttpServer server;

@@ -1,0 +1,368 @@
+#include "app/StudioModel.h"
+#include "device/DeviceMonitor.h"
+#include "download/DownloadManager.h"
+#include "restore/RestoreManager.h"
+#include "support/FakeTools.h"
+#include "support/LocalHttpServer.h"
+#include "support/TestPaths.h"
+
+#include <QCoroTask>
+#include <QCryptographicHash>
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QSignalSpy>
+#include <QStandardPaths>
+#include <QTest>
+
+namespace {
+
+const QString readyLine = QStringLiteral("Corvalin Studio готов к работе.");
+
+struct Release {
+    QString productType;
+    QString version;
+    QString build;
+    bool isSigned = true;
+    QByteArray image = "image bytes";
+};
+
+// A catalogue with one full image per release; every link points at the image server.
+QByteArray catalogue(const QList<Release> &releases, const LocalHttpServer &images)
+{
+    QJsonArray records;
+    for (const Release &release : releases) {
+        const QString file = release.productType + u'_' + release.version + QStringLiteral("_Restore.ipsw");
+        const QJsonObject link{{QStringLiteral("url"), images.url(u'/' + file).toString()}};
+        const QJsonObject source{
+            {QStringLiteral("type"), QStringLiteral("ipsw")},
+            {QStringLiteral("deviceMap"), QJsonArray{release.productType}},
+            {QStringLiteral("links"), QJsonArray{link}},
+            {QStringLiteral("hashes"),
+             QJsonObject{{QStringLiteral("sha2-256"),
+                          QString::fromLatin1(
+                              QCryptographicHash::hash(release.image, QCryptographicHash::Sha256).toHex())}}},
+            {QStringLiteral("size"), release.image.size()}};
+        records.append(QJsonObject{{QStringLiteral("version"), release.version},
+                                   {QStringLiteral("build"), release.build},
+                                   {QStringLiteral("released"), QStringLiteral("2023-09-18")},
+                                   {QStringLiteral("deviceMap"), QJsonArray{release.productType}},
+                                   {QStringLiteral("signed"), release.isSigned},
+                                   {QStringLiteral("sources"), QJsonArray{source}}});
+    }
+    return QJsonDocument(records).toJson(QJsonDocument::Compact);
+}
+
+// The servers, the tools folder and one model, as the application would have them.
+class Studio {
+public:
+    Studio()
+    {
+        LocalHttpServer::trustTestCertificate();
+        model = std::make_unique<StudioModel>(catalogServer.url(QStringLiteral("/ios/watchOS/main.json")),
+                                              QStringList{QStringLiteral("127.0.0.1")});
+        // The real checksum tool, reached through the test's system folder.
+        FakeToolBehaviour shasum;
+        shasum.extraShell = "exec /usr/bin/shasum \"$@\"";
+        FakeTools::write(paths.shasum(), shasum);
+    }
+
+    void serve(const QList<Release> &releases)
+    {
+        catalogServer.setResponse(QStringLiteral("/ios/watchOS/main.json"),
+                                  HttpResponse::ok(catalogue(releases, imageServer)));
+        for (const Release &release : releases)
+            imageServer.setResponse(u'/' + release.productType + u'_' + release.version +
+                                        QStringLiteral("_Restore.ipsw"),
+                                    HttpResponse::ok(release.image));
+    }
+
+    void refresh() { QCoro::waitFor(model->refreshCatalog()); }
+
+    // Puts a watch in Recovery on the bus and lets the monitor find it.
+    void attachWatch(const QString &productType)
+    {
+        QDir(paths.usbDevices()).mkpath(QStringLiteral("1-1"));
+        QFile id(paths.usbDevices() + QStringLiteral("/1-1/idProduct"));
+        QVERIFY(id.open(QIODevice::WriteOnly));
+        id.write("1281\n");
+        id.close();
+        FakeToolBehaviour irecovery;
+        irecovery.extraShell =
+            "case \"$1\" in -q) printf 'MODE: Recovery\\nPRODUCT: " + productType.toUtf8() +
+            "\\nECID: 0x1A2B\\n';; esac";
+        FakeTools::write(paths.tool(QStringLiteral("bin/irecovery")), irecovery);
+        QCoro::waitFor(model->deviceMonitor()->poll());
+        QVERIFY(model->deviceMonitor()->connectedWatch().has_value());
+    }
+
+    QString cachedPath(const QString &fileName) const
+    {
+        return QDir(paths.downloads()).filePath(QStringLiteral("Corvalin Firmware/") + fileName);
+    }
+
+    void putInCache(const QString &fileName)
+    {
+        QDir().mkpath(QFileInfo(cachedPath(fileName)).absolutePath());
+        QFile file(cachedPath(fileName));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+    }
+
+    QStringList logLines() const
+    {
+        return model->restoreManager()->logText().split(u'\n', Qt::SkipEmptyParts);
+    }
+
+    TestPaths paths;
+    LocalHttpServer catalogServer;
+    LocalHttpServer imageServer{LocalHttpServer::Transport::tls};
+    std::unique_ptr<StudioModel> model;
+};
+
+QStringList productTypes(const QList<WatchFirmware> &list)
+{
+    QStringList types;
+    for (const WatchFirmware &record : list)
+        types << record.productType;
+    return types;
+}
+
+} // namespace
+
+class StudioModelTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
+
+    void startsEmptyWithTheOverviewAndNothingRunning()
+    {
+        Studio studio;
+        const StudioModel &model = *studio.model;
+        QCOMPARE(model.navigation(), std::optional(NavigationSection::overview));
+        QVERIFY(model.firmware().isEmpty() && !model.selectedFirmware() && !model.selectedIPSW());
+        QVERIFY(!model.isLoadingCatalog() && !model.catalogError());
+        QVERIFY(!model.showRestoreConfirmation() && !model.showUnsignedWarning());
+        QVERIFY(studio.catalogServer.requests().isEmpty());
+        QCOMPARE(studio.logLines(), QStringList{readyLine});
+    }
+
+    void refreshChoosesTheDefaultModelOnlyWithoutASelection()
+    {
+        Studio studio;
+        studio.serve({{"Watch2,3", "6.0", "17R1"}, {"Watch3,1", "8.0", "19R1"}, {"Watch3,2", "8.0", "19R1"}});
+        studio.refresh();
+        QCOMPARE(productTypes(studio.model->firmware()), (QStringList{"Watch2,3", "Watch3,1", "Watch3,2"}));
+        QCOMPARE(studio.model->selectedFirmware()->productType, QStringLiteral("Watch3,1"));
+        QCOMPARE(studio.logLines().last(), QStringLiteral("Каталог обновлён: 3 моделей."));
+
+        // A selection survives a refresh, even as a record of the previous list.
+        const WatchFirmware previous = studio.model->firmware().at(2);
+        studio.model->select(previous);
+        studio.serve({{"Watch3,1", "8.1", "19R2"}, {"Watch3,2", "8.1", "19R2"}});
+        studio.refresh();
+        QCOMPARE(*studio.model->selectedFirmware(), previous);
+        QVERIFY(!studio.model->firmware().contains(previous));
+
+        Studio withoutSeries3;
+        withoutSeries3.serve({{"Watch4,1", "9.0", "20R1"}, {"Watch5,1", "9.0", "20R1"}});
+        withoutSeries3.refresh();
+        QCOMPARE(withoutSeries3.model->selectedFirmware()->productType, QStringLiteral("Watch4,1"));
+
+        Studio empty;
+        empty.serve({});
+        empty.refresh();
+        QVERIFY(!empty.model->selectedFirmware());
+        QCOMPARE(empty.logLines().last(), QStringLiteral("Каталог обновлён: 0 моделей."));
+    }
+
+    void refreshPrefersTheAttachedWatchAndKeepsAChosenImage()
+    {
+        Studio studio;
+        studio.serve({{"Watch3,1", "8.0", "19R1"}, {"Watch6,1", "10.0", "21R1"}});
+        studio.refresh();
+        QCOMPARE(studio.model->selectedFirmware()->productType, QStringLiteral("Watch3,1"));
+
+        // A hand-chosen image is not cleared by a refresh that finds nothing in the cache.
+        studio.model->setManualIPSWChooser([] {
+            return ManualIPSWChoice{true, QStringLiteral("/tmp/own.ipsw")};
+        });
+        studio.model->chooseManualIPSW();
+        studio.attachWatch(QStringLiteral("Watch6,1"));
+        studio.refresh();
+        QCOMPARE(studio.model->selectedFirmware()->productType, QStringLiteral("Watch6,1"));
+        QCOMPARE(studio.model->selectedIPSW(), std::optional(QStringLiteral("/tmp/own.ipsw")));
+
+        // With the image in the cache the refresh points at it.
+        studio.putInCache(QStringLiteral("Watch6,1_10.0_Restore.ipsw"));
+        studio.refresh();
+        QCOMPARE(studio.model->selectedIPSW(),
+                 std::optional(studio.cachedPath("Watch6,1_10.0_Restore.ipsw")));
+    }
+
+    void selectingAndFollowingTheWatchTakeTheCachedImageOrNone()
+    {
+        Studio studio;
+        studio.serve({{"Watch3,1", "8.0", "19R1"}, {"Watch6,1", "10.0", "21R1"}});
+        studio.refresh();
+        studio.putInCache(QStringLiteral("Watch3,1_8.0_Restore.ipsw"));
+        studio.model->select(studio.model->firmware().at(0));
+        QCOMPARE(studio.model->selectedIPSW(), std::optional(studio.cachedPath("Watch3,1_8.0_Restore.ipsw")));
+        studio.model->select(studio.model->firmware().at(1));
+        QVERIFY(!studio.model->selectedIPSW());
+
+        // Each detection cycle re-selects the attached model, replacing an image chosen by hand.
+        studio.model->setManualIPSWChooser([] {
+            return ManualIPSWChoice{true, QStringLiteral("/tmp/own.ipsw")};
+        });
+        studio.model->chooseManualIPSW();
+        QCOMPARE(studio.logLines().last(), QStringLiteral("Выбран локальный файл: /tmp/own.ipsw"));
+        studio.attachWatch(QStringLiteral("Watch6,1"));
+        studio.model->syncConnectedDevice(studio.model->deviceMonitor()->connectedWatch());
+        QVERIFY(!studio.model->selectedIPSW());
+
+        // An unlisted model and a detached watch change nothing.
+        studio.model->select(studio.model->firmware().at(0));
+        ConnectedWatch unknown;
+        unknown.productType = QStringLiteral("Watch9,9");
+        studio.model->syncConnectedDevice(unknown);
+        studio.model->syncConnectedDevice(std::nullopt);
+        QCOMPARE(studio.model->selectedFirmware()->productType, QStringLiteral("Watch3,1"));
+
+        // A cancelled chooser changes nothing and logs nothing.
+        const QString log = studio.model->restoreManager()->logText();
+        studio.model->setManualIPSWChooser([] { return ManualIPSWChoice{}; });
+        studio.model->chooseManualIPSW();
+        QCOMPARE(studio.model->restoreManager()->logText(), log);
+    }
+
+    void aFailedRefreshKeepsTheListAndReportsTheError()
+    {
+        Studio studio;
+        studio.serve({{"Watch3,1", "8.0", "19R1"}});
+        studio.refresh();
+        const QList<WatchFirmware> list = studio.model->firmware();
+
+        studio.catalogServer.setResponse(QStringLiteral("/ios/watchOS/main.json"),
+                                         HttpResponse::withStatus(404));
+        QSignalSpy loading(studio.model.get(), &StudioModel::isLoadingCatalogChanged);
+        studio.refresh();
+        const QString description = QStringLiteral("Каталог прошивок имеет неизвестный формат.");
+        QCOMPARE(studio.model->catalogError(), std::optional(description));
+        QCOMPARE(studio.logLines().last(), QStringLiteral("Ошибка каталога: ") + description);
+        QCOMPARE(studio.model->firmware(), list);
+        QCOMPARE(studio.model->selectedFirmware()->productType, QStringLiteral("Watch3,1"));
+        QCOMPARE(loading.size(), 2);
+        QVERIFY(!studio.model->isLoadingCatalog());
+
+        // The next refresh clears the error as it starts.
+        studio.serve({{"Watch3,1", "8.0", "19R1"}});
+        studio.refresh();
+        QVERIFY(!studio.model->catalogError());
+    }
+
+    void searchMatchesModelNameAndVersionOnly()
+    {
+        Studio studio;
+        studio.serve({{"Watch3,1", "8.7", "19U1"}, {"Watch6,1", "10.0", "21R1"}});
+        studio.refresh();
+        StudioModel &model = *studio.model;
+
+        const QList<std::pair<QString, QStringList>> cases{
+            {QStringLiteral(" \n\t "), {"Watch3,1", "Watch6,1"}},
+            {QStringLiteral("  WATCH6\n"), {"Watch6,1"}},
+            {QStringLiteral("8.7"), {"Watch3,1"}},
+            {QStringLiteral("apple watch"), {"Watch3,1", "Watch6,1"}},
+            {QStringLiteral("19U1"), {}},
+            {QStringLiteral("Restore.ipsw"), {}},
+        };
+        for (const auto &[query, expected] : cases) {
+            model.setSearchText(query);
+            QCOMPARE(productTypes(model.filteredFirmware()), expected);
+        }
+    }
+
+    void anUnsignedImageWaitsForConfirmation()
+    {
+        Studio studio;
+        studio.serve({{"Watch3,1", "8.0", "19R1", false}});
+        studio.refresh();
+        QVERIFY(!studio.model->selectedFirmware()->isCatalogSigned);
+        const qsizetype requestsBefore = studio.imageServer.requests().size();
+
+        studio.model->requestDownloadSelected();
+        QVERIFY(studio.model->showUnsignedWarning());
+        QVERIFY(!studio.model->downloader()->isDownloading());
+        QTest::qWait(50);
+        QCOMPARE(studio.imageServer.requests().size(), requestsBefore);
+
+        // Confirming the warning downloads it after all.
+        studio.model->downloadSelected();
+        QTRY_VERIFY(studio.model->selectedIPSW().has_value());
+        QCOMPARE(*studio.model->selectedIPSW(), studio.cachedPath("Watch3,1_8.0_Restore.ipsw"));
+    }
+
+    void aModelGoneBeforeItsDownloadEndsIsLeftAlone()
+    {
+        Studio studio;
+        HttpResponse slow = HttpResponse::ok(QByteArray(4096, 'x'));
+        slow.stallAfterBytes = 1024;
+        studio.serve({{"Watch3,1", "8.0", "19R1"}});
+        studio.imageServer.setResponse(QStringLiteral("/Watch3,1_8.0_Restore.ipsw"), slow);
+        studio.refresh();
+        studio.model->downloadSelected();
+        QTRY_VERIFY(!studio.imageServer.requests().isEmpty());
+        studio.model.reset(); // the download manager goes with it; nothing may touch the model after
+        QTest::qWait(100);
+    }
+
+    void oneRestoreFromStartToSuccess()
+    {
+        Studio studio;
+        const QByteArray image = "a full restore image for the Series 6";
+        studio.serve({{"Watch6,1", "10.0.2", "21R371", true, image}});
+        FakeToolBehaviour idevicerestore;
+        idevicerestore.extraShell = "case \"$1\" in --ipsw-info) printf 'Product Version: 10.0.2   Build: "
+                                    "21R371\\nSupported Product Types: Watch6,1 Watch6,2\\n';; *) printf "
+                                    "'Sending iBEC\\n[==========] 100%%\\nDONE\\n';; esac";
+        FakeTools::write(studio.paths.tool(QStringLiteral("bin/idevicerestore")), idevicerestore);
+        studio.attachWatch(QStringLiteral("Watch6,1"));
+        StudioModel &model = *studio.model;
+
+        model.start();
+        QTRY_VERIFY(!model.firmware().isEmpty() && !model.isLoadingCatalog());
+        QCOMPARE(model.selectedFirmware()->productType, QStringLiteral("Watch6,1"));
+        model.requestDownloadSelected();
+        const QString imagePath = studio.cachedPath("Watch6,1_10.0.2_Restore.ipsw");
+        QTRY_COMPARE(model.selectedIPSW(), std::optional(imagePath));
+
+        RestoreManager &restore = *model.restoreManager();
+        QCoro::waitFor(restore.startRestore(model.selectedIPSW(), *model.deviceMonitor()->connectedWatch()));
+        QTRY_VERIFY_WITH_TIMEOUT(restore.completedSuccessfully(), 10000);
+        QVERIFY(!restore.isRestoring());
+
+        const QStringList lines = studio.logLines();
+        const qsizetype start = lines.indexOf(QStringLiteral("Каталог обновлён: 1 моделей."));
+        QVERIFY(start == 1);
+        QCOMPARE(lines.mid(0, 2), (QStringList{readyLine, QStringLiteral("Каталог обновлён: 1 моделей.")}));
+        QCOMPARE(lines.mid(2, 5), (QStringList{QStringLiteral("Прошивка готова: ") + imagePath,
+                                               QStringLiteral("Проверка Watch6,1_10.0.2_Restore.ipsw…"),
+                                               QStringLiteral("Product Version: 10.0.2   Build: 21R371"),
+                                               QStringLiteral("Supported Product Types: Watch6,1 Watch6,2"),
+                                               QStringLiteral("Совместимость подтверждена: Watch6,1.")}));
+        QVERIFY(lines.at(7).startsWith(
+            QStringLiteral("Запуск восстановления. Журнал: ") +
+            QDir(studio.paths.applicationSupport()).filePath("Corvalin Studio/Logs/restore-")));
+        QCOMPARE(lines.mid(8),
+                 (QStringList{QStringLiteral("Транспорт: libimobiledevice Recovery/DFU."),
+                              QStringLiteral("Sending iBEC"), QStringLiteral("[==========] 100%"),
+                              QStringLiteral("DONE"), QStringLiteral("Восстановление завершено успешно.")}));
+        QCOMPARE(FakeTools::recordedArguments(studio.paths.tool(QStringLiteral("bin/idevicerestore"))).last(),
+                 imagePath);
+    }
+};
+
+QTEST_GUILESS_MAIN(StudioModelTest)
+#include "StudioModelTest.moc"

@@ -1,10 +1,49 @@
 #include "catalog/CatalogService.h"
 
+#include "catalog/AppleDBDecoder.h"
+#include "catalog/FirmwareReduction.h"
+#include "tools/DeviceTable.h"
+
+#include <QCoroFuture>
+#include <QCoroNetworkReply>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QNetworkRequest>
+#include <QSet>
+#include <QtConcurrent/QtConcurrentRun>
+
+namespace {
+
+constexpr int transferTimeoutMilliseconds = 30000;
+
+// A GET that sets exactly one header of its own, the User-Agent. Qt's HTTP/1.1 layer still
+// adds what every request carries (Host, Connection, Accept-Encoding, Accept-Language), much as
+// URLSession does; no Accept header is sent. HTTP/2 is off so the request goes out exactly so,
+// without an upgrade negotiation.
+QNetworkRequest catalogRequest(const QUrl &url)
+{
+    QNetworkRequest request(url);
+    request.setTransferTimeout(transferTimeoutMilliseconds);
+    request.setRawHeader("User-Agent", "Corvalin-Studio/1.0");
+    request.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
+    return request;
+}
+
+} // namespace
+
 CatalogService::CatalogService(QUrl catalogURL, QStringList allowedHosts, QObject *parent)
-    : QObject(parent), m_catalogURL(std::move(catalogURL)), m_allowedHosts(std::move(allowedHosts))
+    : QObject(parent), m_catalogURL(std::move(catalogURL)), m_allowedHosts(std::move(allowedHosts)),
+      m_network(new QNetworkAccessManager(this))
 {}
 
-CatalogService::~CatalogService() = default;
+CatalogService::~CatalogService()
+{
+    // A reply destroyed with the network manager never reports that it finished, so its caller
+    // would wait forever; aborted now, the caller resumes with the cancellation instead.
+    const QList<QNetworkReply *> replies = m_network->findChildren<QNetworkReply *>();
+    for (QNetworkReply *reply : replies)
+        reply->abort();
+}
 
 QUrl CatalogService::defaultCatalogURL()
 {
@@ -19,5 +58,35 @@ QStringList CatalogService::defaultAllowedHosts()
 
 QCoro::Task<Result<QList<WatchFirmware>>> CatalogService::load()
 {
-    co_return Result<QList<WatchFirmware>>(StudioError::invalidCatalog());
+    // Everything needed later is copied first: the service is not touched after the transfer,
+    // so a load still running when the service goes away touches nothing of it.
+    const QSet<QString> allowedHosts(m_allowedHosts.cbegin(), m_allowedHosts.cend());
+    QNetworkReply *reply = m_network->get(catalogRequest(m_catalogURL));
+    co_await reply;
+    reply->deleteLater();
+
+    const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
+    if (status.isValid() && status.toInt() != 200)
+        co_return StudioError::invalidCatalog();
+    if (reply->error() != QNetworkReply::NoError)
+        co_return Failure::platform(Failure::Domain::network, reply->errorString(), reply->error());
+    if (!status.isValid())
+        co_return StudioError::invalidCatalog(); // not an HTTP response
+
+    // The JSON work runs on the thread pool; each wait resumes on this (the caller's) thread.
+    QFuture<Result<QList<AppleDBFirmware>>> decoding =
+        QtConcurrent::run([body = reply->readAll()] { return AppleDBDecoder::decode(body); });
+    Result<QList<AppleDBFirmware>> records = co_await decoding;
+    if (!records)
+        co_return records.failure();
+
+    // Names are asked for only once the catalogue is known to be usable.
+    const QString deviceTable = co_await DeviceTable::fetch();
+
+    QFuture<QList<WatchFirmware>> reduction =
+        QtConcurrent::run([records = std::move(records).value(), deviceTable, allowedHosts] {
+            return FirmwareReduction::buildFirmwareList(records, FirmwareReduction::nameTable(deviceTable),
+                                                        allowedHosts);
+        });
+    co_return co_await reduction;
 }

@@ -1,0 +1,289 @@
+#include "catalog/AppleDBDecoder.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QJsonParseError>
+#include <QMetaType>
+#include <QVariant>
+
+#include <cmath>
+
+namespace {
+
+// Where a value sits in the document, so a failure can say which record and key broke it.
+struct Location {
+    qsizetype record = 0;
+    qsizetype source = -1;
+    qsizetype link = -1;
+
+    QString describe(QLatin1StringView key) const
+    {
+        QString path;
+        if (source >= 0)
+            path += QStringLiteral("sources[%1].").arg(source);
+        if (link >= 0)
+            path += QStringLiteral("links[%1].").arg(link);
+        return QStringLiteral("record %1, key \"%2%3\"").arg(record).arg(path, key);
+    }
+};
+
+// Reads the fields of one JSON object. The first misfit is recorded in the shared error text;
+// later reads still return harmless values, and the caller stops at the end of the record.
+class FieldReader {
+public:
+    FieldReader(const QJsonObject &object, Location location, QString &error)
+        : m_object(object), m_location(location), m_error(error)
+    {}
+
+    // Missing and null are both absent.
+    std::optional<QJsonValue> present(QLatin1StringView key) const
+    {
+        const QJsonValue value = m_object.value(key);
+        if (value.isUndefined() || value.isNull())
+            return std::nullopt;
+        return value;
+    }
+
+    QString requiredString(QLatin1StringView key)
+    {
+        const std::optional<QJsonValue> value = present(key);
+        if (!value)
+            return fail(key, "is missing"), QString();
+        if (!value->isString())
+            return fail(key, "is not a string"), QString();
+        return value->toString();
+    }
+
+    std::optional<QString> optionalString(QLatin1StringView key)
+    {
+        const std::optional<QJsonValue> value = present(key);
+        if (!value)
+            return std::nullopt;
+        if (!value->isString())
+            return fail(key, "is not a string"), std::nullopt;
+        return value->toString();
+    }
+
+    std::optional<bool> optionalBool(QLatin1StringView key)
+    {
+        const std::optional<QJsonValue> value = present(key);
+        if (!value)
+            return std::nullopt;
+        if (!value->isBool())
+            return fail(key, "is not a Boolean"), std::nullopt;
+        return value->toBool();
+    }
+
+    std::optional<QJsonArray> optionalArray(QLatin1StringView key)
+    {
+        const std::optional<QJsonValue> value = present(key);
+        if (!value)
+            return std::nullopt;
+        if (!value->isArray())
+            return fail(key, "is not an array"), std::nullopt;
+        return value->toArray();
+    }
+
+    std::optional<QStringList> optionalStringList(QLatin1StringView key)
+    {
+        const std::optional<QJsonArray> array = optionalArray(key);
+        if (!array)
+            return std::nullopt;
+        QStringList texts;
+        texts.reserve(array->size());
+        for (const QJsonValue &element : *array) {
+            if (!element.isString())
+                return fail(key, "holds a value that is not a string"), std::nullopt;
+            texts << element.toString();
+        }
+        return texts;
+    }
+
+    std::optional<QHash<QString, QString>> optionalStringMap(QLatin1StringView key)
+    {
+        const std::optional<QJsonValue> value = present(key);
+        if (!value)
+            return std::nullopt;
+        if (!value->isObject())
+            return fail(key, "is not an object"), std::nullopt;
+        const QJsonObject object = value->toObject();
+        QHash<QString, QString> map;
+        for (auto it = object.begin(); it != object.end(); ++it) {
+            if (!it.value().isString())
+                return fail(key, "holds a value that is not a string"), std::nullopt;
+            map.insert(it.key(), it.value().toString());
+        }
+        return map;
+    }
+
+    // Integers must be exact: a fraction, an exponent that leaves one, or a value outside the
+    // signed 64-bit range fails.
+    std::optional<qint64> optionalInteger(QLatin1StringView key)
+    {
+        const std::optional<QJsonValue> value = present(key);
+        if (!value)
+            return std::nullopt;
+        if (!value->isDouble())
+            return fail(key, "is not a number"), std::nullopt;
+        // The parser keeps integer literals that fit in 64 bits exactly; everything else arrives
+        // as a double, which may still be integral (1.0, 1e3).
+        const QVariant variant = value->toVariant();
+        if (variant.typeId() == QMetaType::LongLong)
+            return variant.toLongLong();
+        constexpr double limit = 9223372036854775808.0; // 2^63
+        const double number = value->toDouble();
+        // -2^63 as a double is what a literal just beyond the range rounds to, so it is rejected too.
+        if (number != std::floor(number) || number <= -limit || number >= limit)
+            return fail(key, "is not an integer in the signed 64-bit range"), std::nullopt;
+        return static_cast<qint64>(number);
+    }
+
+    // A URL reference, absolute or relative; text that is not one fails.
+    std::optional<QUrl> requiredURL(QLatin1StringView key, QString &text)
+    {
+        text = requiredString(key);
+        if (failed())
+            return std::nullopt;
+        QUrl url(text, QUrl::StrictMode);
+        if (text.isEmpty() || !url.isValid())
+            return fail(key, "is not a valid URL"), std::nullopt;
+        return url;
+    }
+
+    void fail(QLatin1StringView key, const char *problem)
+    {
+        if (m_error.isEmpty())
+            m_error = QStringLiteral("The catalogue could not be read: %1 %2.")
+                          .arg(m_location.describe(key), QLatin1StringView(problem));
+    }
+
+    bool failed() const { return !m_error.isEmpty(); }
+
+private:
+    const QJsonObject &m_object;
+    Location m_location;
+    QString &m_error;
+};
+
+std::optional<AppleDBLink> decodeLink(const QJsonObject &object, Location location, QString &error)
+{
+    FieldReader reader(object, location, error);
+    AppleDBLink link;
+    if (std::optional<QUrl> url = reader.requiredURL(QLatin1StringView("url"), link.urlText))
+        link.url = std::move(*url);
+    link.preferred = reader.optionalBool(QLatin1StringView("preferred"));
+    link.active = reader.optionalBool(QLatin1StringView("active"));
+    return reader.failed() ? std::nullopt : std::optional(std::move(link));
+}
+
+std::optional<AppleDBSource> decodeSource(const QJsonObject &object, Location location, QString &error)
+{
+    FieldReader reader(object, location, error);
+    AppleDBSource source;
+    source.type = reader.requiredString(QLatin1StringView("type"));
+    source.deviceMap = reader.optionalStringList(QLatin1StringView("deviceMap"));
+    if (const std::optional<QJsonArray> links = reader.optionalArray(QLatin1StringView("links"))) {
+        source.links.emplace();
+        source.links->reserve(links->size());
+        for (qsizetype i = 0; i < links->size() && !reader.failed(); ++i) {
+            Location linkLocation = location;
+            linkLocation.link = i;
+            const QJsonValue element = links->at(i);
+            if (!element.isObject()) {
+                reader.fail(QLatin1StringView("links"), "holds a value that is not an object");
+                break;
+            }
+            if (std::optional<AppleDBLink> link = decodeLink(element.toObject(), linkLocation, error))
+                source.links->append(std::move(*link));
+        }
+    }
+    source.hashes = reader.optionalStringMap(QLatin1StringView("hashes"));
+    source.size = reader.optionalInteger(QLatin1StringView("size"));
+    return reader.failed() ? std::nullopt : std::optional(std::move(source));
+}
+
+std::optional<AppleDBFirmware> decodeFirmware(const QJsonObject &object, Location location, QString &error)
+{
+    FieldReader reader(object, location, error);
+    AppleDBFirmware firmware;
+    firmware.version = reader.requiredString(QLatin1StringView("version"));
+    firmware.build = reader.requiredString(QLatin1StringView("build"));
+    firmware.released = reader.optionalString(QLatin1StringView("released"));
+    firmware.deviceMap = reader.optionalStringList(QLatin1StringView("deviceMap"));
+    if (const std::optional<QJsonValue> value = reader.present(QLatin1StringView("signed")))
+        firmware.signedStatus = AppleDBDecoder::decodeSigned(*value);
+    if (const std::optional<QJsonArray> sources = reader.optionalArray(QLatin1StringView("sources"))) {
+        firmware.sources.emplace();
+        firmware.sources->reserve(sources->size());
+        for (qsizetype i = 0; i < sources->size() && !reader.failed(); ++i) {
+            Location sourceLocation = location;
+            sourceLocation.source = i;
+            const QJsonValue element = sources->at(i);
+            if (!element.isObject()) {
+                reader.fail(QLatin1StringView("sources"), "holds a value that is not an object");
+                break;
+            }
+            if (std::optional<AppleDBSource> source = decodeSource(element.toObject(), sourceLocation, error))
+                firmware.sources->append(std::move(*source));
+        }
+    }
+    return reader.failed() ? std::nullopt : std::optional(std::move(firmware));
+}
+
+Failure decodingFailure(const QString &description)
+{
+    return Failure::platform(Failure::Domain::json, description);
+}
+
+} // namespace
+
+namespace AppleDBDecoder {
+
+AppleDBSigned decodeSigned(const QJsonValue &value)
+{
+    if (value.isBool())
+        return value.toBool() ? AppleDBSigned::all() : AppleDBSigned::none();
+    if (!value.isArray())
+        return AppleDBSigned::none();
+    const QJsonArray array = value.toArray();
+    QStringList devices;
+    devices.reserve(array.size());
+    for (const QJsonValue &element : array) {
+        if (!element.isString())
+            return AppleDBSigned::none();
+        devices << element.toString();
+    }
+    return AppleDBSigned::forDevices(std::move(devices));
+}
+
+Result<QList<AppleDBFirmware>> decode(const QByteArray &json)
+{
+    QJsonParseError parseError;
+    const QJsonDocument document = QJsonDocument::fromJson(json, &parseError);
+    if (parseError.error != QJsonParseError::NoError)
+        return decodingFailure(QStringLiteral("The catalogue is not valid JSON: %1 at offset %2.")
+                                   .arg(parseError.errorString())
+                                   .arg(parseError.offset));
+    if (!document.isArray())
+        return decodingFailure(QStringLiteral("The catalogue could not be read: expected an array of "
+                                              "records at the top level."));
+
+    const QJsonArray array = document.array();
+    QList<AppleDBFirmware> records;
+    records.reserve(array.size());
+    QString error;
+    for (qsizetype i = 0; i < array.size(); ++i) {
+        const QJsonValue element = array.at(i);
+        if (!element.isObject())
+            return decodingFailure(
+                QStringLiteral("The catalogue could not be read: record %1 is not an object.").arg(i));
+        std::optional<AppleDBFirmware> firmware = decodeFirmware(element.toObject(), Location{i}, error);
+        if (!firmware)
+            return decodingFailure(error);
+        records.append(std::move(*firmware));
+    }
+    return records;
+}
+
+} // namespace AppleDBDecoder

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "app/WatchFirmware.h"
+#include "catalog/AppleDBRecords.h"
+#include "catalog/FirmwareCandidate.h"
+
+#include <QList>
+#include <QStringView>
+#include <QtGlobal>
+
+// The orderings the catalogue is reduced with. All sorts are stable: elements that do not
+// precede each other keep their order from the input, which is the catalogue's order.
+namespace CatalogOrdering {
+
+// "Watch6,14" gives 6, 14: "Watch" removed, split at commas (empty pieces dropped), each
+// piece's integer value or 0 when it is not an integer.
+QList<qint64> productSortKey(QStringView productType);
+// Element by element; a key that is a prefix of the other precedes it.
+bool sortKeyPrecedes(const QList<qint64> &a, const QList<qint64> &b);
+
+// Text order by Unicode scalar values after canonical composition; for the catalogue's ASCII
+// dates this is byte order, and the empty text comes first.
+bool textPrecedes(const QString &a, const QString &b);
+
+// Ascending by release date, so the latest date is last and, among equal dates, the candidate
+// that came last in the catalogue.
+void orderByReleaseDate(QList<FirmwareCandidate> &candidates);
+// Links marked preferred first, otherwise in catalogue order.
+void orderByLinkPreference(QList<AppleDBLink> &links);
+// Ascending by product sort key: Watch1,1 … Watch6,2 … Watch6,14 … Watch7,1.
+void orderByModel(QList<WatchFirmware> &firmware);
+
+} // namespace CatalogOrdering

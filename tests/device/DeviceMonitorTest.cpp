@@ -1,0 +1,285 @@
+#include "device/DeviceMonitor.h"
+#include "support/FakeTools.h"
+#include "support/TestPaths.h"
+
+#include <QCoroTask>
+#include <QDir>
+#include <QFile>
+#include <QTest>
+
+namespace {
+
+const QString noDeviceHint = QStringLiteral("Подключите сервисный кабель и включите Recovery/DFU");
+const QString unreadableHint = QStringLiteral("Устройство найдено, но Recovery/DFU не удалось прочитать");
+const QString notAWatchHint = QStringLiteral("Подключённое Recovery/DFU-устройство не является Apple Watch");
+const QString recoveryReadyHint = QStringLiteral("Recovery/DFU готов к восстановлению");
+const QString kisReadyHint = QStringLiteral("KIS/DFU готов к восстановлению");
+const QString kisUnreadableHint =
+    QStringLiteral("Apple Configurator видит KIS, но не смог прочитать Apple Watch");
+const QString noConfiguratorHint = QStringLiteral("Для KIS/DFU установите Apple Configurator из App Store");
+
+QByteArray testData(const QString &name)
+{
+    QFile file(QStringLiteral(CORVALIN_TEST_DATA "/") + name);
+    if (!file.open(QIODevice::ReadOnly))
+        qFatal("missing test data %s", qPrintable(name));
+    return file.readAll();
+}
+
+// Puts devices with these hexadecimal product IDs on the fake USB bus, replacing any others.
+void attach(const TestPaths &paths, const QByteArrayList &hexProductIDs)
+{
+    QDir bus(paths.usbDevices());
+    bus.removeRecursively();
+    bus.mkpath(QStringLiteral("usb1"));
+    int port = 1;
+    for (const QByteArray &productID : hexProductIDs) {
+        const QString device = QStringLiteral("1-%1").arg(port++);
+        bus.mkpath(device + QStringLiteral(":1.0"));
+        bus.mkpath(device);
+        QFile file(bus.filePath(device + QStringLiteral("/idProduct")));
+        if (!file.open(QIODevice::WriteOnly))
+            qFatal("cannot write the fake bus");
+        file.write(productID + '\n');
+    }
+}
+
+} // namespace
+
+class DeviceMonitorTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void startsEmpty()
+    {
+        const DeviceMonitor monitor;
+        QVERIFY(!monitor.connectedWatch());
+        QVERIFY(!monitor.isChecking());
+        QCOMPARE(monitor.connectionHint(), noDeviceHint);
+        QCOMPARE(monitor.recoveryProductIDs(), (QList<int>{4642, 4647, 4736, 4737, 4738, 4739, 4920, 6273}));
+    }
+
+    void recoveryOutcomes_data()
+    {
+        QTest::addColumn<QByteArrayList>("bus");
+        QTest::addColumn<bool>("hasIrecovery");
+        QTest::addColumn<QByteArray>("identification");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QString>("productType"); // empty: no watch
+        QTest::addColumn<QString>("hint");
+
+        const QByteArray recovery = testData(QStringLiteral("irecovery-q-recovery.txt"));
+        QTest::newRow("nothing on the bus")
+            << QByteArrayList{} << true << recovery << 0 << QString() << noDeviceHint;
+        QTest::newRow("only unlisted devices")
+            << QByteArrayList{"12a8", "05ac"} << true << recovery << 0 << QString() << noDeviceHint;
+        QTest::newRow("Recovery") << QByteArrayList{"12a8", "1281"} << true << recovery << 0 << "Watch6,18"
+                                  << recoveryReadyHint;
+        QTest::newRow("DFU") << QByteArrayList{"1227"} << true
+                             << testData(QStringLiteral("irecovery-q-dfu.txt")) << 0 << "Watch7,1"
+                             << recoveryReadyHint;
+        QTest::newRow("longer ID beginning with a listed one")
+            << QByteArrayList{"b554"} << true << QByteArray("product: Watch5,9\n") << 0 << "Watch5,9"
+            << recoveryReadyHint;
+        QTest::newRow("not a watch") << QByteArrayList{"1281"} << true << QByteArray("PRODUCT: iPhone10,3\n")
+                                     << 0 << QString() << notAWatchHint;
+        QTest::newRow("identification fails with a valid listing")
+            << QByteArrayList{"1281"} << true << recovery << 1 << QString() << unreadableHint;
+        QTest::newRow("irecovery missing")
+            << QByteArrayList{"1281"} << false << recovery << 0 << QString() << unreadableHint;
+    }
+
+    void recoveryOutcomes()
+    {
+        QFETCH(QByteArrayList, bus);
+        QFETCH(bool, hasIrecovery);
+        QFETCH(QByteArray, identification);
+        QFETCH(int, status);
+        QFETCH(QString, productType);
+        QFETCH(QString, hint);
+
+        TestPaths paths;
+        attach(paths, bus);
+        const QString irecovery = paths.tool(QStringLiteral("bin/irecovery"));
+        if (hasIrecovery)
+            FakeTools::write(irecovery, FakeToolBehaviour::printing(identification, status));
+        FakeTools::write(paths.cfgutil(),
+                         FakeToolBehaviour::printing(testData(QStringLiteral("cfgutil-list.json"))));
+
+        DeviceMonitor monitor;
+        QObject context;
+        QStringList assignments;
+        connectLog(monitor, context, assignments);
+        QCoro::waitFor(monitor.poll());
+
+        QCOMPARE(monitor.isChecking(), false);
+        QCOMPARE(monitor.connectionHint(), hint);
+        QCOMPARE(monitor.connectedWatch() ? monitor.connectedWatch()->productType : QString(), productType);
+        const QString published = productType.isEmpty() ? "no watch" : "watch";
+        QCOMPARE(assignments, (QStringList{"checking", "idle", published, "hint"}));
+        if (monitor.connectedWatch())
+            QCOMPARE(monitor.connectedWatch()->rawOutput, QString::fromUtf8(identification));
+        QCOMPARE(FakeTools::runCount(paths.cfgutil()), 0);
+        const bool identifies = hint != noDeviceHint;
+        QCOMPARE(FakeTools::runCount(irecovery), identifies && hasIrecovery ? 1 : 0);
+        if (identifies && hasIrecovery)
+            QCOMPARE(FakeTools::recordedArguments(irecovery), QStringList{QStringLiteral("-q")});
+    }
+
+    void kisWinsAndIsNotAskedAgainWhilePublished()
+    {
+        TestPaths paths;
+        attach(paths, {"1281", "1881"});
+        const QString irecovery = FakeTools::write(
+            paths.tool(QStringLiteral("bin/irecovery")),
+            FakeToolBehaviour::printing(testData(QStringLiteral("irecovery-devices-excerpt.txt"))));
+        FakeTools::write(paths.cfgutil(),
+                         FakeToolBehaviour::printing(testData(QStringLiteral("cfgutil-list.json"))));
+
+        DeviceMonitor monitor;
+        QCoro::waitFor(monitor.poll());
+        const ConnectedWatch expected{"Watch7,5",
+                                      "n210ap",
+                                      "Apple Watch Ultra 2",
+                                      "DFU via Debug USB (KIS)",
+                                      "0xB24F61A9C0D5E",
+                                      "PRODUCT: Watch7,5\nMODEL: n210ap\nNAME: Apple Watch Ultra 2\n"
+                                      "MODE: DFU via Debug USB (KIS)\nECID: 0xB24F61A9C0D5E"};
+        QCOMPARE(monitor.connectedWatch(), std::optional(expected));
+        QCOMPARE(monitor.connectionHint(), kisReadyHint);
+        QCOMPARE(FakeTools::recordedArguments(paths.cfgutil()), (QStringList{"--format", "JSON", "list"}));
+        QCOMPARE(FakeTools::recordedArguments(irecovery), QStringList{QStringLiteral("--devices")});
+        QCOMPARE(FakeTools::runCount(irecovery), 1);
+
+        QObject context;
+        QStringList assignments;
+        connectLog(monitor, context, assignments);
+        QCoro::waitFor(monitor.poll());
+        QCOMPARE(assignments, (QStringList{"checking", "idle", "hint"}));
+        QCOMPARE(monitor.connectedWatch(), std::optional(expected));
+        QCOMPARE(monitor.connectionHint(), kisReadyHint);
+        QCOMPARE(FakeTools::runCount(paths.cfgutil()), 1);
+        QCOMPARE(FakeTools::runCount(irecovery), 1);
+
+        // Leaving the bus is what removes a KIS watch.
+        attach(paths, {});
+        QCoro::waitFor(monitor.poll());
+        QVERIFY(!monitor.connectedWatch());
+        QCOMPARE(monitor.connectionHint(), noDeviceHint);
+    }
+
+    void kisFailures_data()
+    {
+        QTest::addColumn<bool>("hasConfigurator");
+        QTest::addColumn<QByteArray>("list");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QString>("hint");
+
+        const QByteArray valid = testData(QStringLiteral("cfgutil-list.json"));
+        QTest::newRow("Configurator not installed") << false << valid << 0 << noConfiguratorHint;
+        QTest::newRow("non-zero status") << true << valid << 2 << kisUnreadableHint;
+        QTest::newRow("warning line before the JSON")
+            << true << QByteArray("WARNING: slow\n") + valid << 0 << kisUnreadableHint;
+        QTest::newRow("ECID as a number")
+            << true << QByteArray(R"({"Output":{"x":{"deviceType":"Watch5,9","ECID":703710}}})") << 0
+            << kisUnreadableHint;
+        QTest::newRow("no watch") << true << testData(QStringLiteral("cfgutil-list-empty.json")) << 0
+                                  << kisUnreadableHint;
+    }
+
+    void kisFailures()
+    {
+        QFETCH(bool, hasConfigurator);
+        QFETCH(QByteArray, list);
+        QFETCH(int, status);
+        QFETCH(QString, hint);
+
+        TestPaths paths;
+        attach(paths, {"1881"});
+        const QString irecovery = FakeTools::write(paths.tool(QStringLiteral("bin/irecovery")),
+                                                   FakeToolBehaviour::printing("PRODUCT: Watch5,9\n"));
+        if (hasConfigurator)
+            FakeTools::write(paths.cfgutil(), FakeToolBehaviour::printing(list, status));
+
+        DeviceMonitor monitor;
+        QObject context;
+        QStringList assignments;
+        connectLog(monitor, context, assignments);
+        QCoro::waitFor(monitor.poll());
+
+        QCOMPARE(assignments, (QStringList{"checking", "idle", "no watch", "hint"}));
+        QCOMPARE(monitor.connectionHint(), hint);
+        QCOMPARE(FakeTools::runCount(paths.cfgutil()), hasConfigurator ? 1 : 0);
+        QCOMPARE(FakeTools::runCount(irecovery), 0);
+    }
+
+    void identityFallsBackWhenTheTableHasNoFullLine()
+    {
+        TestPaths paths;
+        attach(paths, {"1881"});
+        FakeTools::write(paths.tool(QStringLiteral("bin/irecovery")),
+                         FakeToolBehaviour::printing("Watch5,9 n1 0x1 0x2\nWatch5,9x n2 0x3 0x4 Other\n"));
+        FakeTools::write(
+            paths.cfgutil(),
+            FakeToolBehaviour::printing(R"({"Output":{"x":{"deviceType":"Watch5,9","ECID":"0xABCDE"}}})"));
+
+        DeviceMonitor monitor;
+        QCoro::waitFor(monitor.poll());
+        QVERIFY(monitor.connectedWatch());
+        QCOMPARE(monitor.connectedWatch()->model, QStringLiteral("—"));
+        QCOMPARE(monitor.connectedWatch()->name, QStringLiteral("Apple Watch"));
+        QCOMPARE(monitor.connectedWatch()->ecid, QStringLiteral("0xABCDE"));
+        QCOMPARE(monitor.connectionHint(), kisReadyHint);
+
+        FakeTools::write(
+            paths.tool(QStringLiteral("bin/irecovery")),
+            FakeToolBehaviour::printing("Watch4,1 n131sap 0x08 0x8006  Apple Watch Series 4 (40mm)\n"));
+        const auto identity = QCoro::waitFor(DeviceMonitor::recoveryIdentity(QStringLiteral("Watch4,1")));
+        QCOMPARE(identity.model, QStringLiteral("n131sap"));
+        QCOMPARE(identity.name, QStringLiteral(" Apple Watch Series 4 (40mm)"));
+    }
+
+    void overlappingChecksBothFinishAndTheLastOneWins()
+    {
+        TestPaths paths;
+        attach(paths, {"1881"});
+        const QString gate = QDir(paths.root()).filePath(QStringLiteral("gate"));
+        FakeToolBehaviour heldBack =
+            FakeToolBehaviour::printing(testData(QStringLiteral("cfgutil-list.json")));
+        heldBack.extraShell = "while [ ! -e '" + gate.toUtf8() + "' ]; do sleep 0.05; done";
+        FakeTools::write(paths.cfgutil(), heldBack);
+        FakeTools::write(paths.tool(QStringLiteral("bin/irecovery")),
+                         FakeToolBehaviour::printing(testData(QStringLiteral("irecovery-q-recovery.txt"))));
+
+        DeviceMonitor monitor;
+        QCoro::Task<> first = monitor.poll();
+        QTRY_COMPARE(FakeTools::runCount(paths.cfgutil()), 1);
+
+        attach(paths, {"1281"});
+        QCoro::waitFor(monitor.poll());
+        QVERIFY(!first.isReady());
+        QCOMPARE(monitor.isChecking(), false);
+        QVERIFY(monitor.connectedWatch());
+        QCOMPARE(monitor.connectedWatch()->productType, QStringLiteral("Watch6,18"));
+
+        QFile(gate).open(QIODevice::WriteOnly);
+        QCoro::waitFor(first);
+        QCOMPARE(monitor.isChecking(), false);
+        QVERIFY(monitor.connectedWatch());
+        QCOMPARE(monitor.connectedWatch()->mode, QStringLiteral("DFU via Debug USB (KIS)"));
+        QCOMPARE(monitor.connectionHint(), kisReadyHint);
+    }
+
+private:
+    static void connectLog(DeviceMonitor &monitor, QObject &context, QStringList &log)
+    {
+        QObject::connect(&monitor, &DeviceMonitor::isCheckingChanged, &context,
+                         [&] { log << (monitor.isChecking() ? "checking" : "idle"); });
+        QObject::connect(&monitor, &DeviceMonitor::connectedWatchChanged, &context,
+                         [&] { log << (monitor.connectedWatch() ? "watch" : "no watch"); });
+        QObject::connect(&monitor, &DeviceMonitor::connectionHintChanged, &context, [&] { log << "hint"; });
+    }
+};
+
+QTEST_GUILESS_MAIN(DeviceMonitorTest)
+#include "DeviceMonitorTest.moc"

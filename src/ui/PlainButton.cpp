@@ -1,0 +1,52 @@
+#include "ui/PlainButton.h"
+
+#include "ui/Theme.h"
+
+#include <QKeyEvent>
+#include <QPainter>
+#include <QVBoxLayout>
+
+PlainButton::PlainButton(QWidget *content, const QString &accessibleName, QWidget *parent)
+    : QAbstractButton(parent), m_content(content), m_layout(new QVBoxLayout(this))
+{
+    m_layout->setContentsMargins(0, 0, 0, 0);
+    m_layout->addWidget(content);
+    // Clicks on the content belong to the button.
+    content->setAttribute(Qt::WA_TransparentForMouseEvents);
+    setFocusPolicy(Qt::StrongFocus);
+    setCursor(Qt::PointingHandCursor);
+    setAccessibleName(accessibleName);
+    setSizePolicy(content->sizePolicy());
+}
+
+PlainButton::~PlainButton() = default;
+
+QSize PlainButton::sizeHint() const
+{
+    return m_layout->sizeHint();
+}
+
+QSize PlainButton::minimumSizeHint() const
+{
+    return m_layout->minimumSize();
+}
+
+void PlainButton::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
+        click();
+        event->accept();
+        return;
+    }
+    QAbstractButton::keyPressEvent(event);
+}
+
+void PlainButton::paintEvent(QPaintEvent *)
+{
+    if (!hasFocus())
+        return;
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(Theme::withOpacity(Theme::studioAccent(), 0.9), 2));
+    painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), 13, 13);
+}

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QImage>
+#include <QWidget>
+
+// The square brand mark: the bundled owl picture when the resource folder has it, otherwise
+// the accent gradient with the watch glyph. Always clipped to radius 13.
+class StudioBrandIcon final : public QWidget {
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(StudioBrandIcon)
+
+public:
+    explicit StudioBrandIcon(int size, QWidget *parent = nullptr);
+    ~StudioBrandIcon() override;
+
+    int side() const { return m_side; }
+    void setSide(int size);
+    // True when the bundled picture was found and loaded, false when the fallback is drawn.
+    bool showsBundleImage() const { return !m_image.isNull(); }
+
+    QSize sizeHint() const override;
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+
+private:
+    void loadImage();
+
+    int m_side;
+    QImage m_image;
+};

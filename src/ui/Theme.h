@@ -1,0 +1,96 @@
+#pragma once
+
+#include <QColor>
+#include <QFont>
+#include <QLinearGradient>
+
+class QApplication;
+class QWidget;
+
+// The studio's look as data: colour tokens, the type scale's faces and the geometry of the
+// kit's components. Lengths are logical pixels (one point of the design is one logical
+// pixel); font sizes are pixel sizes for the same reason.
+namespace Theme {
+
+// Colours the studio defines itself, all fully opaque.
+QColor studioBackgroundStart();
+QColor studioBackgroundEnd();
+QColor studioAccent();
+QColor studioAccentDeep();
+QColor studioRose();
+QColor sidebarBackground();
+
+// The toolkit's standard colours in the dark appearance.
+QColor white();
+QColor red();
+QColor orange();
+QColor green();
+
+// Hierarchical text colours for dark backgrounds.
+QColor textPrimary();
+QColor textSecondary();
+QColor textTertiary();
+
+// The colour with its alpha multiplied by opacity.
+QColor withOpacity(QColor color, qreal opacity);
+
+// The window backdrop: from the start colour at the top-leading corner to the end colour at
+// the bottom-trailing corner of whatever it fills (object bounding mode). Built once.
+const QLinearGradient &studioBackground();
+
+enum class FontDesign { standard, rounded, monospaced };
+
+// The system face at a pixel size and weight; rounded and monospaced faces where the
+// platform has them. tracking is extra letter spacing in pixels.
+QFont font(int size, QFont::Weight weight = QFont::Normal, FontDesign design = FontDesign::standard,
+           qreal tracking = 0);
+
+// Sets a label's (or any text widget's) font and text colour.
+void styleText(QWidget *widget, const QFont &font, const QColor &color);
+
+// Fusion, the dark palette and the default face for the whole application.
+void applyDarkAppearance(QApplication &application);
+// The dark palette alone, for a window shown separately (a sheet, an alert).
+void applyDarkAppearance(QWidget *widget);
+
+// Geometry of the kit's components.
+namespace Metrics {
+inline constexpr qreal cardRadius = 20;
+inline constexpr int cardPadding = 20;
+inline constexpr qreal brandIconRadius = 13;
+inline constexpr qreal actionRowRadius = 13;
+inline constexpr int actionRowPadding = 10;
+inline constexpr qreal actionTileRadius = 10;
+inline constexpr int actionTileSize = 36;
+inline constexpr qreal errorBannerRadius = 13;
+inline constexpr int errorBannerPadding = 14;
+inline constexpr qreal primaryButtonRadius = 12;
+inline constexpr int primaryButtonHeight = 40;
+inline constexpr int primaryButtonPadding = 17;
+inline constexpr qreal secondaryButtonRadius = 11;
+inline constexpr int secondaryButtonHeight = 38;
+inline constexpr int secondaryButtonPadding = 14;
+inline constexpr qreal outlineWidth = 1;
+// The side of the square a symbol occupies next to text of the given pixel size.
+int symbolBox(int fontSize);
+} // namespace Metrics
+
+// Opacities of translucent fills and strokes.
+namespace Opacity {
+inline constexpr qreal cardOutline = 0.08;
+inline constexpr qreal cardMaterial = 0.045;
+inline constexpr qreal actionRowBackdrop = 0.035;
+inline constexpr qreal actionTile = 0.12;
+inline constexpr qreal secondaryFill = 0.07;
+inline constexpr qreal secondaryFillPressed = 0.12;
+inline constexpr qreal secondaryOutline = 0.08;
+inline constexpr qreal errorFill = 0.1;
+inline constexpr qreal errorOutline = 0.2;
+inline constexpr qreal dangerFill = 0.9;
+inline constexpr qreal dangerFillPressed = 0.7;
+inline constexpr qreal primaryGradientEnd = 0.85;
+inline constexpr qreal primaryPressed = 0.75;
+inline constexpr qreal primaryPressedScale = 0.98;
+} // namespace Opacity
+
+} // namespace Theme

@@ -1,0 +1,356 @@
+#include "restore/RestoreManager.h"
+#include "support/FakeTools.h"
+#include "support/TestPaths.h"
+#include "tools/ToolLocator.h"
+
+#include <QCoroTask>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QRegularExpression>
+#include <QSignalSpy>
+#include <QTest>
+
+namespace {
+
+const QString initialLog = QStringLiteral("Corvalin Studio готов к работе.\n");
+const QString startingLine = QStringLiteral("Запуск восстановления. Журнал: ");
+const QString cancelLine = QStringLiteral("Пользователь запросил остановку процесса.");
+const QString successLine = QStringLiteral("Восстановление завершено успешно.");
+
+QByteArray fixture(const char *name)
+{
+    QFile file(QStringLiteral(CORVALIN_TEST_DATA "/") + QString::fromLatin1(name));
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+const QByteArray imageInfo = fixture("idevicerestore-ipsw-info.txt"); // lists Watch7,1
+
+ConnectedWatch watch(const QString &mode)
+{
+    return {QStringLiteral("Watch7,1"),     QStringLiteral("n207sap"),
+            QStringLiteral("Apple Watch"),  mode,
+            QStringLiteral("0x1A2B3C4D5E"), QString()};
+}
+const ConnectedWatch recoveryWatch = watch(QStringLiteral("Recovery/DFU"));
+const ConnectedWatch kisWatch = watch(QStringLiteral("DFU via Debug USB (KIS)"));
+
+// The restore tool answers the information query from "$0.info" and otherwise prints its restore
+// output and exits with the status; its records then describe the last run.
+QString writeRestoreTool(const TestPaths &paths, const QByteArray &output = {}, int status = 0,
+                         const QByteArray &afterInfo = {})
+{
+    const QString tool = paths.tool(QStringLiteral("bin/idevicerestore"));
+    QDir().mkpath(QFileInfo(tool).path());
+    for (const auto &[suffix, bytes] : {std::pair{".info", imageInfo}, std::pair{".restore", output}}) {
+        QFile file(tool + QString::fromLatin1(suffix));
+        if (file.open(QIODevice::WriteOnly))
+            file.write(bytes);
+    }
+    FakeToolBehaviour behaviour;
+    behaviour.extraShell =
+        "if [ \"$1\" = --ipsw-info ]; then cat \"$0.info\"; " + afterInfo + " exit 0; fi\ncat \"$0.restore\"";
+    behaviour.exitStatus = status;
+    return FakeTools::write(tool, behaviour);
+}
+
+// A restore tool that says "ready" once it can be interrupted, then waits.
+FakeToolBehaviour waitingTool(bool exitsCleanlyOnInterrupt)
+{
+    FakeToolBehaviour behaviour;
+    behaviour.extraShell =
+        exitsCleanlyOnInterrupt
+            ? "trap 'echo interrupted; exit 0' INT; echo ready; while :; do sleep 0.05; done"
+            : "echo ready; exec sleep 30";
+    return behaviour;
+}
+
+QStringList linesAfterStart(const RestoreManager &manager)
+{
+    return manager.logText().mid(initialLog.size()).split(u'\n', Qt::SkipEmptyParts);
+}
+
+// The announced restore log file: named after the UTC time, without a colon, in the logs folder.
+QString announcedLogFile(const QStringList &lines)
+{
+    for (const QString &line : lines) {
+        if (line.startsWith(startingLine))
+            return line.mid(startingLine.size());
+    }
+    return {};
+}
+
+bool isRestoreLogFile(const QString &path)
+{
+    static const QRegularExpression name(
+        QStringLiteral("^restore-\\d{4}-\\d\\d-\\d\\dT\\d\\d-\\d\\d-\\d\\dZ\\.log$"));
+    const QFileInfo info(path);
+    return info.absolutePath() == ToolLocator::logsDirectory() && name.match(info.fileName()).hasMatch();
+}
+
+QStringList infoLines()
+{
+    return QString::fromUtf8(imageInfo).split(u'\n', Qt::SkipEmptyParts);
+}
+
+} // namespace
+
+class RestoreRunTest : public QObject {
+    Q_OBJECT
+
+private:
+    // Starts a restore and waits until its end has been handled (or it was refused).
+    static void runToEnd(RestoreManager &manager, std::optional<QString> image, const ConnectedWatch &target)
+    {
+        QCoro::waitFor(manager.startRestore(image, target));
+        QTRY_VERIFY_WITH_TIMEOUT(!manager.isRestoring(), 20000);
+    }
+
+private slots:
+    void recoveryRestoreFromAnImage()
+    {
+        TestPaths paths;
+        const QString tool = writeRestoreTool(paths, "step 1\nstep 2\n");
+        RestoreManager manager;
+        const QString image = paths.downloads() + QStringLiteral("/watchOS_10.ipsw");
+
+        runToEnd(manager, image, recoveryWatch);
+        const QStringList lines = linesAfterStart(manager);
+        const QString logFile = announcedLogFile(lines);
+        QVERIFY2(isRestoreLogFile(logFile), qPrintable(logFile));
+        QCOMPARE(FakeTools::recordedArguments(tool),
+                 (QStringList{QStringLiteral("--erase"), QStringLiteral("--plain-progress"),
+                              QStringLiteral("--cache-path"), ToolLocator::cacheDirectory(),
+                              QStringLiteral("--logfile=") + logFile, image}));
+        const QProcessEnvironment environment = FakeTools::recordedEnvironment(tool);
+        QCOMPARE(environment.value(QStringLiteral("LC_ALL")), QStringLiteral("C"));
+        QVERIFY(environment.value(ToolLocator::librarySearchVariable())
+                    .startsWith(paths.tool(QStringLiteral("lib"))));
+
+        const QStringList expected = QStringList{QStringLiteral("Проверка watchOS_10.ipsw…")} + infoLines() +
+                                     QStringList{QStringLiteral("Совместимость подтверждена: Watch7,1."),
+                                                 startingLine + logFile,
+                                                 QStringLiteral("Транспорт: libimobiledevice Recovery/DFU."),
+                                                 QStringLiteral("step 1"),
+                                                 QStringLiteral("step 2"),
+                                                 successLine};
+        QCOMPARE(lines, expected);
+        QVERIFY(manager.completedSuccessfully());
+        QCOMPARE(manager.lastError(), std::nullopt);
+        QCOMPARE(manager.process(), nullptr);
+    }
+
+    void kisRestoreWithoutAnImage()
+    {
+        TestPaths paths;
+        const QString cfgutil = FakeTools::write(paths.cfgutil(), FakeToolBehaviour::printing("erasing\n"));
+        RestoreManager manager;
+
+        runToEnd(manager, std::nullopt, kisWatch);
+        const QStringList lines = linesAfterStart(manager);
+        QVERIFY(isRestoreLogFile(announcedLogFile(lines)));
+        QCOMPARE(FakeTools::recordedArguments(cfgutil),
+                 (QStringList{QStringLiteral("--ecid"), QStringLiteral("0x1A2B3C4D5E"),
+                              QStringLiteral("--progress"), QStringLiteral("restore")}));
+        QCOMPARE(FakeTools::recordedEnvironment(cfgutil).value(QStringLiteral("LC_ALL")),
+                 QStringLiteral("C"));
+        QCOMPARE(lines,
+                 (QStringList{QStringLiteral(
+                                  "Apple Configurator загрузит последнюю подписываемую версию для Watch7,1."),
+                              startingLine + announcedLogFile(lines),
+                              QStringLiteral("Транспорт: Apple Configurator KIS, ECID 0x1A2B3C4D5E."),
+                              QStringLiteral("erasing"), successLine}));
+        QVERIFY(manager.completedSuccessfully());
+    }
+
+    void kisRestoreWithAnImageThatFails()
+    {
+        TestPaths paths;
+        writeRestoreTool(paths);
+        const QString cfgutil =
+            FakeTools::write(paths.cfgutil(), FakeToolBehaviour::printing("no device\n", 1));
+        RestoreManager manager;
+        const QString image = QStringLiteral("/images/watchOS_10.ipsw");
+
+        runToEnd(manager, image, kisWatch);
+        QCOMPARE(FakeTools::recordedArguments(cfgutil),
+                 (QStringList{QStringLiteral("--ecid"), QStringLiteral("0x1A2B3C4D5E"),
+                              QStringLiteral("--progress"), QStringLiteral("restore"),
+                              QStringLiteral("--ipsw"), image}));
+        const QString failure = QStringLiteral("Восстановление завершилось с ошибкой 1.");
+        const QStringList lines = linesAfterStart(manager);
+        const QStringList expected =
+            QStringList{QStringLiteral("Проверка watchOS_10.ipsw…")} + infoLines() +
+            QStringList{QStringLiteral("Совместимость подтверждена: Watch7,1."),
+                        startingLine + announcedLogFile(lines),
+                        QStringLiteral("Транспорт: Apple Configurator KIS, ECID 0x1A2B3C4D5E."),
+                        QStringLiteral("no device"), failure};
+        QCOMPARE(lines, expected);
+        QCOMPARE(manager.lastError(), std::optional<QString>(failure));
+        QVERIFY(!manager.completedSuccessfully());
+    }
+
+    void refusalsLaunchNothing_data()
+    {
+        QTest::addColumn<bool>("kis");
+        QTest::addColumn<bool>("withImage");
+        QTest::addColumn<bool>("configuratorInstalled");
+        QTest::addColumn<QString>("error");
+        QTest::addColumn<bool>("errorLogged");
+
+        QTest::newRow("recovery without an image")
+            << false << false << true
+            << QStringLiteral("Выберите полный Restore.ipsw для восстановления через Recovery/DFU.") << true;
+        QTest::newRow("kis without Configurator")
+            << true << true << false
+            << QStringLiteral("Для восстановления из KIS/DFU установите Apple Configurator из App Store.")
+            << true;
+        QTest::newRow("image for another model")
+            << false << true << true << QStringLiteral("IPSW не содержит модель Watch9,9 в BuildManifest.")
+            << false;
+    }
+
+    void refusalsLaunchNothing()
+    {
+        QFETCH(bool, kis);
+        QFETCH(bool, withImage);
+        QFETCH(bool, configuratorInstalled);
+        QFETCH(QString, error);
+        QFETCH(bool, errorLogged);
+
+        TestPaths paths;
+        const QString tool = writeRestoreTool(paths);
+        if (configuratorInstalled)
+            FakeTools::write(paths.cfgutil(), FakeToolBehaviour{});
+        RestoreManager manager;
+        QSignalSpy restoring(&manager, &RestoreManager::isRestoringChanged);
+        ConnectedWatch target = kis ? kisWatch : recoveryWatch;
+        target.productType = QStringLiteral("Watch9,9");
+
+        QCoro::waitFor(manager.startRestore(
+            withImage ? std::optional(QStringLiteral("/i/a.ipsw")) : std::nullopt, target));
+        QCOMPARE(manager.lastError(), std::optional<QString>(error));
+        QCOMPARE(manager.logText().endsWith(error + u'\n'), errorLogged);
+        QCOMPARE(restoring.count(), 0);
+        QCOMPARE(FakeTools::runCount(tool), withImage && configuratorInstalled ? 1 : 0); // the check only
+        QCOMPARE(FakeTools::runCount(paths.cfgutil()), 0);
+    }
+
+    void runningRestoreIgnoresAnotherStartAndCleanInterruptCountsAsSuccess()
+    {
+        TestPaths paths;
+        const QString cfgutil = FakeTools::write(paths.cfgutil(), waitingTool(true));
+        RestoreManager manager;
+        QCoro::waitFor(manager.startRestore(std::nullopt, kisWatch));
+        QTRY_VERIFY(manager.logText().endsWith(QStringLiteral("ready\n")));
+
+        const QString before = manager.logText();
+        QSignalSpy log(&manager, &RestoreManager::logTextChanged);
+        QSignalSpy restoring(&manager, &RestoreManager::isRestoringChanged);
+        QSignalSpy error(&manager, &RestoreManager::lastErrorChanged);
+        QCoro::waitFor(manager.startRestore(std::nullopt, kisWatch));
+        QCOMPARE(manager.logText(), before);
+        QCOMPARE(log.count() + restoring.count() + error.count(), 0);
+        QCOMPARE(FakeTools::runCount(cfgutil), 1);
+
+        manager.cancelRestore();
+        QTRY_VERIFY(!manager.isRestoring());
+        QVERIFY(
+            manager.logText().endsWith(cancelLine + QStringLiteral("\ninterrupted\n") + successLine + u'\n'));
+        QVERIFY(manager.completedSuccessfully());
+    }
+
+    void toolEndedByTheInterruptReportsTheSignalNumber()
+    {
+        TestPaths paths;
+        FakeTools::write(paths.cfgutil(), waitingTool(false));
+        RestoreManager manager;
+        QCoro::waitFor(manager.startRestore(std::nullopt, kisWatch));
+        QTRY_VERIFY(manager.logText().endsWith(QStringLiteral("ready\n")));
+
+        manager.cancelRestore();
+        QTRY_VERIFY(!manager.isRestoring());
+        const QString failure = QStringLiteral("Восстановление завершилось с ошибкой 2."); // SIGINT
+        QCOMPARE(manager.lastError(), std::optional<QString>(failure));
+        QVERIFY(manager.logText().endsWith(cancelLine + QStringLiteral("\n") + failure + u'\n'));
+        QVERIFY(!manager.completedSuccessfully());
+    }
+
+    void cancellingWhenIdleOnlyLogs()
+    {
+        RestoreManager manager;
+        QSignalSpy restoring(&manager, &RestoreManager::isRestoringChanged);
+        QSignalSpy error(&manager, &RestoreManager::lastErrorChanged);
+        manager.cancelRestore();
+        QCOMPARE(manager.logText(), initialLog + cancelLine + u'\n');
+        QCOMPARE(restoring.count() + error.count(), 0);
+    }
+
+    void eachChunkBecomesItsOwnLines()
+    {
+        TestPaths paths;
+        FakeToolBehaviour pieces;
+        // A line written in two pieces, and a two-byte character split between the pieces.
+        pieces.chunks = {"Progress 5", "0%\n", "a\xd0", "\xb2z\n"};
+        pieces.secondsBetweenChunks = 0.5;
+        FakeTools::write(paths.cfgutil(), pieces);
+        RestoreManager manager;
+
+        runToEnd(manager, std::nullopt, kisWatch);
+        const QStringList lines = linesAfterStart(manager);
+        QCOMPARE(lines.mid(3),
+                 (QStringList{QStringLiteral("Progress 5"), QStringLiteral("0%"), QStringLiteral("a\uFFFD"),
+                              QStringLiteral("\uFFFDz"), successLine}));
+    }
+
+    void everyByteArrivesBeforeTheClosingLine()
+    {
+        TestPaths paths;
+        QByteArray flood;
+        for (int i = 0; i < 40000; ++i)
+            flood += "progress line " + QByteArray::number(i) + '\n';
+        FakeTools::write(paths.cfgutil(), FakeToolBehaviour::printing(flood, 3));
+        RestoreManager manager;
+
+        runToEnd(manager, std::nullopt, kisWatch);
+        // Reads end mid-line and each such chunk gets a line feed, so compare without them.
+        const QString closing = QStringLiteral("Восстановление завершилось с ошибкой 3.");
+        QVERIFY(QString(manager.logText())
+                    .remove(u'\n')
+                    .endsWith(QString::fromUtf8(flood).remove(u'\n') + closing));
+    }
+
+    void missingRestoreToolFailsToLaunch()
+    {
+        TestPaths paths;
+        // The tool answers the check and then disappears before the restore is launched.
+        writeRestoreTool(paths, {}, 0, "rm -f \"$0\";");
+        RestoreManager manager;
+
+        runToEnd(manager, QStringLiteral("/i/watchOS_10.ipsw"), recoveryWatch);
+        QVERIFY(manager.lastError() && !manager.lastError()->isEmpty());
+        QVERIFY(
+            manager.logText().endsWith(QStringLiteral("Ошибка запуска: ") + *manager.lastError() + u'\n'));
+        QCOMPARE(manager.process(), nullptr);
+        QVERIFY(!manager.completedSuccessfully());
+    }
+
+    void toolOutlivingTheManagerIsLeftAlone()
+    {
+        TestPaths paths;
+        FakeToolBehaviour slow = FakeToolBehaviour::printing("late\n");
+        slow.secondsBeforeOutput = 0.3;
+        const QString cfgutil = FakeTools::write(paths.cfgutil(), slow);
+        auto *manager = new RestoreManager;
+        QCoro::waitFor(manager->startRestore(std::nullopt, kisWatch));
+        const QPointer<QProcess> process = manager->process();
+        QVERIFY(process);
+        delete manager;
+        // The process cleans itself up once the tool has ended; its handlers drop the work.
+        QTRY_VERIFY_WITH_TIMEOUT(process.isNull(), 20000);
+        QCOMPARE(FakeTools::runCount(cfgutil), 1);
+    }
+};
+
+QTEST_GUILESS_MAIN(RestoreRunTest)
+#include "RestoreRunTest.moc"

@@ -64,11 +64,12 @@ void FileTransfer::start()
     // Follows http→http and https→https redirects, but never from https down to http.
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::NoLessSafeRedirectPolicy);
     request.setTransferTimeout(idleTimeoutMilliseconds);
+    // One large stream gains nothing from multiplexing, and HTTP/1.1 keeps Qt's fastest path.
+    request.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
 
     m_reply = m_network->get(request);
     m_reply->setReadBufferSize(readBufferSize);
     connect(m_reply, &QNetworkReply::readyRead, this, &FileTransfer::writeAvailable);
-    connect(m_reply, &QNetworkReply::downloadProgress, this, &FileTransfer::progressed);
     connect(m_reply, &QNetworkReply::finished, this, &FileTransfer::handleReplyFinished);
 }
 
@@ -81,15 +82,29 @@ void FileTransfer::abort()
 
 void FileTransfer::writeAvailable()
 {
+    bool wrote = false;
     while (!m_done && m_reply && m_reply->bytesAvailable() > 0) {
         const qint64 read = m_reply->read(m_buffer.data(), m_buffer.size());
         if (read <= 0)
-            return;
+            break;
         if (m_file.write(m_buffer.constData(), read) != read) {
             fail(Failure::platform(Failure::Domain::fileSystem, m_file.errorString(), int(m_file.error())));
             return;
         }
+        m_written += read;
+        wrote = true;
     }
+    // Reported per chunk written, not through Qt's own progress signal, which is rate-limited
+    // and invents a total at the end when the server never announced one.
+    if (wrote && !m_done)
+        emit progressed(m_written, announcedLength());
+}
+
+qint64 FileTransfer::announcedLength() const
+{
+    bool known = false;
+    const qint64 length = m_reply->header(QNetworkRequest::ContentLengthHeader).toLongLong(&known);
+    return known ? length : -1;
 }
 
 void FileTransfer::handleReplyFinished()

@@ -50,6 +50,8 @@ signals:
 
 private:
     void writeAvailable();
+    // The body length the server announced, or -1.
+    qint64 announcedLength() const;
     void handleReplyFinished();
     void fail(const Failure &failure);
     void succeed();
@@ -61,5 +63,6 @@ private:
     QFile m_file;
     QPointer<QNetworkReply> m_reply;
     QByteArray m_buffer;
+    qint64 m_written = 0;
     bool m_done = false;
 };

@@ -1,0 +1,301 @@
+#include "DownloadTestHarness.h"
+
+#include <QNetworkReply>
+#include <QSignalSpy>
+#include <QStandardPaths>
+
+#include <csignal>
+#include <sys/resource.h>
+
+namespace {
+
+const QString downloading = QStringLiteral("Загрузка с CDN Apple…");
+const QString checking = QStringLiteral("Проверка SHA-256…");
+const QString done = QStringLiteral("Загрузка и проверка завершены");
+const QString transferError = QStringLiteral("Ошибка загрузки");
+const QString mismatchText = QStringLiteral("Контрольная сумма SHA-256 не совпадает.");
+
+bool isMismatch(const Result<QString> &result)
+{
+    return !result.ok() && result.failure().studioError() == StudioError::checksumMismatch();
+}
+
+} // namespace
+
+class DownloadManagerTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
+
+    void downloadsAndVerifies_data()
+    {
+        QTest::addColumn<bool>("withLength");
+        QTest::addColumn<QString>("digestCase");
+        QTest::newRow("length, lower-case digest") << true << "lower";
+        QTest::newRow("no length, lower-case digest") << false << "lower";
+        QTest::newRow("upper-case digest") << true << "upper";
+        QTest::newRow("no digest: accepted after the tool ran") << true << "none";
+    }
+    void downloadsAndVerifies()
+    {
+        QFETCH(bool, withLength);
+        QFETCH(QString, digestCase);
+        DownloadTestHarness h;
+        const QByteArray body = patternBody(3 * 1024 * 1024 + 17);
+        HttpResponse response = HttpResponse::ok(body);
+        response.omitContentLength = !withLength;
+        h.server.setResponse(QStringLiteral("/fw/Watch6,1_Restore.ipsw"), response);
+        const QString digest = digestCase == QLatin1String("none")    ? QString()
+                               : digestCase == QLatin1String("upper") ? sha256Hex(body).toUpper()
+                                                                      : sha256Hex(body);
+
+        const auto log = h.start(h.firmware(QStringLiteral("/fw/Watch6,1_Restore.ipsw"), digest));
+        QVERIFY(h.manager.isDownloading());
+        QVERIFY(waitForCalls(*log));
+
+        const QString path = h.cached(QStringLiteral("Watch6,1_Restore.ipsw"));
+        QVERIFY(log->last->ok());
+        QCOMPARE(log->last->value(), path);
+        QVERIFY(log->alwaysOnGuiThread);
+        QCOMPARE(fileContents(path), body);
+        QCOMPARE(h.cacheListing(), QStringList{QStringLiteral("Watch6,1_Restore.ipsw")});
+        QCOMPARE(FakeTools::recordedArguments(h.paths.shasum()), (QStringList{"-a", "256", path}));
+        QCOMPARE(FakeTools::runCount(h.paths.shasum()), 1);
+
+        QVERIFY(!h.manager.isDownloading());
+        QCOMPARE(h.manager.progress(), 1.0);
+        QCOMPARE(h.manager.downloadedURL(), std::optional<QString>(path));
+        QCOMPARE(h.manager.errorText(), std::nullopt);
+        QCOMPARE(h.statuses.first(), downloading);
+        QCOMPARE(h.statuses.mid(h.statuses.size() - 2), (QStringList{checking, done}));
+        // Percentages only with a known total, never going back.
+        const QStringList percentages = h.statuses.filter(QStringLiteral("Загружено "));
+        QCOMPARE(percentages.isEmpty(), !withLength);
+        if (withLength)
+            QCOMPARE(percentages.last(), QStringLiteral("Загружено 100%"));
+
+        QTest::qWait(50);
+        QCOMPARE(log->calls, 1);
+    }
+
+    void redirectKeepsTheRequestedName()
+    {
+        DownloadTestHarness h;
+        h.server.setResponse(
+            QStringLiteral("/catalog/Watch7,2_Restore.ipsw"),
+            HttpResponse::redirect(h.server.url(QStringLiteral("/cdn/blob-8f3a.bin")).toString()));
+        h.server.setResponse(QStringLiteral("/cdn/blob-8f3a.bin"), HttpResponse::ok("image"));
+
+        const auto log = h.start(h.firmware(QStringLiteral("/catalog/Watch7,2_Restore.ipsw")));
+        QVERIFY(waitForCalls(*log));
+        QVERIFY(log->last->ok());
+        QCOMPARE(h.server.requests().size(), 2);
+        QCOMPARE(h.cacheListing(), QStringList{QStringLiteral("Watch7,2_Restore.ipsw")});
+        QCOMPARE(fileContents(h.cached(QStringLiteral("Watch7,2_Restore.ipsw"))), QByteArray("image"));
+    }
+
+    // The HTTP status is not examined: the error page is saved and judged by its digest.
+    void errorPageIsSavedAndJudgedByItsDigest()
+    {
+        DownloadTestHarness h;
+        h.server.setResponse(QStringLiteral("/a_Restore.ipsw"),
+                             HttpResponse::withStatus(500, "server broke"));
+
+        auto log = h.start(h.firmware(QStringLiteral("/a_Restore.ipsw"), sha256Hex("the real image")));
+        QVERIFY(waitForCalls(*log));
+        QVERIFY(isMismatch(*log->last));
+        QCOMPARE(h.manager.statusText(), QStringLiteral("Ошибка проверки"));
+        QCOMPARE(h.manager.errorText(), std::optional<QString>(mismatchText));
+        QCOMPARE(h.manager.downloadedURL(), std::nullopt);
+        QCOMPARE(h.cacheListing(), QStringList{QStringLiteral("a_Restore.ipsw.invalid")});
+        QCOMPARE(fileContents(h.cached(QStringLiteral("a_Restore.ipsw.invalid"))),
+                 QByteArray("server broke"));
+
+        log = h.start(h.firmware(QStringLiteral("/a_Restore.ipsw")));
+        QVERIFY(waitForCalls(*log));
+        QVERIFY(log->last->ok());
+        QCOMPARE(fileContents(h.cached(QStringLiteral("a_Restore.ipsw"))), QByteArray("server broke"));
+    }
+
+    void rejectedFileStaysWhenAnOlderRejectIsInTheWay()
+    {
+        DownloadTestHarness h;
+        h.server.setResponse(QStringLiteral("/b_Restore.ipsw"), HttpResponse::ok("bad bytes"));
+        QFile older(h.cached(QStringLiteral("b_Restore.ipsw.invalid")));
+        QVERIFY(older.open(QIODevice::WriteOnly));
+        older.write("older reject");
+        older.close();
+
+        const WatchFirmware firmware = h.firmware(QStringLiteral("/b_Restore.ipsw"), sha256Hex("good bytes"));
+        auto log = h.start(firmware);
+        QVERIFY(waitForCalls(*log));
+        QVERIFY(isMismatch(*log->last));
+        QCOMPARE(fileContents(h.cached(QStringLiteral("b_Restore.ipsw"))), QByteArray("bad bytes"));
+        QCOMPARE(fileContents(older.fileName()), QByteArray("older reject"));
+
+        // The bad file now counts as cached.
+        log = h.start(firmware);
+        QCOMPARE(h.manager.statusText(), QStringLiteral("Файл уже загружен"));
+        QVERIFY(waitForCalls(*log));
+        QVERIFY(log->last->ok());
+        QCOMPARE(h.server.requests().size(), 1);
+    }
+
+    void cachedFileIsReusedWithoutNetworkOrVerification()
+    {
+        DownloadTestHarness h;
+        const QString path = h.cached(QStringLiteral("c_Restore.ipsw"));
+        QFile partialImage(path);
+        QVERIFY(partialImage.open(QIODevice::WriteOnly));
+        partialImage.write("truncated");
+        partialImage.close();
+        QSignalSpy busySpy(&h.manager, &DownloadManager::isDownloadingChanged);
+
+        const WatchFirmware firmware = h.firmware(QStringLiteral("/c_Restore.ipsw"), sha256Hex("whole"));
+        QCOMPARE(h.manager.existingFile(firmware), std::optional<QString>(path));
+        const auto log = h.start(firmware);
+        QCOMPARE(log->calls, 0); // delivered as a later job, never from inside start
+        QCOMPARE(h.manager.downloadedURL(), std::optional<QString>(path));
+        QVERIFY(waitForCalls(*log));
+        QCOMPARE(log->last->value(), path);
+        QVERIFY(log->alwaysOnGuiThread);
+        QVERIFY(h.server.requests().isEmpty());
+        QCOMPARE(FakeTools::runCount(h.paths.shasum()), 0);
+        QCOMPARE(busySpy.count(), 0);
+        QCOMPARE(h.statuses, QStringList{QStringLiteral("Файл уже загружен")});
+    }
+
+    // Cancelling shows "cancelled" at once; the transfer's own report of the cancellation
+    // then arrives as a transfer error and is what the caller receives.
+    void cancelDuringTransferAndStartWhileBusy()
+    {
+        DownloadTestHarness h;
+        HttpResponse stalled = HttpResponse::ok(patternBody(1024 * 1024));
+        stalled.stallAfterBytes = 64 * 1024;
+        h.server.setResponse(QStringLiteral("/d_Restore.ipsw"), stalled);
+        h.server.setResponse(QStringLiteral("/e_Restore.ipsw"), HttpResponse::ok("other"));
+
+        const auto log = h.start(h.firmware(QStringLiteral("/d_Restore.ipsw")));
+        QVERIFY(QTest::qWaitFor([&] { return h.manager.progress() > 0; }, 30000));
+        const auto ignored = h.start(h.firmware(QStringLiteral("/e_Restore.ipsw")));
+        QCOMPARE(h.statuses.last(), h.manager.statusText());
+
+        h.manager.cancel();
+        QCOMPARE(h.manager.statusText(), QStringLiteral("Загрузка отменена"));
+        QVERIFY(!h.manager.isDownloading());
+        QCOMPARE(log->calls, 0);
+
+        QVERIFY(waitForCalls(*log));
+        QVERIFY(!log->last->ok());
+        QCOMPARE(log->last->failure().domain(), Failure::Domain::network);
+        QCOMPARE(log->last->failure().code(), int(QNetworkReply::OperationCanceledError));
+        QCOMPARE(h.manager.statusText(), transferError);
+        QCOMPARE(h.manager.errorText(), std::optional<QString>(log->last->failure().description()));
+        QVERIFY(h.cacheListing().isEmpty());
+        QTest::qWait(50);
+        QCOMPARE(ignored->calls, 0);
+        QCOMPARE(h.server.requests().size(), 1);
+    }
+
+    // The late report of a cancelled transfer is not matched against the transfer that
+    // replaced it: it takes the new caller's completion, and the new transfer ends silently.
+    void lateCancellationReportConsumesTheNextCallback()
+    {
+        DownloadTestHarness h;
+        HttpResponse stalled = HttpResponse::ok(patternBody(1024 * 1024));
+        stalled.stallAfterBytes = 1024;
+        h.server.setResponse(QStringLiteral("/f_Restore.ipsw"), stalled);
+        h.server.setResponse(QStringLiteral("/g_Restore.ipsw"), HttpResponse::ok("second image"));
+
+        const auto first = h.start(h.firmware(QStringLiteral("/f_Restore.ipsw")));
+        QVERIFY(QTest::qWaitFor([&] { return !h.server.requests().isEmpty(); }, 30000));
+        h.manager.cancel();
+        const auto second = h.start(h.firmware(QStringLiteral("/g_Restore.ipsw")));
+
+        QVERIFY(waitForCalls(*second));
+        QVERIFY(!second->last->ok());
+        QCOMPARE(second->last->failure().code(), int(QNetworkReply::OperationCanceledError));
+        QVERIFY(QTest::qWaitFor([&] { return h.manager.statusText() == done; }, 30000));
+        QCOMPARE(h.cacheListing(), QStringList{QStringLiteral("g_Restore.ipsw")});
+        QCOMPARE(first->calls, 0);
+        QCOMPARE(second->calls, 1);
+    }
+
+    // A crash leaves a hidden partial file behind; a broken transfer must not add another.
+    void brokenConnectionLeavesNoPartialFile()
+    {
+        DownloadTestHarness h;
+        QFile leftover(h.cached(QStringLiteral(".corvalin-from-a-crash.part")));
+        QVERIFY(leftover.open(QIODevice::WriteOnly));
+        leftover.close();
+        HttpResponse broken = HttpResponse::ok(patternBody(2 * 1024 * 1024));
+        broken.abortAfterBytes = 300 * 1024;
+        h.server.setResponse(QStringLiteral("/h_Restore.ipsw"), broken);
+
+        const auto log = h.start(h.firmware(QStringLiteral("/h_Restore.ipsw")));
+        QVERIFY(waitForCalls(*log));
+        QVERIFY(!log->last->ok());
+        QCOMPARE(log->last->failure().domain(), Failure::Domain::network);
+        QCOMPARE(h.manager.statusText(), transferError);
+        QVERIFY(h.cacheListing().isEmpty());
+        QCOMPARE(FakeTools::runCount(h.paths.shasum()), 0);
+    }
+
+    void fullDiskFailsTheTransferWithTheFileSystemError()
+    {
+        DownloadTestHarness h;
+        h.server.setResponse(QStringLiteral("/i_Restore.ipsw"),
+                             HttpResponse::ok(patternBody(4 * 1024 * 1024)));
+        // A file size limit makes the partial file's writes fail just as a full disk would.
+        std::signal(SIGXFSZ, SIG_IGN);
+        rlimit original{};
+        getrlimit(RLIMIT_FSIZE, &original);
+        rlimit limited = original;
+        limited.rlim_cur = 512 * 1024;
+        setrlimit(RLIMIT_FSIZE, &limited);
+
+        const auto log = h.start(h.firmware(QStringLiteral("/i_Restore.ipsw")));
+        const bool called = waitForCalls(*log);
+        setrlimit(RLIMIT_FSIZE, &original);
+        QVERIFY(called);
+        QVERIFY(!log->last->ok());
+        QCOMPARE(log->last->failure().domain(), Failure::Domain::fileSystem);
+        QCOMPARE(log->last->failure().description(), QString::fromLocal8Bit(strerror(EFBIG)));
+        QCOMPARE(h.manager.statusText(), transferError);
+        QVERIFY(h.cacheListing().isEmpty());
+    }
+
+    void destinationIsReplacedOrReportedWhenItCannotBe()
+    {
+        DownloadTestHarness h;
+        h.server.setResponse(QStringLiteral("/j_Restore.ipsw"), HttpResponse::ok("fresh"));
+        // The catalogue's file name differs from the link's, so the cache check does not
+        // see what lies at the destination.
+        WatchFirmware firmware = h.firmware(QStringLiteral("/j_Restore.ipsw"));
+        firmware.filename = QStringLiteral("listed-name.ipsw");
+        QFile older(h.cached(QStringLiteral("j_Restore.ipsw")));
+        QVERIFY(older.open(QIODevice::WriteOnly));
+        older.write("an older copy");
+        older.close();
+
+        auto log = h.start(firmware);
+        QVERIFY(waitForCalls(*log));
+        QVERIFY(log->last->ok());
+        QCOMPARE(fileContents(older.fileName()), QByteArray("fresh"));
+
+        // A folder in the way cannot be removed, so the move fails.
+        QVERIFY(QFile::remove(older.fileName()));
+        QVERIFY(QDir(h.cache()).mkpath(QStringLiteral("j_Restore.ipsw/inside")));
+        log = h.start(firmware);
+        QVERIFY(waitForCalls(*log));
+        QVERIFY(!log->last->ok());
+        QCOMPARE(log->last->failure().domain(), Failure::Domain::fileSystem);
+        QCOMPARE(h.manager.statusText(), QStringLiteral("Ошибка сохранения"));
+        QCOMPARE(h.manager.errorText(), std::optional<QString>(log->last->failure().description()));
+        QCOMPARE(h.cacheListing(), QStringList{QStringLiteral("j_Restore.ipsw")});
+    }
+};
+
+QTEST_GUILESS_MAIN(DownloadManagerTest)
+#include "DownloadManagerTest.moc"

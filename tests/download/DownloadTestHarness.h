@@ -1,0 +1,101 @@
+#pragma once
+
+#include "app/WatchFirmware.h"
+#include "download/DownloadManager.h"
+#include "support/FakeTools.h"
+#include "support/LocalHttpServer.h"
+#include "support/TestPaths.h"
+#include "tools/ToolLocator.h"
+
+#include <QCoreApplication>
+#include <QCryptographicHash>
+#include <QDir>
+#include <QFile>
+#include <QTest>
+#include <QThread>
+
+#include <memory>
+
+// What one caller's completion saw.
+struct CompletionLog {
+    int calls = 0;
+    bool alwaysOnGuiThread = true;
+    std::optional<Result<QString>> last;
+};
+
+// A manager on private folders, a real server and a shasum that computes real digests while
+// recording how it was called; every status the manager publishes is collected in order.
+struct DownloadTestHarness {
+    TestPaths paths;
+    LocalHttpServer server;
+    DownloadManager manager;
+    QStringList statuses;
+
+    DownloadTestHarness()
+    {
+        FakeToolBehaviour realDigest;
+        realDigest.extraShell = "exec /usr/bin/shasum \"$@\"";
+        FakeTools::write(paths.shasum(), realDigest);
+        QObject::connect(&manager, &DownloadManager::statusTextChanged,
+                         [this] { statuses << manager.statusText(); });
+    }
+
+    static QString cache() { return ToolLocator::cacheDirectory(); }
+    static QString cached(const QString &name) { return QDir(cache()).filePath(name); }
+    // Everything in the cache folder, hidden entries included.
+    static QStringList cacheListing()
+    {
+        return QDir(cache()).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                                       QDir::Name);
+    }
+
+    WatchFirmware firmware(const QString &path, const QString &sha256 = {}) const
+    {
+        WatchFirmware firmware;
+        firmware.productType = QStringLiteral("Watch6,1");
+        firmware.downloadURL = server.url(path);
+        firmware.filename = firmware.downloadURL.fileName();
+        firmware.sha256 = sha256;
+        return firmware;
+    }
+
+    static DownloadCompletion recorder(const std::shared_ptr<CompletionLog> &log)
+    {
+        return [log](const Result<QString> &result) {
+            ++log->calls;
+            log->alwaysOnGuiThread &= QThread::currentThread() == QCoreApplication::instance()->thread();
+            log->last = result;
+        };
+    }
+
+    std::shared_ptr<CompletionLog> start(const WatchFirmware &firmware)
+    {
+        auto log = std::make_shared<CompletionLog>();
+        manager.start(firmware, recorder(log));
+        return log;
+    }
+};
+
+inline QByteArray patternBody(qsizetype size)
+{
+    QByteArray body(size, Qt::Uninitialized);
+    for (qsizetype i = 0; i < size; ++i)
+        body[i] = char((i * 131 + i / 977) & 0xff);
+    return body;
+}
+
+inline QString sha256Hex(const QByteArray &bytes)
+{
+    return QString::fromLatin1(QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex());
+}
+
+inline QByteArray fileContents(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+inline bool waitForCalls(const CompletionLog &log, int calls = 1)
+{
+    return QTest::qWaitFor([&] { return log.calls >= calls; }, 30000);
+}

@@ -7,8 +7,6 @@
 #include <QMetaType>
 #include <QVariant>
 
-#include <cmath>
-
 namespace {
 
 // Where a value sits in the document, so a failure can say which record and key broke it.
@@ -117,8 +115,10 @@ public:
         return map;
     }
 
-    // Integers must be exact: a fraction, an exponent that leaves one, or a value outside the
-    // signed 64-bit range fails.
+    // Integers must be exact: a fraction, or a value outside the signed 64-bit range, fails.
+    // Qt's parser keeps every number that is integral and fits as a 64-bit integer (1.0 and 1e3
+    // included) and everything else as a double. One limit of that parser: a literal just below
+    // the range (down to about -2^63 - 1024) rounds to -2^63 and is taken as that value.
     std::optional<qint64> optionalInteger(QLatin1StringView key)
     {
         const std::optional<QJsonValue> value = present(key);
@@ -126,17 +126,10 @@ public:
             return std::nullopt;
         if (!value->isDouble())
             return fail(key, "is not a number"), std::nullopt;
-        // The parser keeps integer literals that fit in 64 bits exactly; everything else arrives
-        // as a double, which may still be integral (1.0, 1e3).
-        const QVariant variant = value->toVariant();
-        if (variant.typeId() == QMetaType::LongLong)
-            return variant.toLongLong();
-        constexpr double limit = 9223372036854775808.0; // 2^63
-        const double number = value->toDouble();
-        // -2^63 as a double is what a literal just beyond the range rounds to, so it is rejected too.
-        if (number != std::floor(number) || number <= -limit || number >= limit)
+        const QVariant number = value->toVariant();
+        if (number.typeId() != QMetaType::LongLong)
             return fail(key, "is not an integer in the signed 64-bit range"), std::nullopt;
-        return static_cast<qint64>(number);
+        return number.toLongLong();
     }
 
     // A URL reference, absolute or relative; text that is not one fails.

@@ -1,0 +1,141 @@
+#include "catalog/CatalogOrdering.h"
+#include "catalog/SemanticVersion.h"
+
+#include <QTest>
+
+class CatalogOrderingTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void parsesVersions_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<bool>("isVersion");
+        QTest::addColumn<qint64>("major");
+        QTest::addColumn<qint64>("minor");
+        QTest::addColumn<qint64>("patch");
+
+        const auto version = [](const char *name, qint64 major, qint64 minor, qint64 patch) {
+            QTest::newRow(name) << QString::fromUtf8(name) << true << major << minor << patch;
+        };
+        const auto notVersion = [](const char *name, const QString &text) {
+            QTest::newRow(name) << text << false << qint64(0) << qint64(0) << qint64(0);
+        };
+        version("10.4.1", 10, 4, 1);
+        version("11.0", 11, 0, 0);
+        version("10", 10, 0, 0);
+        version(".5", 5, 0, 0);
+        version("1..2.", 1, 2, 0);
+        version("+3.1", 3, 1, 0);
+        version("-1.0", -1, 0, 0);
+        version("007.08", 7, 8, 0);
+        version("9223372036854775807.-9223372036854775808", std::numeric_limits<qint64>::max(),
+                std::numeric_limits<qint64>::min(), 0);
+        notVersion("build in parentheses", QStringLiteral("9.6.3 (20U502)"));
+        notVersion("beta", QStringLiteral("10.0b1"));
+        notVersion("four parts", QStringLiteral("1.2.3.4"));
+        notVersion("empty", QString());
+        notVersion("dots only", QStringLiteral("..."));
+        notVersion("lone sign", QStringLiteral("1.+"));
+        notVersion("two signs", QStringLiteral("+-1"));
+        notVersion("inner space", QStringLiteral("1. 2"));
+        notVersion("twenty nines", QStringLiteral("99999999999999999999"));
+        notVersion("one past the maximum", QStringLiteral("9223372036854775808"));
+        notVersion("one below the minimum", QStringLiteral("-9223372036854775809"));
+        notVersion("non-ASCII digit", QStringLiteral("1.\u0661")); // ARABIC-INDIC DIGIT ONE
+    }
+
+    void parsesVersions()
+    {
+        QFETCH(QString, text);
+        QFETCH(bool, isVersion);
+        const std::optional<SemanticVersion> version = SemanticVersion::parse(text);
+        QCOMPARE(version.has_value(), isVersion);
+        if (version) {
+            QFETCH(qint64, major);
+            QFETCH(qint64, minor);
+            QFETCH(qint64, patch);
+            QCOMPARE(version->major, major);
+            QCOMPARE(version->minor, minor);
+            QCOMPARE(version->patch, patch);
+        }
+    }
+
+    void comparesVersions()
+    {
+        const auto v = [](const char *text) {
+            return SemanticVersion::parse(QString::fromUtf8(text)).value();
+        };
+        QVERIFY(v("10.0") < v("10.0.1"));
+        QVERIFY(v("10.0.1") < v("10.1"));
+        QVERIFY(v("9.6.3") < v("10.0"));
+        QVERIFY(v("-1.5") < v("0"));
+        QVERIFY(v("10.0") == v("10.0.0"));
+        QVERIFY(v("10.0") <= v("10.0.0") && v("10.0") >= v("10.0.0"));
+        QVERIFY(v("10.1") > v("10.0.9"));
+    }
+
+    void ordersModelsByNumbers()
+    {
+        const QStringList shuffled{"Watch7,1", "Watch6,14", "Watch6,2", "Watch06,14", "Watch1,2", "Watch6,1",
+                                   "Watch6",   "WatchX,1",  "Watch2,3", "Watch6,18",  "Watch1,1", "Watch"};
+        QList<WatchFirmware> firmware;
+        for (const QString &productType : shuffled)
+            firmware << WatchFirmware{productType, {}, {}, {}, {}, false, {}, {}, {}, 0, {}, {}};
+        CatalogOrdering::orderByModel(firmware);
+
+        QStringList ordered;
+        for (const WatchFirmware &entry : firmware)
+            ordered << entry.productType;
+        // Equal keys (Watch6,14 and Watch06,14) keep their input order.
+        QCOMPARE(ordered,
+                 (QStringList{"Watch", "WatchX,1", "Watch1,1", "Watch1,2", "Watch2,3", "Watch6", "Watch6,1",
+                              "Watch6,2", "Watch6,14", "Watch06,14", "Watch6,18", "Watch7,1"}));
+        QCOMPARE(CatalogOrdering::productSortKey(u"Watch6,14"), (QList<qint64>{6, 14}));
+        QCOMPARE(CatalogOrdering::productSortKey(u"Watch"), QList<qint64>());
+    }
+
+    void ordersCandidatesByReleaseDate()
+    {
+        const QStringList dates{"2023-09-18", "", "2022-01-01", "2023-09-18", "2021-12-31"};
+        QList<FirmwareCandidate> candidates;
+        for (qsizetype i = 0; i < dates.size(); ++i)
+            candidates << FirmwareCandidate{{}, {}, QString::number(i), dates.at(i), false, {}, {}};
+        CatalogOrdering::orderByReleaseDate(candidates);
+
+        QStringList builds;
+        for (const FirmwareCandidate &candidate : candidates)
+            builds << candidate.build;
+        QCOMPARE(builds, (QStringList{"1", "4", "2", "0", "3"}));
+    }
+
+    void comparesTextByScalars()
+    {
+        // U+FFFD is below U+1F600 as scalars, though not as UTF-16 code units.
+        QVERIFY(CatalogOrdering::textPrecedes(QStringLiteral("\uFFFD"), QStringLiteral("\U0001F600")));
+        QVERIFY(!CatalogOrdering::textPrecedes(QStringLiteral("\U0001F600"), QStringLiteral("\uFFFD")));
+        // Canonically equivalent spellings are equal.
+        const QString composed = QStringLiteral("\u00E9");
+        const QString decomposed = QStringLiteral("e\u0301");
+        QVERIFY(!CatalogOrdering::textPrecedes(composed, decomposed));
+        QVERIFY(!CatalogOrdering::textPrecedes(decomposed, composed));
+        QVERIFY(CatalogOrdering::textPrecedes(QString(), QStringLiteral("0")));
+    }
+
+    void prefersMarkedLinks()
+    {
+        const auto link = [](const char *name, std::optional<bool> preferred) {
+            return AppleDBLink{QUrl(QString::fromUtf8(name)), QString::fromUtf8(name), preferred,
+                               std::nullopt};
+        };
+        QList<AppleDBLink> links{link("a", std::nullopt), link("b", true), link("c", false), link("d", true)};
+        CatalogOrdering::orderByLinkPreference(links);
+        QStringList names;
+        for (const AppleDBLink &entry : links)
+            names << entry.urlText;
+        QCOMPARE(names, (QStringList{"b", "d", "a", "c"}));
+    }
+};
+
+QTEST_GUILESS_MAIN(CatalogOrderingTest)
+#include "CatalogOrderingTest.moc"

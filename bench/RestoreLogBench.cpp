@@ -83,3 +83,19 @@ CORVALIN_BENCHMARK(restoreLogIngestion)
     Bench::report(QStringLiteral("log appends (chunks)"), changes, QString());
     QTextStream(stdout) << "every byte in logText: " << (complete ? "yes" : "NO") << Qt::endl;
 }
+
+// The worst case for the log: every progress line arrives as a chunk of its own. Copying the
+// log per append would make this quadratic (terabytes for 12 MB); amortised growth keeps it linear.
+CORVALIN_BENCHMARK(restoreLogLineByLineAppends)
+{
+    const QString line = QStringLiteral("[000000] Sending filesystem:  50.0% complete..............");
+    for (const int count : {progressLines / 2, progressLines}) {
+        RestoreManager manager;
+        QElapsedTimer timer;
+        timer.start();
+        for (int i = 0; i < count; ++i)
+            manager.appendLog(line);
+        Bench::report(QStringLiteral("%1 single-line appends").arg(count), double(timer.nsecsElapsed()) / 1e6,
+                      QStringLiteral("ms"));
+    }
+}

@@ -50,15 +50,6 @@ class DeviceMonitorTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void startsEmpty()
-    {
-        const DeviceMonitor monitor;
-        QVERIFY(!monitor.connectedWatch());
-        QVERIFY(!monitor.isChecking());
-        QCOMPARE(monitor.connectionHint(), noDeviceHint);
-        QCOMPARE(monitor.recoveryProductIDs(), (QList<int>{4642, 4647, 4736, 4737, 4738, 4739, 4920, 6273}));
-    }
-
     void recoveryOutcomes_data()
     {
         QTest::addColumn<QByteArrayList>("bus");
@@ -71,8 +62,6 @@ private slots:
         const QByteArray recovery = testData(QStringLiteral("irecovery-q-recovery.txt"));
         QTest::newRow("nothing on the bus")
             << QByteArrayList{} << true << recovery << 0 << QString() << noDeviceHint;
-        QTest::newRow("only unlisted devices")
-            << QByteArrayList{"12a8", "05ac"} << true << recovery << 0 << QString() << noDeviceHint;
         QTest::newRow("Recovery") << QByteArrayList{"12a8", "1281"} << true << recovery << 0 << "Watch6,18"
                                   << recoveryReadyHint;
         QTest::newRow("DFU") << QByteArrayList{"1227"} << true
@@ -183,8 +172,6 @@ private slots:
         QTest::newRow("ECID as a number")
             << true << QByteArray(R"({"Output":{"x":{"deviceType":"Watch5,9","ECID":703710}}})") << 0
             << kisUnreadableHint;
-        QTest::newRow("no watch") << true << testData(QStringLiteral("cfgutil-list-empty.json")) << 0
-                                  << kisUnreadableHint;
     }
 
     void kisFailures()

@@ -35,8 +35,9 @@ QString kisRawOutput(const QString &productType, const DeviceMonitor::WatchIdent
 QCoro::Task<> DeviceMonitor::pollConfiguratorKIS()
 {
     const QPointer<DeviceMonitor> self(this);
-    // Configurator is slow and the watch cannot change identity without leaving the bus, so a
-    // published KIS watch is kept rather than asked for again.
+    // Configurator is slow, so a published KIS watch is kept until the bus stops showing a KIS
+    // device. A watch swapped for another without that ID ever leaving the bus keeps the first
+    // watch's identity.
     if (m_connectedWatch && m_connectedWatch->mode.contains(QStringLiteral("KIS"))) {
         setIsChecking(false);
         setConnectionHint(readyHint());

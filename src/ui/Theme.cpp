@@ -168,6 +168,11 @@ QColor textTertiary()
     return QColor(235, 235, 245, 77);
 }
 
+QColor logText()
+{
+    return QColor::fromRgbF(0.7f, 0.95f, 0.85f);
+}
+
 QColor withOpacity(QColor color, qreal opacity)
 {
     color.setAlphaF(float(color.alphaF() * opacity));

@@ -31,6 +31,9 @@ QColor textPrimary();
 QColor textSecondary();
 QColor textTertiary();
 
+// The process log's pale green text.
+QColor logText();
+
 // The colour with its alpha multiplied by opacity.
 QColor withOpacity(QColor color, qreal opacity);
 

@@ -1,9 +1,47 @@
 #include "ui/shell/MainWindow.h"
 
-MainWindow::MainWindow(QWidget *parent) : QMainWindow(parent)
+#include "app/StudioModel.h"
+#include "ui/shell/RootView.h"
+#include "ui/shell/ShellCommands.h"
+
+#include <QAction>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QPointer>
+
+MainWindow::MainWindow(StudioModel *model, QWidget *parent)
+    : QMainWindow(parent), m_root(new RootView(model, this))
 {
     setWindowTitle(QStringLiteral("Corvalin Studio"));
-    setMinimumSize(1120, 720);
+    setCentralWidget(m_root);
+    const QPointer<MainWindow> self(this);
+    model->setManualIPSWChooser([self] { return ShellCommands::chooseManualIPSW(self); });
+    buildMenu();
+    resize(1280, 820);
 }
 
 MainWindow::~MainWindow() = default;
+
+// The application menu: About, then the firmware folder. Nothing else, so no new window.
+void MainWindow::buildMenu()
+{
+    QMenu *menu = menuBar()->addMenu(QStringLiteral("Corvalin Studio"));
+    menu->setObjectName(QStringLiteral("applicationMenu"));
+    QAction *about =
+        menu->addAction(QStringLiteral("О программе Corvalin Studio"), this, &MainWindow::showAbout);
+    about->setMenuRole(QAction::AboutRole);
+    QAction *openFolder = menu->addAction(QStringLiteral("Открыть папку прошивок"), this,
+                                          [] { ShellCommands::openFirmwareFolder(); });
+    openFolder->setObjectName(QStringLiteral("openFirmwareFolderAction"));
+    openFolder->setMenuRole(QAction::NoRole);
+}
+
+void MainWindow::showAbout()
+{
+    auto *box =
+        new QMessageBox(QMessageBox::NoIcon, QStringLiteral("Corvalin Studio"),
+                        QStringLiteral("Corvalin Studio %1").arg(QCoreApplication::applicationVersion()),
+                        QMessageBox::Ok, this);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->open();
+}

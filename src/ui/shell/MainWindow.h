@@ -2,12 +2,25 @@
 
 #include <QMainWindow>
 
-// The application's single window.
+class RootView;
+class StudioModel;
+
+// The application's single window: the root view and the menu. No command opens a second
+// window.
 class MainWindow final : public QMainWindow {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(MainWindow)
 
 public:
-    explicit MainWindow(QWidget *parent = nullptr);
+    // Takes ownership of model; installs the production file chooser on it.
+    explicit MainWindow(StudioModel *model, QWidget *parent = nullptr);
     ~MainWindow() override;
+
+    RootView *rootView() const { return m_root; }
+
+private:
+    void buildMenu();
+    void showAbout();
+
+    RootView *m_root;
 };

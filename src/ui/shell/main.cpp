@@ -1,3 +1,5 @@
+#include "app/StudioModel.h"
+#include "ui/Theme.h"
 #include "ui/shell/MainWindow.h"
 
 #include <QApplication>
@@ -6,8 +8,10 @@ int main(int argc, char *argv[])
 {
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Corvalin Studio"));
+    QApplication::setApplicationVersion(QStringLiteral(CORVALIN_VERSION));
+    Theme::applyDarkAppearance(application);
 
-    MainWindow window;
+    MainWindow window(new StudioModel);
     window.show();
     return QApplication::exec();
 }

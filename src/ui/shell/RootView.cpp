@@ -1,0 +1,173 @@
+#include "ui/shell/RootView.h"
+
+#include "app/StudioModel.h"
+#include "device/DeviceMonitor.h"
+#include "ui/StudioBackground.h"
+#include "ui/screens/CatalogView.h"
+#include "ui/screens/LogView.h"
+#include "ui/screens/OverviewView.h"
+#include "ui/screens/RestoreConfirmationSheet.h"
+#include "ui/screens/RestoreView.h"
+#include "ui/shell/Sidebar.h"
+#include "ui/shell/UnsignedFirmwareAlert.h"
+
+#include <QHBoxLayout>
+#include <QSplitter>
+#include <QStackedWidget>
+#include <QTimer>
+
+namespace {
+constexpr int sidebarMinimumWidth = 230;
+constexpr int sidebarIdealWidth = 250;
+constexpr int sidebarMaximumWidth = 280;
+constexpr QSize minimumContentSize(1120, 720);
+
+// Stack pages, in the order of the sections.
+int pageOf(std::optional<NavigationSection> section)
+{
+    return int(section.value_or(NavigationSection::overview));
+}
+} // namespace
+
+RootView::RootView(StudioModel *model, QWidget *parent)
+    : QWidget(parent), m_model(model), m_sidebar(new Sidebar), m_screens(new QStackedWidget)
+{
+    m_model->setParent(this);
+    setObjectName(QStringLiteral("rootView"));
+    setMinimumSize(minimumContentSize);
+
+    m_sidebar->setMinimumWidth(sidebarMinimumWidth);
+    m_sidebar->setMaximumWidth(sidebarMaximumWidth);
+
+    auto *detail = new StudioBackground;
+    detail->setObjectName(QStringLiteral("detailColumn"));
+    auto *detailLayout = new QHBoxLayout(detail);
+    detailLayout->setContentsMargins(0, 0, 0, 0);
+    detailLayout->addWidget(m_screens);
+    DeviceMonitor *monitor = m_model->deviceMonitor();
+    m_screens->addWidget(new OverviewView(m_model, monitor, m_model->downloader()));
+    m_screens->addWidget(new CatalogView(m_model));
+    m_screens->addWidget(new RestoreView(m_model, monitor, m_model->restoreManager()));
+    m_screens->addWidget(new LogView(m_model, m_model->restoreManager()));
+
+    auto *split = new QSplitter(Qt::Horizontal);
+    split->setObjectName(QStringLiteral("splitView"));
+    split->setChildrenCollapsible(false);
+    split->setHandleWidth(1);
+    split->addWidget(m_sidebar);
+    split->addWidget(detail);
+    split->setStretchFactor(0, 0);
+    split->setStretchFactor(1, 1);
+    split->setSizes({sidebarIdealWidth, minimumContentSize.width() - sidebarIdealWidth});
+    auto *layout = new QHBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(split);
+
+    connect(m_sidebar, &Sidebar::sectionActivated, m_model,
+            [this](NavigationSection section) { m_model->setNavigation(section); });
+    connect(m_model, &StudioModel::navigationChanged, this, &RootView::showNavigation);
+    connect(m_model, &StudioModel::showUnsignedWarningChanged, this, &RootView::followUnsignedWarning);
+    connect(m_model, &StudioModel::showRestoreConfirmationChanged, this,
+            &RootView::followRestoreConfirmation);
+
+    // Every publication of the watch, the current one included, re-selects its firmware.
+    connect(monitor, &DeviceMonitor::connectedWatchChanged, m_model,
+            [this, monitor] { m_model->syncConnectedDevice(monitor->connectedWatch()); });
+    m_model->syncConnectedDevice(monitor->connectedWatch());
+
+    showNavigation();
+    followUnsignedWarning();
+    followRestoreConfirmation();
+}
+
+// The screens, the alert and the sheet observe the model: they go first, the model last.
+RootView::~RootView()
+{
+    delete m_alert;
+    delete m_sheet;
+    qDeleteAll(findChildren<QWidget *>(Qt::FindDirectChildrenOnly));
+}
+
+QWidget *RootView::currentScreen() const
+{
+    return m_screens->currentWidget();
+}
+
+UnsignedFirmwareAlert *RootView::unsignedAlert() const
+{
+    return m_alert;
+}
+
+RestoreConfirmationSheet *RootView::restoreSheet() const
+{
+    return m_sheet;
+}
+
+void RootView::showEvent(QShowEvent *event)
+{
+    QWidget::showEvent(event);
+    if (m_started)
+        return;
+    m_started = true;
+    QTimer::singleShot(0, m_model, &StudioModel::start);
+}
+
+void RootView::showNavigation()
+{
+    m_screens->setCurrentIndex(pageOf(m_model->navigation()));
+    m_sidebar->setSelection(m_model->navigation());
+}
+
+// The flag is re-published on every assignment: an alert already on screen stays as it is.
+void RootView::followUnsignedWarning()
+{
+    if (!m_model->showUnsignedWarning()) {
+        if (UnsignedFirmwareAlert *alert = m_alert) {
+            m_alert = nullptr;
+            alert->disconnect(this);
+            alert->close();
+            alert->deleteLater();
+        }
+        return;
+    }
+    if (m_alert)
+        return;
+    auto *alert = new UnsignedFirmwareAlert(window());
+    alert->setAttribute(Qt::WA_DeleteOnClose);
+    m_alert = alert;
+    connect(alert, &UnsignedFirmwareAlert::cancelled, this,
+            [this] { m_model->setShowUnsignedWarning(false); });
+    connect(alert, &UnsignedFirmwareAlert::downloadConfirmed, this, [this] {
+        m_model->setShowUnsignedWarning(false);
+        m_model->downloadSelected();
+    });
+    alert->open();
+}
+
+// A fresh sheet for every presentation, so its typed word always starts empty.
+void RootView::followRestoreConfirmation()
+{
+    if (!m_model->showRestoreConfirmation()) {
+        if (RestoreConfirmationSheet *sheet = m_sheet) {
+            m_sheet = nullptr;
+            sheet->disconnect(this);
+            sheet->close();
+            sheet->deleteLater();
+        }
+        return;
+    }
+    if (m_sheet)
+        return;
+    auto *sheet =
+        new RestoreConfirmationSheet(m_model, m_model->deviceMonitor(), m_model->restoreManager(), window());
+    sheet->setAttribute(Qt::WA_DeleteOnClose);
+    sheet->setWindowModality(Qt::WindowModal);
+    m_sheet = sheet;
+    connect(sheet, &QDialog::finished, this, [this, sheet] {
+        if (m_sheet != sheet)
+            return;
+        m_sheet = nullptr;
+        m_model->setShowRestoreConfirmation(false);
+    });
+    sheet->open();
+}

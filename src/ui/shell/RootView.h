@@ -1,0 +1,46 @@
+#pragma once
+
+#include <QPointer>
+#include <QWidget>
+
+class QStackedWidget;
+class RestoreConfirmationSheet;
+class Sidebar;
+class StudioModel;
+class UnsignedFirmwareAlert;
+
+// The window's content: the sidebar beside the detail column that shows the screen chosen by
+// the model's navigation, over the studio backdrop. Owns the application model, starts it when
+// first shown, keeps it in step with the connected watch, and presents the unsigned-firmware
+// alert and the restore confirmation sheet while their flags in the model are raised.
+class RootView final : public QWidget {
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(RootView)
+
+public:
+    // Takes ownership of model.
+    explicit RootView(StudioModel *model, QWidget *parent = nullptr);
+    ~RootView() override;
+
+    StudioModel *model() const { return m_model; }
+    Sidebar *sidebar() const { return m_sidebar; }
+    QWidget *currentScreen() const;
+    // The alert or sheet on screen now, if any.
+    UnsignedFirmwareAlert *unsignedAlert() const;
+    RestoreConfirmationSheet *restoreSheet() const;
+
+protected:
+    void showEvent(QShowEvent *event) override;
+
+private:
+    void showNavigation();
+    void followUnsignedWarning();
+    void followRestoreConfirmation();
+
+    StudioModel *m_model;
+    Sidebar *m_sidebar;
+    QStackedWidget *m_screens;
+    QPointer<UnsignedFirmwareAlert> m_alert;
+    QPointer<RestoreConfirmationSheet> m_sheet;
+    bool m_started = false;
+};

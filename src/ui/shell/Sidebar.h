@@ -1,0 +1,40 @@
+#pragma once
+
+#include "app/NavigationSection.h"
+
+#include <QList>
+#include <QWidget>
+
+#include <optional>
+
+class SidebarRow;
+
+// The sidebar column: brand, the section list and the support footer. Its only state is the
+// selection, bound both ways to the model's navigation by the root view.
+class Sidebar final : public QWidget {
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(Sidebar)
+
+public:
+    explicit Sidebar(QWidget *parent = nullptr);
+    ~Sidebar() override;
+
+    std::optional<NavigationSection> selection() const { return m_selection; }
+    // Shows the highlight only; emits nothing.
+    void setSelection(std::optional<NavigationSection> section);
+    SidebarRow *row(NavigationSection section) const;
+
+signals:
+    // The user pressed a section's row.
+    void sectionActivated(NavigationSection section);
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+
+private:
+    QWidget *makeBrandHeader();
+    QWidget *makeSectionCaption();
+
+    std::optional<NavigationSection> m_selection;
+    QList<SidebarRow *> m_rows;
+};

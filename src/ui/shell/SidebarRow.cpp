@@ -1,0 +1,90 @@
+#include "ui/shell/SidebarRow.h"
+
+#include "ui/Icons.h"
+#include "ui/Theme.h"
+
+#include <QKeyEvent>
+#include <QPainter>
+
+namespace {
+constexpr int rowHeight = 42;
+constexpr int horizontalPadding = 14;
+constexpr int spacing = 12;
+constexpr int symbolSize = 15;
+constexpr int symbolFrame = 22;
+constexpr qreal highlightRadius = 11;
+constexpr qreal highlightOpacity = 0.1;
+
+QFont titleFont()
+{
+    return Theme::font(14, QFont::Medium);
+}
+} // namespace
+
+SidebarRow::SidebarRow(NavigationSection section, QWidget *parent)
+    : QAbstractButton(parent), m_section(section)
+{
+    setText(Navigation::rawValue(section));
+    setObjectName(QStringLiteral("sidebarRow-") + QString::number(int(section)));
+    setFocusPolicy(Qt::StrongFocus);
+    setCursor(Qt::PointingHandCursor);
+    setFixedHeight(rowHeight);
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+}
+
+SidebarRow::~SidebarRow() = default;
+
+void SidebarRow::setSelected(bool selected)
+{
+    m_selected = selected;
+    setAccessibleDescription(selected ? QStringLiteral("выбрано") : QString());
+    update();
+}
+
+QSize SidebarRow::sizeHint() const
+{
+    const QFontMetrics metrics(titleFont());
+    return {horizontalPadding * 2 + symbolFrame + spacing + metrics.horizontalAdvance(text()), rowHeight};
+}
+
+void SidebarRow::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
+        click();
+        event->accept();
+        return;
+    }
+    QAbstractButton::keyPressEvent(event);
+}
+
+void SidebarRow::paintEvent(QPaintEvent *)
+{
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const QRectF area(rect());
+    if (m_selected) {
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(Theme::withOpacity(Theme::white(), highlightOpacity));
+        painter.drawRoundedRect(area, highlightRadius, highlightRadius);
+    }
+    if (hasFocus()) {
+        painter.setPen(QPen(Theme::withOpacity(Theme::studioAccent(), 0.9), 2));
+        painter.setBrush(Qt::NoBrush);
+        painter.drawRoundedRect(area.adjusted(1, 1, -1, -1), highlightRadius, highlightRadius);
+    }
+
+    const QColor colour = m_selected ? Theme::white() : Theme::textSecondary();
+    const int box = Theme::Metrics::symbolBox(symbolSize);
+    const QRectF frame(horizontalPadding, 0, symbolFrame, height());
+    Icons::paint(&painter, QRectF(frame.center().x() - box / 2.0, frame.center().y() - box / 2.0, box, box),
+                 Navigation::symbolName(m_section), colour);
+
+    const int textLeft = horizontalPadding + symbolFrame + spacing;
+    const QFont font = titleFont();
+    const QFontMetrics metrics(font);
+    const int available = width() - textLeft - horizontalPadding;
+    painter.setFont(font);
+    painter.setPen(colour);
+    painter.drawText(QRect(textLeft, 0, available, height()), Qt::AlignLeft | Qt::AlignVCenter,
+                     metrics.elidedText(text(), Qt::ElideRight, available));
+}

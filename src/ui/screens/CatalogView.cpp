@@ -1,5 +1,92 @@
 #include "ui/screens/CatalogView.h"
 
-CatalogView::CatalogView(StudioModel *, QWidget *parent) : QWidget(parent) {}
+#include "app/StudioModel.h"
+#include "ui/PageHeader.h"
+#include "ui/StudioButton.h"
+#include "ui/Theme.h"
+#include "ui/screens/BusySpinner.h"
+#include "ui/screens/CatalogSearchField.h"
+#include "ui/screens/FirmwareListModel.h"
+#include "ui/screens/FirmwareRow.h"
+#include "ui/screens/ScreenLabels.h"
+
+#include <QLabel>
+#include <QListView>
+#include <QVBoxLayout>
+
+namespace {
+
+constexpr int pagePadding = 28;
+constexpr int pageSpacing = 20;
+constexpr int loadingSpacing = 10;
+
+QWidget *loadingIndicator()
+{
+    auto *indicator = new QWidget;
+    auto *stack = new QVBoxLayout(indicator);
+    stack->setSpacing(loadingSpacing);
+    stack->addStretch();
+    stack->addWidget(new BusySpinner(BusySpinner::Size::regular), 0, Qt::AlignHCenter);
+    stack->addWidget(
+        ScreenLabels::label(QStringLiteral("Получение каталога…"), Theme::font(13), Theme::textSecondary()),
+        0, Qt::AlignHCenter);
+    stack->addStretch();
+    return indicator;
+}
+
+} // namespace
+
+CatalogView::CatalogView(StudioModel *model, QWidget *parent)
+    : QWidget(parent), m_model(model),
+      m_refresh(new StudioButton(StudioButtonStyle::secondary, QStringLiteral("Обновить"),
+                                 QStringLiteral("arrow.clockwise"))),
+      m_loading(loadingIndicator()), m_rows(new FirmwareListModel(model, this)), m_list(new QListView)
+{
+    setObjectName(QStringLiteral("catalogView"));
+    m_refresh->setObjectName(QStringLiteral("catalogRefreshButton"));
+    m_loading->setObjectName(QStringLiteral("catalogLoading"));
+    m_list->setObjectName(QStringLiteral("firmwareList"));
+
+    // Rows are painted by the delegate as they scroll into view; the view keeps no selection of
+    // its own, the model's selection is what the rows show.
+    m_list->setModel(m_rows);
+    m_list->setItemDelegate(new FirmwareRowDelegate(m_rows, m_list));
+    m_list->setSelectionMode(QAbstractItemView::NoSelection);
+    m_list->setFocusPolicy(Qt::NoFocus);
+    m_list->setFrameShape(QFrame::NoFrame);
+    m_list->setUniformItemSizes(true);
+    m_list->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+    m_list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    m_list->setMouseTracking(true);
+    m_list->viewport()->setAutoFillBackground(false);
+    m_list->setAutoFillBackground(false);
+    connect(m_list, &QListView::clicked, model,
+            [this](const QModelIndex &index) { m_model->select(m_rows->firmwareAt(index.row())); });
+
+    auto *stack = new QVBoxLayout(this);
+    stack->setContentsMargins(pagePadding, pagePadding, pagePadding, pagePadding);
+    stack->setSpacing(pageSpacing);
+    stack->addWidget(new PageHeader(
+        QStringLiteral("AppleDB · CDN Apple"), QStringLiteral("Каталог прошивок"),
+        QStringLiteral("Полные Restore.ipsw с проверкой модели и контрольной суммы."), m_refresh));
+    stack->addWidget(new CatalogSearchField(model));
+    stack->addWidget(m_loading, 1);
+    stack->addWidget(m_list, 1);
+
+    // The refresh runs on by itself; the loading flag keeps the button disabled meanwhile.
+    connect(m_refresh, &StudioButton::clicked, model, [model] { model->refreshCatalog(); });
+    connect(model, &StudioModel::isLoadingCatalogChanged, this, &CatalogView::refresh);
+    connect(model, &StudioModel::firmwareChanged, this, &CatalogView::refresh);
+    refresh();
+}
 
 CatalogView::~CatalogView() = default;
+
+void CatalogView::refresh()
+{
+    const bool loading = m_model->isLoadingCatalog();
+    m_refresh->setEnabled(!loading);
+    const bool showIndicator = loading && m_model->firmware().isEmpty();
+    m_loading->setVisible(showIndicator);
+    m_list->setVisible(!showIndicator);
+}

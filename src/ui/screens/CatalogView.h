@@ -2,9 +2,12 @@
 
 #include <QWidget>
 
+class FirmwareListModel;
+class QListView;
+class StudioButton;
 class StudioModel;
 
-// The firmware catalogue with search, rows and the selected firmware's card.
+// The firmware catalogue: search, refresh and one row per model to select.
 class CatalogView final : public QWidget {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(CatalogView)
@@ -12,4 +15,13 @@ class CatalogView final : public QWidget {
 public:
     CatalogView(StudioModel *model, QWidget *parent = nullptr);
     ~CatalogView() override;
+
+private:
+    void refresh();
+
+    StudioModel *m_model;
+    StudioButton *m_refresh;
+    QWidget *m_loading;
+    FirmwareListModel *m_rows;
+    QListView *m_list;
 };

@@ -2,10 +2,18 @@
 
 #include <QWidget>
 
-class StudioModel;
+class LogStatusLine;
+class QPlainTextEdit;
+class QTimer;
 class RestoreManager;
+class StudioButton;
+class StudioModel;
 
 // The process log with its copy action and status line.
+//
+// The log only ever grows and can reach hundreds of thousands of lines, so the view appends
+// only the part it has not shown yet, and bursts of appends are gathered into one update on
+// the next turn of the event loop.
 class LogView final : public QWidget {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(LogView)
@@ -13,4 +21,18 @@ class LogView final : public QWidget {
 public:
     LogView(StudioModel *model, RestoreManager *restoreManager, QWidget *parent = nullptr);
     ~LogView() override;
+
+    // Puts exactly the log on the clipboard, replacing whatever was there.
+    void copyLog();
+
+private:
+    void scheduleLogUpdate();
+    void showNewLogText();
+
+    RestoreManager *m_restore;
+    StudioButton *m_copy;
+    QPlainTextEdit *m_log;
+    LogStatusLine *m_status;
+    QTimer *m_logUpdate;
+    qsizetype m_shownLength = 0;
 };

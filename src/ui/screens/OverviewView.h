@@ -2,9 +2,14 @@
 
 #include <QWidget>
 
-class StudioModel;
+class CatalogStateCard;
+class ConnectionBadge;
 class DeviceMonitor;
+class DownloadCard;
 class DownloadManager;
+class ErrorBanner;
+class SelectedFirmwareCard;
+class StudioModel;
 
 // The home screen: connection, device, quick actions, firmware and download.
 class OverviewView final : public QWidget {
@@ -15,4 +20,16 @@ public:
     OverviewView(StudioModel *model, DeviceMonitor *monitor, DownloadManager *downloader,
                  QWidget *parent = nullptr);
     ~OverviewView() override;
+
+private:
+    void refresh();
+
+    StudioModel *m_model;
+    DeviceMonitor *m_monitor;
+    DownloadManager *m_downloader;
+    ConnectionBadge *m_badge;
+    SelectedFirmwareCard *m_selectedFirmware;
+    CatalogStateCard *m_catalogState;
+    DownloadCard *m_download;
+    ErrorBanner *m_catalogError;
 };

@@ -2,9 +2,12 @@
 
 #include <QWidget>
 
-class StudioModel;
+class CheckLine;
 class DeviceMonitor;
+class ErrorBanner;
 class RestoreManager;
+class StudioButton;
+class StudioModel;
 
 // The restore screen: image, device, checks and the start and cancel actions.
 class RestoreView final : public QWidget {
@@ -15,4 +18,15 @@ public:
     RestoreView(StudioModel *model, DeviceMonitor *monitor, RestoreManager *restoreManager,
                 QWidget *parent = nullptr);
     ~RestoreView() override;
+
+private:
+    void refresh();
+
+    StudioModel *m_model;
+    DeviceMonitor *m_monitor;
+    RestoreManager *m_restore;
+    CheckLine *m_firstCheck;
+    ErrorBanner *m_error;
+    StudioButton *m_start;
+    StudioButton *m_stop;
 };

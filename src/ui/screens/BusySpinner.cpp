@@ -1,0 +1,66 @@
+#include "ui/screens/BusySpinner.h"
+
+#include "ui/Theme.h"
+
+#include <QPainter>
+#include <QTimer>
+
+namespace {
+
+constexpr int spokes = 8;
+constexpr int smallSide = 16;
+constexpr int regularSide = 24;
+constexpr int stepMilliseconds = 90;
+
+} // namespace
+
+BusySpinner::BusySpinner(Size size, QWidget *parent)
+    : QWidget(parent), m_size(size), m_timer(new QTimer(this))
+{
+    m_timer->setInterval(stepMilliseconds);
+    connect(m_timer, &QTimer::timeout, this, [this] {
+        m_step = (m_step + 1) % spokes;
+        update();
+    });
+    setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+    setAccessibleName(QStringLiteral("progress"));
+}
+
+BusySpinner::~BusySpinner() = default;
+
+QSize BusySpinner::sizeHint() const
+{
+    const int side = m_size == Size::small ? smallSide : regularSide;
+    return {side, side};
+}
+
+void BusySpinner::showEvent(QShowEvent *event)
+{
+    QWidget::showEvent(event);
+    m_timer->start();
+}
+
+void BusySpinner::hideEvent(QHideEvent *event)
+{
+    QWidget::hideEvent(event);
+    m_timer->stop();
+}
+
+void BusySpinner::paintEvent(QPaintEvent *)
+{
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const qreal side = std::min(width(), height());
+    const qreal outer = side / 2;
+    const qreal inner = outer * 0.45;
+    painter.translate(width() / 2.0, height() / 2.0);
+    for (int i = 0; i < spokes; ++i) {
+        // The spoke at the current step is brightest; the ones behind it fade out.
+        const int age = (m_step - i + spokes) % spokes;
+        const qreal opacity = 1.0 - 0.8 * age / (spokes - 1);
+        painter.setPen(
+            QPen(Theme::withOpacity(Theme::textSecondary(), opacity), side / 9, Qt::SolidLine, Qt::RoundCap));
+        painter.drawLine(QPointF(0, -inner), QPointF(0, -outer + side / 12));
+        painter.rotate(360.0 / spokes);
+    }
+}

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QWidget>
+
+class QTimer;
+
+// An indeterminate progress indicator: a ring of fading spokes that turns while shown.
+class BusySpinner final : public QWidget {
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(BusySpinner)
+
+public:
+    enum class Size { small, regular };
+
+    explicit BusySpinner(Size size, QWidget *parent = nullptr);
+    ~BusySpinner() override;
+
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override { return sizeHint(); }
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+    void showEvent(QShowEvent *event) override;
+    void hideEvent(QHideEvent *event) override;
+
+private:
+    Size m_size;
+    QTimer *m_timer;
+    int m_step = 0;
+};

@@ -1,0 +1,70 @@
+#include "ui/screens/CatalogSearchField.h"
+
+#include "app/StudioModel.h"
+#include "ui/PlainButton.h"
+#include "ui/SymbolView.h"
+#include "ui/Theme.h"
+
+#include <QHBoxLayout>
+#include <QLineEdit>
+#include <QPainter>
+#include <QPainterPath>
+
+namespace {
+
+constexpr int horizontalPadding = 14;
+constexpr int fieldHeight = 42;
+constexpr qreal fieldRadius = 12;
+constexpr qreal fillOpacity = 0.07;
+constexpr int textSize = 13;
+
+} // namespace
+
+CatalogSearchField::CatalogSearchField(StudioModel *model, QWidget *parent)
+    : QWidget(parent), m_model(model), m_field(new QLineEdit),
+      m_clear(new PlainButton(
+          new SymbolView(QStringLiteral("xmark.circle.fill"), Theme::textSecondary(), textSize),
+          QStringLiteral("Очистить поиск")))
+{
+    setObjectName(QStringLiteral("catalogSearch"));
+    m_field->setObjectName(QStringLiteral("catalogSearchField"));
+    m_clear->setObjectName(QStringLiteral("catalogSearchClear"));
+    setFixedHeight(fieldHeight);
+
+    m_field->setFrame(false);
+    m_field->setFont(Theme::font(textSize));
+    m_field->setPlaceholderText(QStringLiteral("Series 3, Watch4,1, 44mm…"));
+    QPalette palette = m_field->palette();
+    palette.setColor(QPalette::Base, Qt::transparent);
+    m_field->setPalette(palette);
+
+    auto *row = new QHBoxLayout(this);
+    row->setContentsMargins(horizontalPadding, 0, horizontalPadding, 0);
+    row->addWidget(new SymbolView(QStringLiteral("magnifyingglass"), Theme::textSecondary(), textSize));
+    row->addWidget(m_field, 1);
+    row->addWidget(m_clear);
+
+    connect(m_field, &QLineEdit::textEdited, model, &StudioModel::setSearchText);
+    connect(m_clear, &PlainButton::clicked, model, [model] { model->setSearchText(QString()); });
+    connect(model, &StudioModel::searchTextChanged, this, &CatalogSearchField::refresh);
+    refresh();
+}
+
+CatalogSearchField::~CatalogSearchField() = default;
+
+void CatalogSearchField::refresh()
+{
+    // Only a change from elsewhere (the clear button) is written back, so typing keeps the cursor.
+    if (m_field->text() != m_model->searchText())
+        m_field->setText(m_model->searchText());
+    m_clear->setVisible(!m_model->searchText().isEmpty());
+}
+
+void CatalogSearchField::paintEvent(QPaintEvent *)
+{
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    QPainterPath shape;
+    shape.addRoundedRect(QRectF(rect()), fieldRadius, fieldRadius);
+    painter.fillPath(shape, Theme::withOpacity(Theme::white(), fillOpacity));
+}

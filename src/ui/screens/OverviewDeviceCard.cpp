@@ -1,0 +1,96 @@
+#include "ui/screens/OverviewDeviceCard.h"
+
+#include "device/DeviceMonitor.h"
+#include "ui/StudioButton.h"
+#include "ui/StudioCard.h"
+#include "ui/Theme.h"
+#include "ui/screens/BusySpinner.h"
+#include "ui/screens/ScreenLabels.h"
+#include "ui/screens/SymbolTile.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QVBoxLayout>
+
+namespace {
+
+constexpr int stackSpacing = 18;
+constexpr int rowSpacing = 16;
+constexpr int textSpacing = 5;
+constexpr int tileSide = 58;
+constexpr int connectedSymbolSize = 25;
+constexpr int waitingSymbolSize = 23;
+constexpr qreal connectedTileOpacity = 0.15;
+constexpr qreal waitingTileOpacity = 0.14;
+
+} // namespace
+
+OverviewDeviceCard::OverviewDeviceCard(DeviceMonitor *monitor, QWidget *parent)
+    : QWidget(parent), m_monitor(monitor), m_spinner(new BusySpinner(BusySpinner::Size::small)),
+      m_tile(new SymbolTile(tileSide, -1, connectedSymbolSize)),
+      m_title(ScreenLabels::label({}, Theme::font(17, QFont::DemiBold), Theme::textPrimary())),
+      m_detail(ScreenLabels::label({}, Theme::font(12), Theme::textSecondary()))
+{
+    setObjectName(QStringLiteral("deviceCard"));
+    m_spinner->setObjectName(QStringLiteral("deviceCheckingSpinner"));
+    m_title->setObjectName(QStringLiteral("deviceTitle"));
+    m_detail->setObjectName(QStringLiteral("deviceDetail"));
+    m_detail->setWordWrap(true);
+
+    auto *card = new StudioCard;
+    auto *stack = card->contentLayout();
+    stack->setSpacing(stackSpacing);
+
+    auto *heading = new QHBoxLayout;
+    heading->addWidget(ScreenLabels::cardHeading(QStringLiteral("applewatch"), QStringLiteral("Устройство")));
+    heading->addStretch();
+    heading->addWidget(m_spinner);
+    stack->addLayout(heading);
+
+    auto *texts = new QVBoxLayout;
+    texts->setSpacing(textSpacing);
+    texts->addWidget(m_title);
+    texts->addWidget(m_detail);
+    auto *row = new QHBoxLayout;
+    row->setSpacing(rowSpacing);
+    row->addWidget(m_tile, 0, Qt::AlignVCenter);
+    row->addLayout(texts, 1);
+    stack->addLayout(row);
+
+    auto *check = new StudioButton(StudioButtonStyle::secondary, QStringLiteral("Проверить подключение"),
+                                   QStringLiteral("arrow.clockwise"));
+    check->setObjectName(QStringLiteral("checkConnectionButton"));
+    check->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    // A poll runs on to its end by itself; repeated presses start repeated polls.
+    connect(check, &StudioButton::clicked, monitor, [monitor] { monitor->poll(); });
+    stack->addWidget(check);
+
+    auto *outer = new QVBoxLayout(this);
+    outer->setContentsMargins(0, 0, 0, 0);
+    outer->addWidget(card);
+
+    connect(monitor, &DeviceMonitor::connectedWatchChanged, this, &OverviewDeviceCard::refresh);
+    connect(monitor, &DeviceMonitor::isCheckingChanged, this, &OverviewDeviceCard::refresh);
+    connect(monitor, &DeviceMonitor::connectionHintChanged, this, &OverviewDeviceCard::refresh);
+    refresh();
+}
+
+OverviewDeviceCard::~OverviewDeviceCard() = default;
+
+void OverviewDeviceCard::refresh()
+{
+    m_spinner->setVisible(m_monitor->isChecking());
+    if (const auto &watch = m_monitor->connectedWatch()) {
+        m_tile->setFill(Theme::withOpacity(Theme::green(), connectedTileOpacity));
+        m_tile->setSymbol(QStringLiteral("applewatch.radiowaves.left.and.right"), Theme::green());
+        m_tile->setSymbolSize(connectedSymbolSize);
+        m_title->setText(watch->name);
+        m_detail->setText(watch->productType + QStringLiteral(" • ") + watch->mode);
+    } else {
+        m_tile->setFill(Theme::withOpacity(Theme::orange(), waitingTileOpacity));
+        m_tile->setSymbol(QStringLiteral("cable.connector.slash"), Theme::orange());
+        m_tile->setSymbolSize(waitingSymbolSize);
+        m_title->setText(QStringLiteral("Часы не обнаружены"));
+        m_detail->setText(m_monitor->connectionHint());
+    }
+}

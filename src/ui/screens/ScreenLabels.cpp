@@ -1,0 +1,49 @@
+#include "ui/screens/ScreenLabels.h"
+
+#include "ui/SymbolLabel.h"
+#include "ui/Theme.h"
+
+#include <QLabel>
+#include <QScrollArea>
+
+namespace {
+
+constexpr int cardHeadingSize = 15;
+
+} // namespace
+
+QLabel *ScreenLabels::label(const QString &text, const QFont &font, const QColor &color, QWidget *parent)
+{
+    auto *label = new QLabel(text, parent);
+    label->setFont(font);
+    setColor(label, color);
+    return label;
+}
+
+void ScreenLabels::setColor(QLabel *label, const QColor &color)
+{
+    QPalette palette = label->palette();
+    palette.setColor(QPalette::WindowText, color);
+    palette.setColor(QPalette::Text, color);
+    label->setPalette(palette);
+}
+
+QWidget *ScreenLabels::cardHeading(const QString &symbol, const QString &text, QWidget *parent)
+{
+    return new SymbolLabel(symbol, text, Theme::font(cardHeadingSize, QFont::DemiBold), Theme::textPrimary(),
+                           parent);
+}
+
+QScrollArea *ScreenLabels::scrollingPage(QWidget *page, QWidget *parent)
+{
+    auto *scroll = new QScrollArea(parent);
+    scroll->setFrameShape(QFrame::NoFrame);
+    scroll->setWidgetResizable(true);
+    scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    // The backdrop belongs to the window; the page is see-through.
+    scroll->setAutoFillBackground(false);
+    scroll->viewport()->setAutoFillBackground(false);
+    page->setAutoFillBackground(false);
+    scroll->setWidget(page);
+    return scroll;
+}

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QColor>
+#include <QFont>
+#include <QString>
+
+class QLabel;
+class QScrollArea;
+class QWidget;
+
+// Small builders the screens share, so each screen reads as a list of its parts.
+namespace ScreenLabels {
+
+QLabel *label(const QString &text, const QFont &font, const QColor &color, QWidget *parent = nullptr);
+void setColor(QLabel *label, const QColor &color);
+// A card heading: symbol and text at 15 semibold.
+QWidget *cardHeading(const QString &symbol, const QString &text, QWidget *parent = nullptr);
+// A vertically scrolling page over the window backdrop; page goes inside it.
+QScrollArea *scrollingPage(QWidget *page, QWidget *parent = nullptr);
+
+} // namespace ScreenLabels

@@ -1,0 +1,145 @@
+#include "ScreenStudio.h"
+
+#include "ui/Theme.h"
+#include "ui/screens/CatalogView.h"
+#include "ui/screens/FirmwareListModel.h"
+#include "ui/screens/FirmwareRow.h"
+
+#include <QCoroTask>
+#include <QLineEdit>
+#include <QListView>
+#include <QStandardPaths>
+#include <QTest>
+
+namespace {
+
+struct Catalogue {
+    explicit Catalogue(StudioModel *model) : view(model)
+    {
+        view.resize(870, 720);
+        view.show();
+    }
+
+    template <typename T = QWidget> T *part(const char *name) const
+    {
+        auto *found = view.findChild<T *>(QString::fromLatin1(name));
+        if (!found)
+            qFatal("no %s in the catalogue", name);
+        return found;
+    }
+    bool shows(const char *name) const { return part(name)->isVisibleTo(&view); }
+    QAbstractItemModel *rows() const { return part<QListView>("firmwareList")->model(); }
+    QStringList column(int role) const
+    {
+        QStringList values;
+        for (int row = 0; row < rows()->rowCount(); ++row)
+            values << rows()->index(row, 0).data(role).toString();
+        return values;
+    }
+
+    CatalogView view;
+};
+
+} // namespace
+
+class CatalogViewTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
+
+    void indicatorOnlyWhileTheFirstListLoads()
+    {
+        ScreenStudio studio;
+        Catalogue catalogue(studio.model());
+        auto firstLoad = studio.model()->refreshCatalog();
+        QVERIFY(catalogue.shows("catalogLoading"));
+        QVERIFY(!catalogue.shows("firmwareList"));
+        QVERIFY(!catalogue.part("catalogRefreshButton")->isEnabled());
+        QCoro::waitFor(std::move(firstLoad));
+
+        studio.loadCatalog();
+        QVERIFY(!catalogue.shows("catalogLoading"));
+        QVERIFY(catalogue.shows("firmwareList"));
+        QCOMPARE(catalogue.column(FirmwareListModel::ProductTypeRole),
+                 (QStringList{QStringLiteral("Watch3,1"), QStringLiteral("Watch5,9"),
+                              QStringLiteral("Watch6,1")}));
+
+        // A refresh over a shown list keeps it and only disables the button.
+        auto again = studio.model()->refreshCatalog();
+        QVERIFY(catalogue.shows("firmwareList"));
+        QVERIFY(!catalogue.part("catalogRefreshButton")->isEnabled());
+        QCoro::waitFor(std::move(again));
+        QVERIFY(catalogue.part("catalogRefreshButton")->isEnabled());
+    }
+
+    void searchWithoutMatchesAndTheClearButton()
+    {
+        ScreenStudio studio;
+        studio.loadCatalog();
+        Catalogue catalogue(studio.model());
+        QVERIFY(!catalogue.shows("catalogSearchClear"));
+
+        QTest::keyClicks(catalogue.part("catalogSearchField"), QStringLiteral("WATCH6"));
+        QCOMPARE(catalogue.column(FirmwareListModel::ProductTypeRole),
+                 QStringList{QStringLiteral("Watch6,1")});
+
+        QTest::keyClicks(catalogue.part("catalogSearchField"), QStringLiteral("zz"));
+        QCOMPARE(studio.model()->searchText(), QStringLiteral("WATCH6zz"));
+        QCOMPARE(catalogue.rows()->rowCount(), 0);
+        QVERIFY(catalogue.shows("firmwareList"));
+        QVERIFY(catalogue.shows("catalogSearchClear"));
+
+        QTest::mouseClick(catalogue.part("catalogSearchClear"), Qt::LeftButton);
+        QCOMPARE(studio.model()->searchText(), QString());
+        QCOMPARE(catalogue.part<QLineEdit>("catalogSearchField")->text(), QString());
+        QCOMPARE(catalogue.rows()->rowCount(), 3);
+        QVERIFY(!catalogue.shows("catalogSearchClear"));
+    }
+
+    void rowStatusAndSelectionFollowTheModel()
+    {
+        ScreenStudio studio;
+        studio.loadCatalog();
+        Catalogue catalogue(studio.model());
+        // A cached image reads as downloaded even when it is unsigned.
+        studio.putInCache(studio.firmware(QStringLiteral("Watch5,9")));
+        QCOMPARE(catalogue.column(FirmwareListModel::StatusTextRole),
+                 (QStringList{QStringLiteral("Подпись"), QStringLiteral("Загружено"),
+                              QStringLiteral("Не подписана")}));
+
+        auto *list = catalogue.part<QListView>("firmwareList");
+        QTest::mouseClick(list->viewport(), Qt::LeftButton, {},
+                          list->visualRect(catalogue.rows()->index(2, 0)).center());
+        QCOMPARE(studio.model()->selectedFirmware()->productType, QStringLiteral("Watch6,1"));
+        QCOMPARE(catalogue.column(FirmwareListModel::IsSelectedRole),
+                 (QStringList{QStringLiteral("false"), QStringLiteral("false"), QStringLiteral("true")}));
+    }
+
+    void statusPriority_data()
+    {
+        QTest::addColumn<bool>("isSigned");
+        QTest::addColumn<bool>("isDownloaded");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("symbol");
+        QTest::newRow("downloaded and signed")
+            << true << true << QStringLiteral("Загружено") << QStringLiteral("checkmark.circle.fill");
+        QTest::newRow("signed") << true << false << QStringLiteral("Подпись")
+                                << QStringLiteral("checkmark.seal.fill");
+        QTest::newRow("unsigned") << false << false << QStringLiteral("Не подписана")
+                                  << QStringLiteral("exclamationmark.triangle.fill");
+    }
+    void statusPriority()
+    {
+        QFETCH(bool, isSigned);
+        QFETCH(bool, isDownloaded);
+        WatchFirmware firmware;
+        firmware.isCatalogSigned = isSigned;
+        const FirmwareRowStatus status = FirmwareRow::status(firmware, isDownloaded);
+        QTEST(status.text, "text");
+        QTEST(status.symbol, "symbol");
+    }
+};
+
+QTEST_MAIN(CatalogViewTest)
+#include "CatalogViewTest.moc"

@@ -1,0 +1,164 @@
+#include "ScreenStudio.h"
+
+#include "device/DeviceMonitor.h"
+#include "download/DownloadManager.h"
+#include "ui/ActionRow.h"
+#include "ui/ErrorBanner.h"
+#include "ui/PlainButton.h"
+#include "ui/StudioButton.h"
+#include "ui/SymbolLabel.h"
+#include "ui/screens/ConnectionBadge.h"
+#include "ui/screens/DownloadCard.h"
+#include "ui/screens/OverviewView.h"
+
+#include <QCoroTask>
+#include <QLabel>
+#include <QStandardPaths>
+#include <QTest>
+
+namespace {
+
+struct Overview {
+    explicit Overview(StudioModel *model) : view(model, model->deviceMonitor(), model->downloader()) {}
+
+    template <typename T = QWidget> T *part(const char *name) const
+    {
+        auto *found = view.findChild<T *>(QString::fromLatin1(name));
+        if (!found)
+            qFatal("no %s on the overview", name);
+        return found;
+    }
+    QString text(const char *name) const { return part<QLabel>(name)->text(); }
+    bool shows(const char *name) const { return part(name)->isVisibleTo(&view); }
+    void click(const char *name) const { QTest::mouseClick(part(name), Qt::LeftButton); }
+
+    OverviewView view;
+};
+
+} // namespace
+
+class OverviewViewTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
+
+    void withNothingAttachedLoadedOrRunning()
+    {
+        ScreenStudio studio;
+        Overview overview(studio.model());
+        QCOMPARE(overview.part<ConnectionBadge>("connectionBadge")->text(),
+                 QStringLiteral("Ожидание устройства"));
+        QCOMPARE(overview.text("deviceTitle"), QStringLiteral("Часы не обнаружены"));
+        QCOMPARE(overview.text("deviceDetail"), studio.model()->deviceMonitor()->connectionHint());
+        auto *catalogRow =
+            qobject_cast<ActionRow *>(overview.part<PlainButton>("quickActionCatalog")->content());
+        QCOMPARE(catalogRow->subtitle(), QStringLiteral("0 моделей в каталоге"));
+        QVERIFY(overview.shows("catalogStateCard"));
+        QVERIFY(!overview.shows("selectedFirmwareCard"));
+        QVERIFY(!overview.shows("downloadCard"));
+        QVERIFY(!overview.shows("catalogErrorBanner"));
+
+        // While the catalogue loads the card says so; after a load it invites a choice.
+        auto refresh = studio.model()->refreshCatalog();
+        QCOMPARE(overview.text("catalogStateText"), QStringLiteral("Получение актуального каталога…"));
+        QCoro::waitFor(std::move(refresh));
+        QCOMPARE(overview.text("catalogStateText"), QStringLiteral("Выберите прошивку в каталоге"));
+        QVERIFY(overview.shows("catalogErrorBanner"));
+        QCOMPARE(overview.part<ErrorBanner>("catalogErrorBanner")->text(),
+                 QStringLiteral("Каталог прошивок имеет неизвестный формат."));
+    }
+
+    void showsAnAttachedWatch()
+    {
+        ScreenStudio studio;
+        Overview overview(studio.model());
+        studio.attachRecoveryWatch();
+        QCOMPARE(overview.part<ConnectionBadge>("connectionBadge")->text(),
+                 QStringLiteral("Часы подключены"));
+        QCOMPARE(overview.text("deviceTitle"), QStringLiteral("Apple Watch Series 6"));
+        QCOMPARE(overview.text("deviceDetail"), QStringLiteral("Watch6,1 • Recovery"));
+    }
+
+    void quickActionsNavigateOrChooseAnImage()
+    {
+        ScreenStudio studio;
+        Overview overview(studio.model());
+        overview.click("quickActionCatalog");
+        QCOMPARE(studio.model()->navigation(), NavigationSection::catalog);
+        overview.click("quickActionRestore");
+        QCOMPARE(studio.model()->navigation(), NavigationSection::restore);
+        int chooserRuns = 0;
+        studio.model()->setManualIPSWChooser([&chooserRuns] {
+            ++chooserRuns;
+            return ManualIPSWChoice{};
+        });
+        overview.click("quickActionManualIPSW");
+        QCOMPARE(chooserRuns, 1);
+        QCOMPARE(studio.model()->navigation(), NavigationSection::restore);
+    }
+
+    void selectedFirmwareCardOffersOneNextStep()
+    {
+        ScreenStudio studio;
+        Overview overview(studio.model());
+        studio.loadCatalog();
+        QVERIFY(overview.shows("selectedFirmwareCard"));
+        QVERIFY(!overview.shows("catalogStateCard"));
+        QCOMPARE(overview.text("firmwareTitle"), QStringLiteral("Watch3,1 · watchOS 8.8.1"));
+        QVERIFY(overview.text("firmwareDetail")
+                    .startsWith(QStringLiteral("Apple Watch Series 3 (38mm Cellular)  •  19U512  •  ")));
+        QVERIFY(!overview.shows("firmwareCurrentNote"));
+        QVERIFY(!overview.shows("firmwareUnsignedCaution"));
+        QVERIFY(overview.shows("downloadButton"));
+        QVERIFY(!overview.shows("toRestoreButton"));
+
+        // An unsigned image whose newest signed build is OTA-only carries both cautions.
+        studio.model()->select(studio.firmware(QStringLiteral("Watch6,1")));
+        QVERIFY(overview.shows("firmwareUnsignedCaution"));
+        QVERIFY(overview.shows("firmwareCurrentNote"));
+        QCOMPARE(overview.part<SymbolLabel>("firmwareCurrentNote")->text(),
+                 QStringLiteral(
+                     "Актуальная подписываемая сборка watchOS 10.6.1 (21U580) доступна только как OTA."));
+
+        studio.chooseImage(QStringLiteral("local.ipsw"));
+        QVERIFY(!overview.shows("downloadButton"));
+        overview.click("toRestoreButton");
+        QCOMPARE(studio.model()->navigation(), NavigationSection::restore);
+    }
+
+    void aRunningDownloadShowsItsCardUntilCancelled()
+    {
+        ScreenStudio studio;
+        Overview overview(studio.model());
+        studio.loadCatalog();
+        studio.startStalledDownload();
+        QVERIFY(overview.shows("downloadCard"));
+        QCOMPARE(overview.text("downloadPercent"), QStringLiteral("42%"));
+        QVERIFY(!overview.part("downloadButton")->isEnabled());
+
+        overview.click("downloadCancelButton");
+        QVERIFY(!studio.model()->downloader()->isDownloading());
+        QVERIFY(!overview.shows("downloadCard"));
+        QVERIFY(overview.part("downloadButton")->isEnabled());
+    }
+
+    void percentageIsTruncated_data()
+    {
+        QTest::addColumn<double>("progress");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("nothing") << 0.0 << QStringLiteral("0%");
+        QTest::newRow("under 43") << 0.426 << QStringLiteral("42%");
+        QTest::newRow("almost all") << 0.999 << QStringLiteral("99%");
+        QTest::newRow("all") << 1.0 << QStringLiteral("100%");
+    }
+    void percentageIsTruncated()
+    {
+        QFETCH(double, progress);
+        QFETCH(QString, text);
+        QCOMPARE(DownloadCard::percentText(progress), text);
+    }
+};
+
+QTEST_MAIN(OverviewViewTest)
+#include "OverviewViewTest.moc"

@@ -23,17 +23,28 @@ bool isAscii(const QString &text)
     return std::all_of(text.begin(), text.end(), [](QChar c) { return c.unicode() < 0x80; });
 }
 
-QString composed(const QString &text)
-{
-    return isAscii(text) ? text : text.normalized(QString::NormalizationForm_C);
-}
+// A text ready for comparison: canonically composed, and marked when it holds UTF-16 units
+// whose order differs from their scalars' order. The catalogue's dates are plain ASCII and take
+// the fast path, the library's own code unit comparison.
+struct ComparableText {
+    QString text;
+    bool hasSurrogateOrder = false;
 
-bool scalarsPrecede(QStringView a, QStringView b)
+    explicit ComparableText(const QString &original)
+        : text(isAscii(original) ? original : original.normalized(QString::NormalizationForm_C)),
+          hasSurrogateOrder(
+              std::any_of(text.begin(), text.end(), [](QChar c) { return c.unicode() >= 0xD800; }))
+    {}
+};
+
+bool scalarsPrecede(const ComparableText &a, const ComparableText &b)
 {
-    const auto [left, right] = std::mismatch(a.begin(), a.end(), b.begin(), b.end());
-    if (right == b.end())
+    if (!a.hasSurrogateOrder || !b.hasSurrogateOrder)
+        return a.text < b.text; // a differing unit below U+D800 orders the same either way
+    const auto [left, right] = std::mismatch(a.text.begin(), a.text.end(), b.text.begin(), b.text.end());
+    if (right == b.text.end())
         return false;
-    if (left == a.end())
+    if (left == a.text.end())
         return true;
     return inScalarOrder(left->unicode()) < inScalarOrder(right->unicode());
 }
@@ -73,15 +84,15 @@ bool sortKeyPrecedes(const QList<qint64> &a, const QList<qint64> &b)
 
 bool textPrecedes(const QString &a, const QString &b)
 {
-    return scalarsPrecede(composed(a), composed(b));
+    return scalarsPrecede(ComparableText(a), ComparableText(b));
 }
 
 void orderByReleaseDate(QList<FirmwareCandidate> &candidates)
 {
-    QList<QString> keys;
+    QList<ComparableText> keys;
     keys.reserve(candidates.size());
     for (const FirmwareCandidate &candidate : candidates)
-        keys << composed(candidate.released);
+        keys << ComparableText(candidate.released);
     stableOrderByKeys(candidates, keys, scalarsPrecede);
 }
 

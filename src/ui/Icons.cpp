@@ -3,6 +3,7 @@
 #include <QHash>
 #include <QIconEngine>
 #include <QImage>
+#include <QPaintEngine>
 #include <QPainter>
 #include <QSvgRenderer>
 
@@ -146,7 +147,11 @@ void paint(QPainter *painter, const QRectF &rect, const QString &sfName, const Q
     if (side <= 0)
         return;
     const QRectF square(rect.center().x() - side / 2, rect.center().y() - side / 2, side, side);
-    const qreal dpr = painter->device() ? painter->device()->devicePixelRatioF() : 1.0;
+    // While a widget is rendered into an image, the engine's device is the image that
+    // receives the pixels: its ratio is the one that keeps the glyph crisp.
+    const QPaintDevice *target =
+        painter->paintEngine() ? painter->paintEngine()->paintDevice() : painter->device();
+    const qreal dpr = target ? target->devicePixelRatioF() : 1.0;
     const qreal scale = std::max<qreal>(1.0, painter->transform().m11());
     const int logical = int(std::ceil(side));
     const QPixmap glyph = pixmap(sfName, tint, QSize(logical, logical), dpr * scale);

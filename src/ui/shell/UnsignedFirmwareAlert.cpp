@@ -1,5 +1,6 @@
 #include "ui/shell/UnsignedFirmwareAlert.h"
 
+#include "ui/Icons.h"
 #include "ui/Theme.h"
 
 #include <QPushButton>
@@ -7,7 +8,8 @@
 UnsignedFirmwareAlert::UnsignedFirmwareAlert(QWidget *parent) : QMessageBox(parent)
 {
     setObjectName(QStringLiteral("unsignedFirmwareAlert"));
-    setIcon(QMessageBox::Warning);
+    setIconPixmap(Icons::pixmap(QStringLiteral("exclamationmark.triangle.fill"), Theme::orange(),
+                                QSize(44, 44), devicePixelRatioF()));
     setWindowTitle(QStringLiteral("Полный IPSW не подписан"));
     setText(QStringLiteral("Полный IPSW не подписан"));
     setInformativeText(

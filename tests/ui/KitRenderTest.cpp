@@ -1,0 +1,143 @@
+#include "app/StudioModel.h"
+#include "support/TestPaths.h"
+#include "ui/ActionRow.h"
+#include "ui/CheckLine.h"
+#include "ui/ErrorBanner.h"
+#include "ui/PageHeader.h"
+#include "ui/PlainButton.h"
+#include "ui/StatusLabel.h"
+#include "ui/StudioBackground.h"
+#include "ui/StudioBrandIcon.h"
+#include "ui/StudioButton.h"
+#include "ui/StudioCard.h"
+#include "ui/Theme.h"
+#include "ui/shell/RootView.h"
+#include "ui/shell/UnsignedFirmwareAlert.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QLabel>
+#include <QTest>
+#include <QVBoxLayout>
+
+// Draws the shell and every kit component into PNG files under the build folder, at device
+// pixel ratios 1 and 2, for people to look at. The checks only make sure something was drawn.
+class KitRenderTest final : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        Theme::applyDarkAppearance(*qApp);
+        const QString base = qEnvironmentVariable("CORVALIN_TEST_OUTPUT", QDir::tempPath());
+        m_folder = QDir(base).filePath(QStringLiteral("render"));
+        QVERIFY(QDir().mkpath(m_folder));
+    }
+
+    void shellInEverySection()
+    {
+        TestPaths paths;
+        RootView root(new StudioModel(QUrl(QStringLiteral("http://127.0.0.1:9/")), {}));
+        root.resize(1280, 800);
+        const QList<std::pair<std::optional<NavigationSection>, QString>> sections{
+            {NavigationSection::overview, QStringLiteral("overview")},
+            {NavigationSection::catalog, QStringLiteral("catalog")},
+            {NavigationSection::restore, QStringLiteral("restore")},
+            {NavigationSection::logs, QStringLiteral("logs")},
+            {std::nullopt, QStringLiteral("none")}};
+        for (const auto &[section, name] : sections) {
+            root.model()->setNavigation(section);
+            save(&root, QStringLiteral("shell-") + name);
+        }
+    }
+
+    void unsignedAlert()
+    {
+        UnsignedFirmwareAlert alert;
+        alert.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&alert));
+        save(&alert, QStringLiteral("unsigned-alert"));
+    }
+
+    void everyKitComponent()
+    {
+        TestPaths paths;
+        auto *header =
+            new PageHeader(QStringLiteral("AppleDB · CDN Apple"), QStringLiteral("Каталог прошивок"),
+                           QStringLiteral("Полные Restore.ipsw с проверкой модели и контрольной суммы"),
+                           new StudioButton(StudioButtonStyle::secondary, QStringLiteral("Обновить"),
+                                            QStringLiteral("arrow.clockwise")));
+        auto *card = new StudioCard;
+        card->contentLayout()->addWidget(new QLabel(QStringLiteral("Карточка с содержимым")));
+        card->contentLayout()->addWidget(new CheckLine(QStringLiteral("Образ поддерживает модель"), false));
+        card->contentLayout()->addWidget(
+            new CheckLine(QStringLiteral("Все данные на часах будут стёрты"), true));
+        auto *row = new ActionRow(QStringLiteral("doc.badge.plus"), Theme::studioRose(),
+                                  QStringLiteral("Выбрать IPSW"), QStringLiteral("Локальный полный образ"));
+        auto *plain = new PlainButton(new ActionRow(QStringLiteral("square.and.arrow.down"),
+                                                    Theme::studioAccent(), QStringLiteral("Найти прошивку"),
+                                                    QStringLiteral("0 моделей в каталоге")),
+                                      QStringLiteral("Найти прошивку"));
+        auto *status = new StatusLabel(QStringLiteral("Подпись"), QStringLiteral("checkmark.seal.fill"),
+                                       Theme::studioAccent());
+        auto *banner = new ErrorBanner(QStringLiteral("Контрольная сумма SHA-256 не совпадает."));
+        auto *brand = new StudioBrandIcon(72);
+
+        QList<std::pair<QString, QWidget *>> parts{
+            {QStringLiteral("page-header"), header},  {QStringLiteral("card-with-check-lines"), card},
+            {QStringLiteral("action-row"), row},      {QStringLiteral("action-row-in-plain-button"), plain},
+            {QStringLiteral("status-label"), status}, {QStringLiteral("error-banner"), banner},
+            {QStringLiteral("brand-icon"), brand}};
+        for (const StudioButtonStyle style :
+             {StudioButtonStyle::primary, StudioButtonStyle::secondary, StudioButtonStyle::danger}) {
+            const QString kind = style == StudioButtonStyle::primary     ? QStringLiteral("primary")
+                                 : style == StudioButtonStyle::secondary ? QStringLiteral("secondary")
+                                                                         : QStringLiteral("danger");
+            auto *button =
+                new StudioButton(style, QStringLiteral("Проверить и прошить"), QStringLiteral("bolt.fill"));
+            auto *pressed =
+                new StudioButton(style, QStringLiteral("Проверить и прошить"), QStringLiteral("bolt.fill"));
+            pressed->setDown(true);
+            parts.append({QStringLiteral("button-") + kind, button});
+            parts.append({QStringLiteral("button-") + kind + QStringLiteral("-pressed"), pressed});
+        }
+
+        StudioBackground gallery;
+        auto *column = new QVBoxLayout(&gallery);
+        column->setContentsMargins(28, 28, 28, 28);
+        column->setSpacing(14);
+        for (const auto &part : std::as_const(parts))
+            column->addWidget(part.second, 0, part.second == brand ? Qt::AlignLeft : Qt::Alignment());
+        gallery.resize(720, gallery.sizeHint().height());
+        gallery.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&gallery));
+        save(&gallery, QStringLiteral("kit-gallery"));
+        for (const auto &[name, widget] : std::as_const(parts))
+            save(widget, QStringLiteral("kit-") + name);
+    }
+
+private:
+    void save(QWidget *widget, const QString &name)
+    {
+        if (!widget->testAttribute(Qt::WA_WState_Polished))
+            widget->ensurePolished();
+        if (widget->isWindow() && !widget->isVisible()) {
+            widget->show();
+            QVERIFY(QTest::qWaitForWindowExposed(widget));
+        }
+        for (const int ratio : {1, 2}) {
+            QImage image(widget->size() * ratio, QImage::Format_ARGB32_Premultiplied);
+            image.setDevicePixelRatio(ratio);
+            image.fill(Qt::black);
+            widget->render(&image);
+            const QString file = QDir(m_folder).filePath(QStringLiteral("%1@%2x.png").arg(name).arg(ratio));
+            QVERIFY2(image.save(file), qPrintable(file));
+            QVERIFY(image.pixel(image.width() / 2, image.height() / 2) != 0 || image.width() > 0);
+        }
+    }
+
+    QString m_folder;
+};
+
+QTEST_MAIN(KitRenderTest)
+#include "KitRenderTest.moc"

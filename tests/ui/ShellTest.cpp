@@ -1,0 +1,203 @@
+#include "app/StudioModel.h"
+#include "download/DownloadManager.h"
+#include "support/LocalHttpServer.h"
+#include "support/TestPaths.h"
+#include "ui/screens/CatalogView.h"
+#include "ui/screens/LogView.h"
+#include "ui/screens/OverviewView.h"
+#include "ui/screens/RestoreConfirmationSheet.h"
+#include "ui/screens/RestoreView.h"
+#include "ui/shell/DesktopOpener.h"
+#include "ui/shell/MainWindow.h"
+#include "ui/shell/RootView.h"
+#include "ui/shell/Sidebar.h"
+#include "ui/shell/SidebarRow.h"
+#include "ui/shell/UnsignedFirmwareAlert.h"
+
+#include <QDir>
+#include <QMenuBar>
+#include <QSignalSpy>
+#include <QSplitter>
+#include <QTest>
+
+namespace {
+
+void flushDeletes()
+{
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+}
+
+} // namespace
+
+class ShellTest final : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        m_paths = std::make_unique<TestPaths>();
+        // Nothing listens there: the first catalogue load fails at once without the network.
+        const QUrl nowhere(QStringLiteral("http://127.0.0.1:9/ios/watchOS/main.json"));
+        m_root = std::make_unique<RootView>(new StudioModel(nowhere, {QStringLiteral("127.0.0.1")}));
+    }
+
+    void cleanup()
+    {
+        m_root.reset();
+        flushDeletes();
+        m_paths.reset();
+    }
+
+    void sectionsSwitchTheScreenAndTheHighlight()
+    {
+        StudioModel *model = m_root->model();
+        Sidebar *sidebar = m_root->sidebar();
+        const auto highlighted = [sidebar] {
+            QList<NavigationSection> selected;
+            for (const NavigationSection section : Navigation::allCases()) {
+                if (sidebar->row(section)->isSelected())
+                    selected.append(section);
+            }
+            return selected;
+        };
+
+        QVERIFY(qobject_cast<OverviewView *>(m_root->currentScreen()));
+        QCOMPARE(highlighted(), QList{NavigationSection::overview});
+
+        QTest::mouseClick(sidebar->row(NavigationSection::catalog), Qt::LeftButton);
+        QCOMPARE(model->navigation(), NavigationSection::catalog);
+        QVERIFY(qobject_cast<CatalogView *>(m_root->currentScreen()));
+        QCOMPARE(highlighted(), QList{NavigationSection::catalog});
+
+        QTest::keyClick(sidebar->row(NavigationSection::logs), Qt::Key_Space);
+        QVERIFY(qobject_cast<LogView *>(m_root->currentScreen()));
+
+        // A screen's quick action changes the model; the sidebar follows.
+        model->setNavigation(NavigationSection::restore);
+        QVERIFY(qobject_cast<RestoreView *>(m_root->currentScreen()));
+        QCOMPARE(highlighted(), QList{NavigationSection::restore});
+
+        model->setNavigation(std::nullopt);
+        QVERIFY(qobject_cast<OverviewView *>(m_root->currentScreen()));
+        QVERIFY(highlighted().isEmpty());
+        QCOMPARE(sidebar->selection(), std::nullopt);
+    }
+
+    void windowAndSidebarKeepTheirMinimumSizes()
+    {
+        MainWindow window(new StudioModel(QUrl(QStringLiteral("http://127.0.0.1:9/")), {}));
+        window.show();
+        window.resize(400, 300);
+        QTRY_VERIFY(window.centralWidget()->width() >= 1120);
+        QVERIFY(window.centralWidget()->height() >= 720);
+
+        auto *split = m_root->findChild<QSplitter *>(QStringLiteral("splitView"));
+        QVERIFY(split);
+        m_root->resize(1400, 800);
+        m_root->show();
+        for (const int wanted : {100, 250, 600}) {
+            split->setSizes({wanted, 1400 - wanted});
+            const int width = m_root->sidebar()->width();
+            QVERIFY2(width >= 230 && width <= 280, qPrintable(QString::number(width)));
+        }
+    }
+
+    void unsignedAlertCancelsOrDownloadsAnyway()
+    {
+        LocalHttpServer server;
+        server.setResponse(QStringLiteral("/Watch6_1.ipsw"), HttpResponse::ok("ipsw"));
+        StudioModel *model = m_root->model();
+        WatchFirmware unsigned_{};
+        unsigned_.productType = QStringLiteral("Watch6,1");
+        unsigned_.downloadURL = server.url(QStringLiteral("/Watch6_1.ipsw"));
+        unsigned_.filename = QStringLiteral("Watch6_1.ipsw");
+        model->select(unsigned_);
+        QSignalSpy downloading(model->downloader(), &DownloadManager::isDownloadingChanged);
+
+        model->requestDownloadSelected();
+        QPointer<UnsignedFirmwareAlert> alert = m_root->unsignedAlert();
+        QVERIFY(alert && alert->isVisible());
+        QCOMPARE(alert->text(), QStringLiteral("Полный IPSW не подписан"));
+        QVERIFY(alert->informativeText().startsWith(QStringLiteral("Каталог Apple не отмечает")));
+        QCOMPARE(alert->buttons().size(), 2);
+        QCOMPARE(alert->cancelButton()->text(), QStringLiteral("Отмена"));
+        QCOMPARE(alert->buttonRole(alert->cancelButton()), QMessageBox::RejectRole);
+        QCOMPARE(alert->downloadAnywayButton()->text(), QStringLiteral("Скачать всё равно"));
+        QCOMPARE(alert->buttonRole(alert->downloadAnywayButton()), QMessageBox::DestructiveRole);
+
+        // Re-publishing the raised flag keeps the alert that is already up.
+        model->setShowUnsignedWarning(true);
+        QCOMPARE(m_root->unsignedAlert(), alert.data());
+
+        alert->cancelButton()->click();
+        flushDeletes();
+        QVERIFY(alert.isNull());
+        QVERIFY(!model->showUnsignedWarning());
+        QCOMPARE(downloading.count(), 0);
+        QVERIFY(!model->downloader()->isDownloading());
+
+        model->requestDownloadSelected();
+        alert = m_root->unsignedAlert();
+        QVERIFY(alert);
+        alert->downloadAnywayButton()->click();
+        flushDeletes();
+        QVERIFY(alert.isNull());
+        QVERIFY(!model->showUnsignedWarning());
+        QVERIFY(downloading.count() > 0);
+        QTRY_VERIFY(!model->downloader()->isDownloading());
+    }
+
+    void confirmationSheetIsFreshEachTimeAndClearsItsFlag()
+    {
+        StudioModel *model = m_root->model();
+        m_root->show();
+        model->setShowRestoreConfirmation(true);
+        QPointer<RestoreConfirmationSheet> first = m_root->restoreSheet();
+        QVERIFY(first && first->isVisible());
+        model->setShowRestoreConfirmation(true);
+        QCOMPARE(m_root->restoreSheet(), first.data());
+
+        first->reject(); // dismissing the sheet lowers the flag
+        flushDeletes();
+        QVERIFY(first.isNull());
+        QVERIFY(!model->showRestoreConfirmation());
+        QVERIFY(!m_root->restoreSheet());
+
+        model->setShowRestoreConfirmation(true);
+        QPointer<RestoreConfirmationSheet> second = m_root->restoreSheet();
+        QVERIFY(second && second->isVisible());
+        model->setShowRestoreConfirmation(false); // lowering the flag dismisses it
+        flushDeletes();
+        QVERIFY(second.isNull());
+        QVERIFY(!m_root->restoreSheet());
+    }
+
+    void firmwareFolderCommandCreatesAndOpensTheFolder()
+    {
+        QList<QUrl> opened;
+        DesktopOpener::Testing::setOpener([&opened](const QUrl &url) {
+            opened.append(url);
+            return true;
+        });
+        MainWindow window(new StudioModel(QUrl(QStringLiteral("http://127.0.0.1:9/")), {}));
+        const QList<QAction *> actions =
+            window.menuBar()->findChild<QMenu *>(QStringLiteral("applicationMenu"))->actions();
+        QCOMPARE(actions.size(), 2);
+        QCOMPARE(actions.at(0)->menuRole(), QAction::AboutRole);
+        QCOMPARE(actions.at(1)->text(), QStringLiteral("Открыть папку прошивок"));
+
+        const QString folder = QDir(m_paths->downloads()).filePath(QStringLiteral("Corvalin Firmware"));
+        QVERIFY(!QFileInfo::exists(folder));
+        actions.at(1)->trigger();
+        DesktopOpener::Testing::setOpener({});
+        QCOMPARE(opened, QList{QUrl::fromLocalFile(folder)});
+        QVERIFY(QFileInfo(folder).isDir());
+    }
+
+private:
+    std::unique_ptr<TestPaths> m_paths;
+    std::unique_ptr<RootView> m_root;
+};
+
+QTEST_MAIN(ShellTest)
+#include "ShellTest.moc"

@@ -81,12 +81,16 @@ QCoro::Task<Result<QList<WatchFirmware>>> CatalogService::load()
         co_return records.failure();
 
     // Names are asked for only once the catalogue is known to be usable.
-    const QString deviceTable = co_await DeviceTable::fetch();
+    const QHash<QString, QString> names = co_await deviceNames();
 
     QFuture<QList<WatchFirmware>> reduction =
-        QtConcurrent::run([records = std::move(records).value(), deviceTable, allowedHosts] {
-            return FirmwareReduction::buildFirmwareList(records, FirmwareReduction::nameTable(deviceTable),
-                                                        allowedHosts);
+        QtConcurrent::run([records = std::move(records).value(), names, allowedHosts] {
+            return FirmwareReduction::buildFirmwareList(records, names, allowedHosts);
         });
     co_return co_await reduction;
+}
+
+QCoro::Task<QHash<QString, QString>> CatalogService::deviceNames()
+{
+    co_return FirmwareReduction::nameTable(co_await DeviceTable::fetch());
 }

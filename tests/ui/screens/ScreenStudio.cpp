@@ -168,6 +168,13 @@ void ScreenStudio::installRestoreTool(bool waitForInterrupt, int exitStatus)
     FakeTools::write(m_paths.tool(QStringLiteral("bin/idevicerestore")), tool);
 }
 
+void ScreenStudio::installSlowValidationTool()
+{
+    FakeToolBehaviour tool = FakeToolBehaviour::printing("Supported Product Types: Watch6,1\n");
+    tool.secondsBeforeOutput = 0.3;
+    FakeTools::write(m_paths.tool(QStringLiteral("bin/idevicerestore")), tool);
+}
+
 void ScreenStudio::startRestore()
 {
     const auto watch = m_model->deviceMonitor()->connectedWatch();

@@ -35,6 +35,8 @@ public:
     // The restore tool: validation succeeds for Watch6,1; the restore prints two lines, then
     // waits until interrupted, or exits with the status at once.
     void installRestoreTool(bool waitForInterrupt, int exitStatus = 0);
+    // A restore tool whose image check takes a moment, so the validating state can be seen.
+    void installSlowValidationTool();
     void startRestore();
     QStringList restoreToolArguments() const;
 

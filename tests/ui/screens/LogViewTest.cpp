@@ -1,0 +1,92 @@
+#include "ScreenStudio.h"
+
+#include "restore/RestoreManager.h"
+#include "ui/screens/LogView.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QPlainTextEdit>
+#include <QScrollBar>
+#include <QStandardPaths>
+#include <QTest>
+
+namespace {
+
+struct Log {
+    explicit Log(StudioModel *model) : view(model, model->restoreManager())
+    {
+        view.resize(870, 600);
+        view.show();
+    }
+    QPlainTextEdit *text() const { return view.findChild<QPlainTextEdit *>(QStringLiteral("logText")); }
+    bool shows(const char *name) const
+    {
+        return view.findChild<QWidget *>(QString::fromLatin1(name))->isVisibleTo(&view);
+    }
+
+    LogView view;
+};
+
+} // namespace
+
+class LogViewTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
+
+    void copiesExactlyTheLog()
+    {
+        ScreenStudio studio;
+        Log log(studio.model());
+        QGuiApplication::clipboard()->setText(QStringLiteral("something else"));
+        studio.model()->restoreManager()->appendLog(QStringLiteral("Проверка watchOS_10.ipsw…"));
+        auto *copy = log.view.findChild<QWidget *>(QStringLiteral("copyLogButton"));
+        QVERIFY(copy->isEnabled());
+        QTest::mouseClick(copy, Qt::LeftButton);
+        QCOMPARE(QGuiApplication::clipboard()->text(), studio.model()->restoreManager()->logText());
+        QVERIFY(QGuiApplication::clipboard()->text().endsWith(QStringLiteral("…\n")));
+    }
+
+    void followsTheEndOfAGrowingLog()
+    {
+        ScreenStudio studio;
+        Log log(studio.model());
+        RestoreManager *restore = studio.model()->restoreManager();
+        for (int line = 0; line < 300; ++line)
+            restore->appendLog(QStringLiteral("line %1").arg(line));
+        QTRY_COMPARE(log.text()->toPlainText(), restore->logText());
+        QScrollBar *scroll = log.text()->verticalScrollBar();
+        QVERIFY(scroll->maximum() > 0);
+        QCOMPARE(scroll->value(), scroll->maximum());
+
+        // Scrolled up by the user, the next line brings the end back into sight.
+        scroll->setValue(0);
+        restore->appendLog(QStringLiteral("newest"));
+        QTRY_COMPARE(scroll->value(), scroll->maximum());
+        QCOMPARE(log.text()->toPlainText(), restore->logText());
+    }
+
+    void runningLineWinsOverAnEarlierSuccess()
+    {
+        ScreenStudio studio;
+        Log log(studio.model());
+        QVERIFY(!log.shows("logRunningLine"));
+        QVERIFY(!log.shows("logSucceededLine"));
+        studio.attachRecoveryWatch();
+        studio.chooseImage(QStringLiteral("watchOS_10.ipsw"));
+
+        studio.installRestoreTool(false, 0);
+        studio.startRestore();
+        QTRY_VERIFY(studio.model()->restoreManager()->completedSuccessfully());
+        QVERIFY(log.shows("logSucceededLine"));
+
+        studio.installRestoreTool(true);
+        studio.startRestore();
+        QVERIFY(log.shows("logRunningLine"));
+        QVERIFY(!log.shows("logSucceededLine"));
+    }
+};
+
+QTEST_MAIN(LogViewTest)
+#include "LogViewTest.moc"

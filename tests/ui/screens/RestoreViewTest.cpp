@@ -1,0 +1,221 @@
+#include "ScreenStudio.h"
+
+#include "device/DeviceMonitor.h"
+#include "restore/RestoreManager.h"
+#include "ui/CheckLine.h"
+#include "ui/ErrorBanner.h"
+#include "ui/SymbolLabel.h"
+#include "ui/screens/ClampedLabel.h"
+#include "ui/screens/RestoreConfirmationSheet.h"
+#include "ui/screens/RestoreView.h"
+
+#include <QCoroTask>
+#include <QLabel>
+#include <QLineEdit>
+#include <QStandardPaths>
+#include <QTest>
+
+namespace {
+
+template <typename T = QWidget> T *part(const QWidget &owner, const char *name)
+{
+    auto *found = owner.findChild<T *>(QString::fromLatin1(name));
+    if (!found)
+        qFatal("no %s in %s", name, qPrintable(owner.objectName()));
+    return found;
+}
+
+bool shows(const QWidget &owner, const char *name)
+{
+    return part(owner, name)->isVisibleTo(&owner);
+}
+
+struct Restore {
+    explicit Restore(StudioModel *model) : view(model, model->deviceMonitor(), model->restoreManager()) {}
+    QString transportCheck() const { return part<CheckLine>(view, "transportCheck")->text(); }
+    QString deviceState() const { return part<SymbolLabel>(view, "restoreDeviceState")->text(); }
+    bool canStart() const
+    {
+        return shows(view, "startRestoreButton") && part(view, "startRestoreButton")->isEnabled();
+    }
+
+    RestoreView view;
+};
+
+struct Sheet {
+    explicit Sheet(StudioModel *model) : sheet(model, model->deviceMonitor(), model->restoreManager())
+    {
+        sheet.show();
+    }
+    // One key event per character, as a keyboard with a Cyrillic layout sends them.
+    void type(const QString &text)
+    {
+        for (const QChar character : text)
+            QTest::sendKeyEvent(QTest::Click, part(sheet, "confirmationPhrase"), Qt::Key_unknown,
+                                QString(character), Qt::NoModifier);
+    }
+    bool canBegin() const { return part(sheet, "beginRestoreButton")->isEnabled(); }
+    void begin() { QTest::mouseClick(part(sheet, "beginRestoreButton"), Qt::LeftButton); }
+
+    RestoreConfirmationSheet sheet;
+};
+
+} // namespace
+
+class RestoreViewTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
+
+    void withoutWatchOrImage()
+    {
+        ScreenStudio studio;
+        Restore restore(studio.model());
+        QCOMPARE(part<QLabel>(restore.view, "restoreDeviceName")->text(),
+                 QStringLiteral("Часы не подключены"));
+        QCOMPARE(restore.deviceState(), QStringLiteral("Нужен сервисный кабель"));
+        QVERIFY(shows(restore.view, "restoreNoImage"));
+        QCOMPARE(restore.transportCheck(), QStringLiteral("Полная проверка структуры Restore.ipsw"));
+        QVERIFY(!restore.canStart());
+        QVERIFY(!shows(restore.view, "restoreErrorBanner"));
+    }
+
+    void recoveryWatchNeedsAnImage()
+    {
+        ScreenStudio studio;
+        Restore restore(studio.model());
+        studio.attachRecoveryWatch();
+        QCOMPARE(part<QLabel>(restore.view, "restoreDeviceDetail")->text(),
+                 QStringLiteral("Watch6,1 · Recovery"));
+        QCOMPARE(restore.deviceState(), QStringLiteral("Recovery/DFU обнаружен"));
+        QVERIFY(!restore.canStart());
+        studio.chooseImage(QStringLiteral("watchOS_10.ipsw"));
+        QVERIFY(restore.canStart());
+        QCOMPARE(part<ClampedLabel>(restore.view, "restoreImageName")->text(),
+                 QStringLiteral("watchOS_10.ipsw"));
+    }
+
+    void kisWatchMayGoWithoutAnImage()
+    {
+        ScreenStudio studio;
+        Restore restore(studio.model());
+        studio.attachKISWatch();
+        QVERIFY(shows(restore.view, "restoreConfiguratorImage"));
+        QCOMPARE(restore.transportCheck(), QStringLiteral("Загрузка последней подписываемой версии Apple"));
+        QCOMPARE(restore.deviceState(), QStringLiteral("Recovery/DFU обнаружен"));
+        QVERIFY(restore.canStart());
+
+        studio.chooseImage(QStringLiteral("watchOS_10.ipsw"));
+        QVERIFY(shows(restore.view, "restoreImageName"));
+        QVERIFY(!shows(restore.view, "restoreConfiguratorImage"));
+        QCOMPARE(restore.transportCheck(), QStringLiteral("Загрузка последней подписываемой версии Apple"));
+    }
+
+    void actionRowFollowsValidatingAndRestoring()
+    {
+        ScreenStudio studio;
+        Restore restore(studio.model());
+        studio.attachRecoveryWatch();
+        studio.chooseImage(QStringLiteral("watchOS_10.ipsw"));
+        RestoreManager *manager = studio.model()->restoreManager();
+
+        studio.installSlowValidationTool();
+        auto validation = manager->validate(*studio.model()->selectedIPSW(), QStringLiteral("Watch6,1"));
+        QVERIFY(manager->isValidating());
+        QVERIFY(!restore.canStart());
+        QVERIFY(QCoro::waitFor(std::move(validation)));
+        QVERIFY(restore.canStart());
+
+        studio.installRestoreTool(true);
+        studio.startRestore();
+        QVERIFY(shows(restore.view, "stopRestoreButton"));
+        QVERIFY(!shows(restore.view, "startRestoreButton"));
+        QTest::mouseClick(part(restore.view, "stopRestoreButton"), Qt::LeftButton);
+        QTRY_VERIFY(!manager->isRestoring());
+        QVERIFY(restore.canStart());
+        // The interrupted tool's failure stays on screen.
+        QVERIFY(shows(restore.view, "restoreErrorBanner"));
+        QCOMPARE(part<ErrorBanner>(restore.view, "restoreErrorBanner")->text(), manager->lastError().value());
+    }
+
+    void startAsksForConfirmation()
+    {
+        ScreenStudio studio;
+        Restore restore(studio.model());
+        studio.attachKISWatch();
+        QTest::mouseClick(part(restore.view, "startRestoreButton"), Qt::LeftButton);
+        QVERIFY(studio.model()->showRestoreConfirmation());
+    }
+
+    void onlyTheExactWordEnablesTheStart_data()
+    {
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<bool>("enabled");
+        QTest::newRow("exact") << QStringLiteral("ПРОШИТЬ") << true;
+        QTest::newRow("trailing space") << QStringLiteral("ПРОШИТЬ ") << false;
+        QTest::newRow("lower case") << QStringLiteral("прошить") << false;
+        QTest::newRow("partial") << QStringLiteral("ПРОШИТ") << false;
+        QTest::newRow("empty") << QString() << false;
+    }
+    void onlyTheExactWordEnablesTheStart()
+    {
+        QFETCH(QString, typed);
+        ScreenStudio studio;
+        Sheet sheet(studio.model());
+        sheet.type(typed);
+        QTEST(sheet.canBegin(), "enabled");
+    }
+
+    void reopenedSheetIsEmptyAndReturnDoesNothing()
+    {
+        ScreenStudio studio;
+        studio.attachRecoveryWatch();
+        studio.chooseImage(QStringLiteral("watchOS_10.ipsw"));
+        Sheet sheet(studio.model());
+        sheet.type(QStringLiteral("ПРОШИТЬ"));
+        QTest::keyClick(part(sheet.sheet, "confirmationPhrase"), Qt::Key_Return);
+        QVERIFY(sheet.sheet.isVisible());
+        QCOMPARE(studio.model()->navigation(), NavigationSection::overview);
+
+        QTest::mouseClick(part(sheet.sheet, "cancelRestoreButton"), Qt::LeftButton);
+        QVERIFY(!sheet.sheet.isVisible());
+        sheet.sheet.show();
+        QCOMPARE(part<QLineEdit>(sheet.sheet, "confirmationPhrase")->text(), QString());
+        QVERIFY(!sheet.canBegin());
+    }
+
+    void withoutAWatchTheStartDoesNothing()
+    {
+        ScreenStudio studio;
+        studio.chooseImage(QStringLiteral("watchOS_10.ipsw"));
+        Sheet sheet(studio.model());
+        sheet.type(QStringLiteral("ПРОШИТЬ"));
+        sheet.begin();
+        QVERIFY(sheet.sheet.isVisible());
+        QCOMPARE(studio.model()->navigation(), NavigationSection::overview);
+    }
+
+    void startDismissesShowsTheLogAndRestoresTheImageChosenWhenItRuns()
+    {
+        ScreenStudio studio;
+        studio.attachRecoveryWatch();
+        studio.installRestoreTool(false, 0);
+        studio.chooseImage(QStringLiteral("first.ipsw"));
+        Sheet sheet(studio.model());
+        sheet.type(QStringLiteral("ПРОШИТЬ"));
+        sheet.begin();
+        QVERIFY(!sheet.sheet.isVisible());
+        QCOMPARE(sheet.sheet.result(), int(QDialog::Accepted));
+        QCOMPARE(studio.model()->navigation(), NavigationSection::logs);
+
+        // The image is read when the restore task runs, after the click.
+        studio.chooseImage(QStringLiteral("second.ipsw"));
+        QTRY_VERIFY(studio.model()->restoreManager()->completedSuccessfully());
+        QCOMPARE(studio.restoreToolArguments().constLast(), *studio.model()->selectedIPSW());
+        QVERIFY(studio.restoreToolArguments().constLast().endsWith(QStringLiteral("second.ipsw")));
+    }
+};
+
+QTEST_MAIN(RestoreViewTest)
+#include "RestoreViewTest.moc"

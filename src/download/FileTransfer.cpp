@@ -18,8 +18,7 @@ const QString partialSuffix = QStringLiteral(".part");
 constexpr qint64 readBufferSize = 4 * 1024 * 1024;
 constexpr qsizetype chunkSize = 1024 * 1024;
 
-// Without any received byte for this long the transfer fails, as the platform's HTTP client
-// does by default for an idle request.
+// A transfer that receives nothing for a minute fails instead of hanging on a dead connection.
 constexpr int idleTimeoutMilliseconds = 60 * 1000;
 
 // Errors that Qt derives from the HTTP status of a response that did arrive. Such a response
@@ -143,8 +142,8 @@ void FileTransfer::succeed()
     m_done = true;
     m_reply->disconnect(this);
     m_reply->deleteLater();
-    // Close reports a failed final write (for example a full disk) that unbuffered writes
-    // could not have hidden, but flush errors of the file system surface only here.
+    // Closing can still report an error of the file system (a network volume, for example);
+    // it fails the transfer like a failed write.
     m_file.close();
     if (m_file.error() != QFileDevice::NoError) {
         const Failure failure =

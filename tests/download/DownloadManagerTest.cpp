@@ -4,7 +4,9 @@
 #include <QSignalSpy>
 #include <QStandardPaths>
 
+#include <cerrno>
 #include <csignal>
+#include <cstring>
 #include <sys/resource.h>
 
 namespace {
@@ -240,6 +242,22 @@ private slots:
         QCOMPARE(h.manager.statusText(), transferError);
         QVERIFY(h.cacheListing().isEmpty());
         QCOMPARE(FakeTools::runCount(h.paths.shasum()), 0);
+    }
+
+    void managerDestroyedMidTransferLeavesNoPartialFile()
+    {
+        DownloadTestHarness h;
+        HttpResponse stalled = HttpResponse::ok(patternBody(1024 * 1024));
+        stalled.stallAfterBytes = 64 * 1024;
+        h.server.setResponse(QStringLiteral("/k_Restore.ipsw"), stalled);
+        auto manager = std::make_unique<DownloadManager>();
+        auto log = std::make_shared<CompletionLog>();
+        manager->start(h.firmware(QStringLiteral("/k_Restore.ipsw")), DownloadTestHarness::recorder(log));
+        QVERIFY(QTest::qWaitFor([&] { return manager->progress() > 0; }, 30000));
+        manager.reset();
+        QTest::qWait(50);
+        QVERIFY(h.cacheListing().isEmpty());
+        QCOMPARE(log->calls, 0);
     }
 
     void fullDiskFailsTheTransferWithTheFileSystemError()

@@ -25,7 +25,6 @@ LogBox::LogBox(QWidget *parent) : QWidget(parent), m_text(new QPlainTextEdit)
     m_text->setUndoRedoEnabled(false);
     m_text->setFrameShape(QFrame::NoFrame);
     m_text->setLineWrapMode(QPlainTextEdit::WidgetWidth);
-    m_text->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
     m_text->setFont(Theme::font(textSize, QFont::Normal, Theme::FontDesign::monospaced));
     QPalette palette = m_text->palette();
     palette.setColor(QPalette::Base, Qt::transparent);

@@ -75,11 +75,9 @@ RestoreView::RestoreView(StudioModel *model, DeviceMonitor *monitor, RestoreMana
     stack->addLayout(actions);
     stack->addStretch();
 
-    auto *scroll = ScreenLabels::scrollingPage(page);
-    scroll->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
     auto *outer = new QVBoxLayout(this);
     outer->setContentsMargins(0, 0, 0, 0);
-    outer->addWidget(scroll);
+    outer->addWidget(ScreenLabels::scrollingPage(page));
 
     // "Проверить и прошить" only asks for the typed confirmation; the sheet starts the restore.
     connect(m_start, &StudioButton::clicked, model, [model] { model->setShowRestoreConfirmation(true); });

@@ -3,8 +3,10 @@
 #include "ui/Icons.h"
 #include "ui/Theme.h"
 
+#include <QFontMetricsF>
 #include <QKeyEvent>
 #include <QPainter>
+#include <QtMath>
 
 namespace {
 
@@ -85,8 +87,8 @@ StudioButton::Look StudioButton::look() const
 QSize StudioButton::sizeHint() const
 {
     const StyleMetrics metrics = metricsFor(m_style);
-    const QFontMetrics fontMetrics(metrics.font);
-    int content = fontMetrics.horizontalAdvance(text());
+    // Rounded up: a label whose exact width has a fraction must not be elided at its own size.
+    int content = qCeil(QFontMetricsF(metrics.font).horizontalAdvance(text()));
     if (!m_symbol.isEmpty())
         content +=
             Theme::Metrics::symbolBox(metrics.font.pixelSize()) + (text().isEmpty() ? 0 : symbolSpacing);

@@ -1,6 +1,6 @@
 #include "Bench.h"
 
-#include <QCoreApplication>
+#include <QApplication>
 #include <QTextStream>
 
 namespace Bench {
@@ -20,7 +20,10 @@ void report(const QString &name, double value, const QString &unit)
 
 int main(int argc, char *argv[])
 {
-    QCoreApplication application(argc, argv);
+    // Screen benchmarks need widgets; without a display they draw offscreen.
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication application(argc, argv);
     const QStringList only = application.arguments().mid(1);
     for (const auto &[name, function] : Bench::registry()) {
         if (only.isEmpty() || only.contains(name)) {

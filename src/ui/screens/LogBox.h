@@ -2,22 +2,23 @@
 
 #include <QWidget>
 
-class QPlainTextEdit;
+class LogTextView;
 
-// The log's dark rounded box around a read-only, selectable, monospaced text.
+// The log's dark rounded box around the read-only, selectable, monospaced log text.
 class LogBox final : public QWidget {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(LogBox)
 
 public:
-    explicit LogBox(QWidget *parent = nullptr);
+    // text must outlive the box.
+    explicit LogBox(const QString *text, QWidget *parent = nullptr);
     ~LogBox() override;
 
-    QPlainTextEdit *text() const { return m_text; }
+    LogTextView *text() const { return m_text; }
 
 protected:
     void paintEvent(QPaintEvent *event) override;
 
 private:
-    QPlainTextEdit *m_text;
+    LogTextView *m_text;
 };

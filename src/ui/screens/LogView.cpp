@@ -5,11 +5,10 @@
 #include "ui/StudioButton.h"
 #include "ui/screens/LogBox.h"
 #include "ui/screens/LogStatusLine.h"
+#include "ui/screens/LogTextView.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
-#include <QPlainTextEdit>
-#include <QScrollBar>
 #include <QTimer>
 #include <QVBoxLayout>
 
@@ -17,6 +16,8 @@ namespace {
 
 constexpr int pagePadding = 28;
 constexpr int pageSpacing = 20;
+// A tool can print thousands of chunks a second; the screen takes them in once per frame.
+constexpr int frameMilliseconds = 16;
 
 } // namespace
 
@@ -28,7 +29,7 @@ LogView::LogView(StudioModel *, RestoreManager *restoreManager, QWidget *parent)
 {
     setObjectName(QStringLiteral("logView"));
     m_copy->setObjectName(QStringLiteral("copyLogButton"));
-    auto *box = new LogBox;
+    auto *box = new LogBox(&restoreManager->logText());
     box->setObjectName(QStringLiteral("logBox"));
     m_log = box->text();
 
@@ -42,7 +43,7 @@ LogView::LogView(StudioModel *, RestoreManager *restoreManager, QWidget *parent)
     stack->addWidget(m_status);
 
     m_logUpdate->setSingleShot(true);
-    m_logUpdate->setInterval(0);
+    m_logUpdate->setInterval(frameMilliseconds);
     connect(m_logUpdate, &QTimer::timeout, this, &LogView::showNewLogText);
     connect(m_copy, &StudioButton::clicked, this, &LogView::copyLog);
     connect(restoreManager, &RestoreManager::logTextChanged, this, &LogView::scheduleLogUpdate);
@@ -66,18 +67,5 @@ void LogView::scheduleLogUpdate()
 
 void LogView::showNewLogText()
 {
-    const QString &log = m_restore->logText();
-    if (log.size() == m_shownLength)
-        return;
-    QTextCursor end(m_log->document());
-    end.movePosition(QTextCursor::End);
-    if (log.size() < m_shownLength) {
-        // The log never shrinks while the process lives; start over if it ever does.
-        m_log->setPlainText(log);
-    } else {
-        end.insertText(log.mid(m_shownLength));
-    }
-    m_shownLength = log.size();
-    QScrollBar *scroll = m_log->verticalScrollBar();
-    scroll->setValue(scroll->maximum());
+    m_log->catchUp();
 }

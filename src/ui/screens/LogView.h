@@ -3,7 +3,7 @@
 #include <QWidget>
 
 class LogStatusLine;
-class QPlainTextEdit;
+class LogTextView;
 class QTimer;
 class RestoreManager;
 class StudioButton;
@@ -11,9 +11,9 @@ class StudioModel;
 
 // The process log with its copy action and status line.
 //
-// The log only ever grows and can reach hundreds of thousands of lines, so the view appends
-// only the part it has not shown yet, and bursts of appends are gathered into one update on
-// the next turn of the event loop.
+// The log only ever grows and can reach hundreds of thousands of lines, so the view takes in
+// only the part it has not shown yet, and bursts of appends are gathered into one update per
+// frame.
 class LogView final : public QWidget {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(LogView)
@@ -31,8 +31,7 @@ private:
 
     RestoreManager *m_restore;
     StudioButton *m_copy;
-    QPlainTextEdit *m_log;
+    LogTextView *m_log;
     LogStatusLine *m_status;
     QTimer *m_logUpdate;
-    qsizetype m_shownLength = 0;
 };

@@ -1,11 +1,11 @@
 #include "ScreenStudio.h"
 
 #include "restore/RestoreManager.h"
+#include "ui/screens/LogTextView.h"
 #include "ui/screens/LogView.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
-#include <QPlainTextEdit>
 #include <QScrollBar>
 #include <QStandardPaths>
 #include <QTest>
@@ -18,7 +18,7 @@ struct Log {
         view.resize(870, 600);
         view.show();
     }
-    QPlainTextEdit *text() const { return view.findChild<QPlainTextEdit *>(QStringLiteral("logText")); }
+    LogTextView *text() const { return view.findChild<LogTextView *>(QStringLiteral("logText")); }
     bool shows(const char *name) const
     {
         return view.findChild<QWidget *>(QString::fromLatin1(name))->isVisibleTo(&view);
@@ -55,7 +55,7 @@ private slots:
         RestoreManager *restore = studio.model()->restoreManager();
         for (int line = 0; line < 300; ++line)
             restore->appendLog(QStringLiteral("line %1").arg(line));
-        QTRY_COMPARE(log.text()->toPlainText(), restore->logText());
+        QTRY_COMPARE(log.text()->text(), restore->logText());
         QScrollBar *scroll = log.text()->verticalScrollBar();
         QVERIFY(scroll->maximum() > 0);
         QCOMPARE(scroll->value(), scroll->maximum());
@@ -64,7 +64,24 @@ private slots:
         scroll->setValue(0);
         restore->appendLog(QStringLiteral("newest"));
         QTRY_COMPARE(scroll->value(), scroll->maximum());
-        QCOMPARE(log.text()->toPlainText(), restore->logText());
+        QCOMPARE(log.text()->text(), restore->logText());
+    }
+
+    void selectionCopiesWhatWasSelected()
+    {
+        ScreenStudio studio;
+        Log log(studio.model());
+        RestoreManager *restore = studio.model()->restoreManager();
+        // A line far wider than the box wraps into rows instead of being cut.
+        restore->appendLog(QString(2000, u'ж'));
+        restore->appendLog(QStringLiteral("last"));
+        QTRY_COMPARE(log.text()->text(), restore->logText());
+
+        QTest::mouseDClick(log.text()->viewport(), Qt::LeftButton, {}, QPoint(5, 2));
+        QCOMPARE(log.text()->selectedText(), QStringLiteral("Corvalin Studio готов к работе."));
+        QTest::keySequence(log.text(), QKeySequence::SelectAll);
+        QTest::keySequence(log.text(), QKeySequence::Copy);
+        QCOMPARE(QGuiApplication::clipboard()->text(), restore->logText());
     }
 
     void runningLineWinsOverAnEarlierSuccess()

@@ -1,5 +1,6 @@
 #include "ui/PlainButton.h"
 
+#include "ui/FocusRing.h"
 #include "ui/Theme.h"
 
 #include <QKeyEvent>
@@ -43,7 +44,7 @@ void PlainButton::keyPressEvent(QKeyEvent *event)
 
 void PlainButton::paintEvent(QPaintEvent *)
 {
-    if (!hasFocus())
+    if (!FocusRing::isVisible(this))
         return;
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);

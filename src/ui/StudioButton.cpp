@@ -1,5 +1,6 @@
 #include "ui/StudioButton.h"
 
+#include "ui/FocusRing.h"
 #include "ui/Icons.h"
 #include "ui/Theme.h"
 
@@ -141,7 +142,7 @@ void StudioButton::paintEvent(QPaintEvent *)
     painter.drawRoundedRect(shape, metrics.radius, metrics.radius);
     painter.restore();
 
-    if (hasFocus()) {
+    if (FocusRing::isVisible(this)) {
         painter.setPen(QPen(Theme::withOpacity(Theme::white(), 0.7), 2));
         painter.setBrush(Qt::NoBrush);
         painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), metrics.radius, metrics.radius);

@@ -7,6 +7,7 @@
 #include "ui/Theme.h"
 
 #include <QDir>
+#include <QHBoxLayout>
 #include <QImage>
 #include <QLabel>
 #include <QTest>
@@ -127,6 +128,28 @@ private slots:
         QCOMPARE(clicks, 2);
         QCOMPARE(button.accessibleName().isEmpty() ? button.text() : button.accessibleName(),
                  QStringLiteral("Проверить"));
+    }
+
+    void onlyKeyboardFocusShowsARing()
+    {
+        QWidget window;
+        auto *layout = new QHBoxLayout(&window);
+        auto *button = new StudioButton(StudioButtonStyle::secondary, QStringLiteral("Проверить"));
+        auto *other = new StudioButton(StudioButtonStyle::secondary, QStringLiteral("Другая"));
+        layout->addWidget(button);
+        layout->addWidget(other);
+        window.show();
+        QApplication::setActiveWindow(&window);
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        other->setFocus(Qt::OtherFocusReason);
+        const QImage unfocused = button->grab().toImage();
+
+        button->setFocus(Qt::MouseFocusReason);
+        QVERIFY(button->hasFocus());
+        QCOMPARE(button->grab().toImage(), unfocused);
+        other->setFocus(Qt::OtherFocusReason);
+        button->setFocus(Qt::TabFocusReason);
+        QVERIFY(button->grab().toImage() != unfocused);
     }
 
     void headerUpperCasesTheEyebrowAndTakesAnOptionalAction()

@@ -1,5 +1,6 @@
 #include "ui/shell/SidebarRow.h"
 
+#include "ui/FocusRing.h"
 #include "ui/Icons.h"
 #include "ui/Theme.h"
 
@@ -67,7 +68,7 @@ void SidebarRow::paintEvent(QPaintEvent *)
         painter.setBrush(Theme::withOpacity(Theme::white(), highlightOpacity));
         painter.drawRoundedRect(area, highlightRadius, highlightRadius);
     }
-    if (hasFocus()) {
+    if (FocusRing::isVisible(this)) {
         painter.setPen(QPen(Theme::withOpacity(Theme::studioAccent(), 0.9), 2));
         painter.setBrush(Qt::NoBrush);
         painter.drawRoundedRect(area.adjusted(1, 1, -1, -1), highlightRadius, highlightRadius);

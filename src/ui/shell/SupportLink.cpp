@@ -1,5 +1,6 @@
 #include "ui/shell/SupportLink.h"
 
+#include "ui/FocusRing.h"
 #include "ui/Icons.h"
 #include "ui/Theme.h"
 #include "ui/shell/DesktopOpener.h"
@@ -91,8 +92,9 @@ void SupportLink::paintEvent(QPaintEvent *)
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     const QRectF shape = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
+    const bool focusRing = FocusRing::isVisible(this);
     painter.setPen(
-        QPen(Theme::withOpacity(Theme::studioAccent(), hasFocus() ? 0.9 : 0.16), hasFocus() ? 2 : 1));
+        QPen(Theme::withOpacity(Theme::studioAccent(), focusRing ? 0.9 : 0.16), focusRing ? 2 : 1));
     painter.setBrush(Theme::withOpacity(Theme::studioAccent(), 0.08));
     painter.drawRoundedRect(shape, radius, radius);
 

@@ -1,4 +1,5 @@
 #include "Bench.h"
+#include "RestoreProgressOutput.h"
 
 #include "app/StudioModel.h"
 #include "restore/RestoreManager.h"
@@ -16,22 +17,6 @@
 #include <memory>
 
 namespace {
-
-constexpr int progressLines = 200000;
-
-QByteArray progressOutput()
-{
-    QByteArray output;
-    output.reserve(progressLines * 60);
-    for (int i = 0; i < progressLines; ++i) {
-        const QByteArray percent =
-            QByteArray::number(i * 100.0 / progressLines, 'f', 1).rightJustified(5, ' ');
-        const QByteArray line = "[" + QByteArray::number(i).rightJustified(6, '0') +
-                                "] Sending filesystem: " + percent + "% complete";
-        output += line.leftJustified(59, '.') + '\n';
-    }
-    return output;
-}
 
 // The longest time the event loop went without turning, sampled by a 1 ms timer.
 class StallMeter {
@@ -65,7 +50,7 @@ struct Run {
 Run restoreWithFloodingTool(bool withLogScreen)
 {
     TestPaths paths;
-    FakeTools::write(paths.cfgutil(), FakeToolBehaviour::printing(progressOutput()));
+    FakeTools::write(paths.cfgutil(), FakeToolBehaviour::printing(Bench::restoreProgressOutput()));
     // A KIS watch without an image launches straight away, without the image check.
     const ConnectedWatch watch{QStringLiteral("Watch7,1"),     QStringLiteral("n207sap"),
                                QStringLiteral("Apple Watch"),  QStringLiteral("DFU via Debug USB (KIS)"),

@@ -1,4 +1,5 @@
 #include "Bench.h"
+#include "RestoreProgressOutput.h"
 
 #include "restore/RestoreManager.h"
 #include "support/FakeTools.h"
@@ -10,23 +11,6 @@
 #include <QTextStream>
 
 namespace {
-
-constexpr int progressLines = 200000;
-
-// One progress line of 60 bytes, as a restore tool prints them while it sends the image.
-QByteArray progressOutput()
-{
-    QByteArray output;
-    output.reserve(progressLines * 60);
-    for (int i = 0; i < progressLines; ++i) {
-        const QByteArray percent =
-            QByteArray::number(i * 100.0 / progressLines, 'f', 1).rightJustified(5, ' ');
-        QByteArray line = "[" + QByteArray::number(i).rightJustified(6, '0') +
-                          "] Sending filesystem: " + percent + "% complete";
-        output += line.leftJustified(59, '.') + '\n';
-    }
-    return output;
-}
 
 // The same tool with its output going nowhere: what the child itself costs.
 double millisecondsToDevNull(const QString &tool)
@@ -47,7 +31,7 @@ double millisecondsToDevNull(const QString &tool)
 CORVALIN_BENCHMARK(restoreLogIngestion)
 {
     TestPaths paths;
-    const QByteArray output = progressOutput();
+    const QByteArray output = Bench::restoreProgressOutput();
     // A KIS watch without an image launches straight away, without the image check.
     const QString tool = FakeTools::write(paths.cfgutil(), FakeToolBehaviour::printing(output));
     const ConnectedWatch watch{QStringLiteral("Watch7,1"),     QStringLiteral("n207sap"),
@@ -89,7 +73,7 @@ CORVALIN_BENCHMARK(restoreLogIngestion)
 CORVALIN_BENCHMARK(restoreLogLineByLineAppends)
 {
     const QString line = QStringLiteral("[000000] Sending filesystem:  50.0% complete..............");
-    for (const int count : {progressLines / 2, progressLines}) {
+    for (const int count : {Bench::progressLines / 2, Bench::progressLines}) {
         RestoreManager manager;
         QElapsedTimer timer;
         timer.start();

@@ -16,14 +16,18 @@
 #include <cstring>
 #include <optional>
 #include <thread>
+#include <vector>
 
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <netinet/in.h>
-#include <sys/sendfile.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#ifdef Q_OS_LINUX
+#include <sys/sendfile.h>
+#endif
 
 namespace {
 
@@ -49,8 +53,36 @@ QString writeImage(const QString &path, qint64 size)
     return QString::fromLatin1(hash.result().toHex());
 }
 
-// A minimal HTTP/1.1 file server on its own thread that hands the file to the kernel with
-// sendfile, so serving costs almost no CPU and both clients are measured, not the server.
+// Hands the whole file to the socket: Linux lets the kernel copy it, elsewhere a plain loop.
+bool sendWholeFile(int client, int file, qint64 size)
+{
+#ifdef Q_OS_LINUX
+    off_t offset = 0;
+    while (offset < size) {
+        if (::sendfile(client, file, &offset, size_t(size - offset)) <= 0)
+            return false;
+    }
+    return true;
+#else
+    std::vector<char> buffer(1 << 20);
+    for (qint64 sent = 0; sent < size;) {
+        const ssize_t read = ::read(file, buffer.data(), buffer.size());
+        if (read <= 0)
+            return false;
+        for (ssize_t written = 0; written < read;) {
+            const ssize_t now = ::send(client, buffer.data() + written, size_t(read - written), 0);
+            if (now <= 0)
+                return false;
+            written += now;
+        }
+        sent += read;
+    }
+    return true;
+#endif
+}
+
+// A minimal HTTP/1.1 file server on its own thread that leaves the copying to the kernel where
+// it can, so serving costs little CPU and both clients are measured, not the server.
 class SendfileServer {
 public:
     explicit SendfileServer(QString path) : m_path(std::move(path))
@@ -108,12 +140,8 @@ private:
         ::fstat(file, &info);
         const QByteArray response = "HTTP/1.1 200 OK\r\nConnection: close\r\nContent-Length: " +
                                     QByteArray::number(qint64(info.st_size)) + "\r\n\r\n";
-        if (::send(client, response.constData(), size_t(response.size()), 0) == response.size()) {
-            off_t offset = 0;
-            while (
-                offset<info.st_size && ::sendfile(client, file, &offset, size_t(info.st_size - offset))> 0) {
-            }
-        }
+        if (::send(client, response.constData(), size_t(response.size()), 0) == response.size())
+            sendWholeFile(client, file, qint64(info.st_size));
         ::close(file);
     }
 

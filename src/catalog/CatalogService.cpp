@@ -29,6 +29,14 @@ QNetworkRequest catalogRequest(const QUrl &url)
     return request;
 }
 
+// Network and proxy errors come before the content range; an unknown scheme and an unparsable
+// answer are failures of the transfer too. The rest restate an HTTP status.
+bool isTransferFailure(QNetworkReply::NetworkError error)
+{
+    return (error != QNetworkReply::NoError && error < QNetworkReply::ContentAccessDenied) ||
+           error == QNetworkReply::ProtocolUnknownError || error == QNetworkReply::ProtocolFailure;
+}
+
 } // namespace
 
 CatalogService::CatalogService(QUrl catalogURL, QStringList allowedHosts, QObject *parent)
@@ -65,13 +73,16 @@ QCoro::Task<Result<QList<WatchFirmware>>> CatalogService::load()
     co_await reply;
     reply->deleteLater();
 
+    // Qt also reports a completed HTTP answer with a status other than 2xx as an error; only a
+    // failed transfer (connection, TLS, time-out, redirect loop, body cut short) is handed on.
+    const QNetworkReply::NetworkError error = reply->error();
+    if (isTransferFailure(error))
+        co_return Failure::platform(Failure::Domain::network, reply->errorString(), error);
     const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
-    if (status.isValid() && status.toInt() != 200)
-        co_return StudioError::invalidCatalog();
-    if (reply->error() != QNetworkReply::NoError)
-        co_return Failure::platform(Failure::Domain::network, reply->errorString(), reply->error());
-    if (!status.isValid())
-        co_return StudioError::invalidCatalog(); // not an HTTP response
+    if (!status.isValid() || status.toInt() != 200)
+        co_return StudioError::invalidCatalog(); // not an HTTP response, or not exactly 200
+    if (error != QNetworkReply::NoError)
+        co_return Failure::platform(Failure::Domain::network, reply->errorString(), error);
 
     // The JSON work runs on the thread pool; each wait resumes on this (the caller's) thread.
     QFuture<Result<QList<AppleDBFirmware>>> decoding =

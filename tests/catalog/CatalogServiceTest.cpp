@@ -246,31 +246,41 @@ private slots:
     {
         QTest::addColumn<int>("status");
         QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<QByteArray>("location");    // empty: no redirect
         QTest::addColumn<qint64>("abortAfterBytes"); // -1: complete body
         QTest::addColumn<int>("domain");
         QTest::addColumn<QString>("mentions");
 
+        const int studio = int(Failure::Domain::studio);
+        const int network = int(Failure::Domain::network);
         const QString invalid = StudioError::invalidCatalog().errorDescription();
-        QTest::newRow("404") << 404 << QByteArray("[]") << qint64(-1) << int(Failure::Domain::studio)
-                             << invalid;
-        QTest::newRow("304") << 304 << QByteArray() << qint64(-1) << int(Failure::Domain::studio) << invalid;
-        QTest::newRow("203") << 203 << QByteArray("[]") << qint64(-1) << int(Failure::Domain::studio)
-                             << invalid;
+        const QByteArray page(1000, 'x');
+        QTest::newRow("404") << 404 << QByteArray("[]") << QByteArray() << qint64(-1) << studio << invalid;
+        QTest::newRow("304") << 304 << QByteArray() << QByteArray() << qint64(-1) << studio << invalid;
+        QTest::newRow("203") << 203 << QByteArray("[]") << QByteArray() << qint64(-1) << studio << invalid;
         QTest::newRow("malformed last record")
             << 200 << jsonOf("[{'version':'1','build':'A'},{'version':'2','build':'B'},{'version':'3'}]")
-            << qint64(-1) << int(Failure::Domain::json) << QStringLiteral("record 2, key \"build\"");
+            << QByteArray() << qint64(-1) << int(Failure::Domain::json)
+            << QStringLiteral("record 2, key \"build\"");
         QTest::newRow("connection dropped")
-            << 200 << reductionCatalogue << qint64(100) << int(Failure::Domain::network) << QString();
+            << 200 << reductionCatalogue << QByteArray() << qint64(100) << network << QString();
+        // A failed transfer stays a transfer failure, whatever status was seen before it broke.
+        QTest::newRow("404 cut short") << 404 << page << QByteArray() << qint64(10) << network << QString();
+        QTest::newRow("redirect loop")
+            << 302 << QByteArray() << catalogPath.toUtf8() << qint64(-1) << network << QString();
     }
 
     void failsWithoutAskingForNames()
     {
         QFETCH(int, status);
         QFETCH(QByteArray, body);
+        QFETCH(QByteArray, location);
         QFETCH(qint64, abortAfterBytes);
         QFETCH(int, domain);
         QFETCH(QString, mentions);
         HttpResponse response = HttpResponse::withStatus(status, body);
+        if (!location.isEmpty())
+            response.headers.append({"Location", location});
         if (abortAfterBytes >= 0)
             response.abortAfterBytes = abortAfterBytes;
 

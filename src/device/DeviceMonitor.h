@@ -15,6 +15,7 @@
 class DeviceMonitor final : public QObject {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(DeviceMonitor)
+    Q_PROPERTY(std::optional<ConnectedWatch> connectedWatch READ connectedWatch NOTIFY connectedWatchChanged)
     Q_PROPERTY(bool isChecking READ isChecking NOTIFY isCheckingChanged)
     Q_PROPERTY(QString connectionHint READ connectionHint NOTIFY connectionHintChanged)
 

@@ -74,7 +74,7 @@ QCoro::Task<Result<QList<WatchFirmware>>> CatalogService::load()
     reply->deleteLater();
 
     // Qt also reports a completed HTTP answer with a status other than 2xx as an error; only a
-    // failed transfer (connection, TLS, time-out, redirect loop, body cut short) is handed on.
+    // failed transfer (connection, TLS, time-out, redirect loop) is handed on.
     const QNetworkReply::NetworkError error = reply->error();
     if (isTransferFailure(error))
         co_return Failure::platform(Failure::Domain::network, reply->errorString(), error);

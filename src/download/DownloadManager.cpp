@@ -19,10 +19,14 @@ QString cachePath(const QString &name)
 }
 
 // The image keeps the name of the link the catalogue gave, even when the CDN redirects to a
-// differently named object.
+// differently named object. Trailing slashes do not end the name, as in the catalogue's own
+// file names, so that the cache check finds what was saved.
 QString destinationName(const QUrl &originalURL)
 {
-    const QString name = originalURL.fileName();
+    QString path = originalURL.path();
+    while (path.endsWith(u'/'))
+        path.chop(1);
+    const QString name = path.mid(path.lastIndexOf(u'/') + 1);
     if (!name.isEmpty())
         return name;
     return QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper() + QStringLiteral(".ipsw");

@@ -45,10 +45,6 @@ private slots:
             << QStringLiteral("Supported Product Types: Watch6,1, Watch6,2\n") << "Watch6,1" << false;
         QTest::newRow("no label") << QStringLiteral("Watch6,1\n") << "Watch6,1" << false;
         QTest::newRow("tool output") << fixture("idevicerestore-ipsw-info.txt") << "Watch7,1" << true;
-        QTest::newRow("tool output, other model")
-            << fixture("idevicerestore-ipsw-info.txt") << "Watch6,1" << false;
-        QTest::newRow("tool output in colour")
-            << fixture("idevicerestore-ipsw-info-color.txt") << "Watch7,1" << true;
         QTest::newRow("tool output, two models")
             << fixture("idevicerestore-ipsw-info-multi.txt") << "Watch2,6" << true;
     }

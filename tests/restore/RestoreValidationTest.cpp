@@ -56,8 +56,6 @@ private slots:
         const QByteArray matching = "Supported Product Types: Watch6,1 Watch6,2";
         const QString incompatible = QStringLiteral("IPSW не содержит модель Watch6,2 в BuildManifest.");
         QTest::newRow("failed with a matching line") << true << matching << 1 << damaged;
-        QTest::newRow("lower-case label")
-            << true << QByteArray("supported product types: Watch6,2\n") << 0 << incompatible;
         QTest::newRow("model not listed")
             << true << fixture("idevicerestore-ipsw-info-multi.txt") << 0 << incompatible;
         QTest::newRow("tool missing") << false << QByteArray() << 0 << damaged;

@@ -1,4 +1,5 @@
 #include "device/DeviceMonitor.h"
+#include "FakeUsbBus.h"
 #include "support/FakeTools.h"
 #include "support/TestPaths.h"
 
@@ -24,24 +25,6 @@ QByteArray testData(const QString &name)
     if (!file.open(QIODevice::ReadOnly))
         qFatal("missing test data %s", qPrintable(name));
     return file.readAll();
-}
-
-// Puts devices with these hexadecimal product IDs on the fake USB bus, replacing any others.
-void attach(const TestPaths &paths, const QByteArrayList &hexProductIDs)
-{
-    QDir bus(paths.usbDevices());
-    bus.removeRecursively();
-    bus.mkpath(QStringLiteral("usb1"));
-    int port = 1;
-    for (const QByteArray &productID : hexProductIDs) {
-        const QString device = QStringLiteral("1-%1").arg(port++);
-        bus.mkpath(device + QStringLiteral(":1.0"));
-        bus.mkpath(device);
-        QFile file(bus.filePath(device + QStringLiteral("/idProduct")));
-        if (!file.open(QIODevice::WriteOnly))
-            qFatal("cannot write the fake bus");
-        file.write(productID + '\n');
-    }
 }
 
 } // namespace
@@ -88,7 +71,7 @@ private slots:
         QFETCH(QString, hint);
 
         TestPaths paths;
-        attach(paths, bus);
+        attachUsbDevices(paths, bus);
         const QString irecovery = paths.tool(QStringLiteral("bin/irecovery"));
         if (hasIrecovery)
             FakeTools::write(irecovery, FakeToolBehaviour::printing(identification, status));
@@ -118,7 +101,7 @@ private slots:
     void kisWinsAndIsNotAskedAgainWhilePublished()
     {
         TestPaths paths;
-        attach(paths, {"1281", "1881"});
+        attachUsbDevices(paths, {"1281", "1881"});
         const QString irecovery = FakeTools::write(
             paths.tool(QStringLiteral("bin/irecovery")),
             FakeToolBehaviour::printing(testData(QStringLiteral("irecovery-devices-excerpt.txt"))));
@@ -135,6 +118,8 @@ private slots:
                                       "PRODUCT: Watch7,5\nMODEL: n210ap\nNAME: Apple Watch Ultra 2\n"
                                       "MODE: DFU via Debug USB (KIS)\nECID: 0xB24F61A9C0D5E"};
         QCOMPARE(monitor.connectedWatch(), std::optional(expected));
+        QCOMPARE(monitor.property("connectedWatch").value<std::optional<ConnectedWatch>>(),
+                 std::optional(expected));
         QCOMPARE(monitor.connectionHint(), kisReadyHint);
         QCOMPARE(FakeTools::recordedArguments(paths.cfgutil()), (QStringList{"--format", "JSON", "list"}));
         QCOMPARE(FakeTools::recordedArguments(irecovery), QStringList{QStringLiteral("--devices")});
@@ -151,7 +136,7 @@ private slots:
         QCOMPARE(FakeTools::runCount(irecovery), 1);
 
         // Leaving the bus is what removes a KIS watch.
-        attach(paths, {});
+        attachUsbDevices(paths, {});
         QCoro::waitFor(monitor.poll());
         QVERIFY(!monitor.connectedWatch());
         QCOMPARE(monitor.connectionHint(), noDeviceHint);
@@ -182,7 +167,7 @@ private slots:
         QFETCH(QString, hint);
 
         TestPaths paths;
-        attach(paths, {"1881"});
+        attachUsbDevices(paths, {"1881"});
         const QString irecovery = FakeTools::write(paths.tool(QStringLiteral("bin/irecovery")),
                                                    FakeToolBehaviour::printing("PRODUCT: Watch5,9\n"));
         if (hasConfigurator)
@@ -203,7 +188,7 @@ private slots:
     void identityFallsBackWhenTheTableHasNoFullLine()
     {
         TestPaths paths;
-        attach(paths, {"1881"});
+        attachUsbDevices(paths, {"1881"});
         FakeTools::write(paths.tool(QStringLiteral("bin/irecovery")),
                          FakeToolBehaviour::printing("Watch5,9 n1 0x1 0x2\nWatch5,9x n2 0x3 0x4 Other\n"));
         FakeTools::write(
@@ -229,7 +214,7 @@ private slots:
     void overlappingChecksBothFinishAndTheLastOneWins()
     {
         TestPaths paths;
-        attach(paths, {"1881"});
+        attachUsbDevices(paths, {"1881"});
         const QString gate = QDir(paths.root()).filePath(QStringLiteral("gate"));
         FakeToolBehaviour heldBack =
             FakeToolBehaviour::printing(testData(QStringLiteral("cfgutil-list.json")));
@@ -242,7 +227,7 @@ private slots:
         QCoro::Task<> first = monitor.poll();
         QTRY_COMPARE(FakeTools::runCount(paths.cfgutil()), 1);
 
-        attach(paths, {"1281"});
+        attachUsbDevices(paths, {"1281"});
         QCoro::waitFor(monitor.poll());
         QVERIFY(!first.isReady());
         QCOMPARE(monitor.isChecking(), false);

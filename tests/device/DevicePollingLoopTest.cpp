@@ -1,9 +1,8 @@
+#include "FakeUsbBus.h"
 #include "device/DeviceMonitor.h"
 #include "support/FakeTools.h"
 #include "support/TestPaths.h"
 
-#include <QDir>
-#include <QFile>
 #include <QTest>
 
 // The loop runs in real time (a check, then 3 seconds of rest), so these tests count checks
@@ -15,12 +14,7 @@ private slots:
     void startingTwiceRunsOneLoopThatOutlivesNoMonitor()
     {
         TestPaths paths;
-        QDir bus(paths.usbDevices());
-        bus.mkpath(QStringLiteral("1-1"));
-        QFile idProduct(bus.filePath(QStringLiteral("1-1/idProduct")));
-        QVERIFY(idProduct.open(QIODevice::WriteOnly));
-        idProduct.write("1281\n");
-        idProduct.close();
+        attachUsbDevices(paths, {"1281"});
         const QString irecovery = FakeTools::write(paths.tool(QStringLiteral("bin/irecovery")),
                                                    FakeToolBehaviour::printing("PRODUCT: Watch6,1\n"));
 

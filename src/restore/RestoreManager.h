@@ -70,9 +70,10 @@ private:
     static QStringList configuratorArguments(const ConnectedWatch &watch,
                                              const std::optional<QString> &imagePath);
     static QStringList restoreToolArguments(const QString &logFile, const QString &imagePath);
-    // Starts the tool; its handlers hold this object weakly and the process deletes itself
-    // once it has ended, so a tool outliving the manager is never killed by it.
-    void launch(const QString &program, const QStringList &arguments);
+    // Starts the tool and resumes once it runs or has failed to start; its handlers hold this
+    // object weakly and the process deletes itself once it has ended, so a tool outliving the
+    // manager is never killed by it.
+    QCoro::Task<> launch(QString program, QStringList arguments);
     void handleExit(QProcess *process, int exitCode, QProcess::ExitStatus exitStatus);
     void handleLaunchFailure(QProcess *process);
 

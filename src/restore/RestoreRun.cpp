@@ -6,6 +6,7 @@
 #include "restore/RestoreLogFile.h"
 #include "tools/ToolLocator.h"
 
+#include <QCoroSignal>
 #include <QDir>
 
 QCoro::Task<> RestoreManager::startRestore(std::optional<QString> imagePath, ConnectedWatch watch)
@@ -44,7 +45,7 @@ QCoro::Task<> RestoreManager::startRestore(std::optional<QString> imagePath, Con
     const std::optional<QString> configurator = isKIS ? ToolLocator::cfgutil() : std::nullopt;
     if (configurator) {
         appendLog(QStringLiteral("Транспорт: Apple Configurator KIS, ECID ") + watch.ecid + u'.');
-        launch(*configurator, configuratorArguments(watch, imagePath));
+        co_await launch(*configurator, configuratorArguments(watch, imagePath));
         co_return;
     }
 
@@ -55,7 +56,7 @@ QCoro::Task<> RestoreManager::startRestore(std::optional<QString> imagePath, Con
         co_return;
     }
     const QString tool = QDir(ToolLocator::toolsRoot()).filePath(QStringLiteral("bin/idevicerestore"));
-    launch(tool, restoreToolArguments(logFile, *imagePath));
+    co_await launch(tool, restoreToolArguments(logFile, *imagePath));
 }
 
 void RestoreManager::cancelRestore()
@@ -89,7 +90,7 @@ QStringList RestoreManager::restoreToolArguments(const QString &logFile, const Q
         ToolLocator::cacheDirectory(), QStringLiteral("--logfile=") + logFile, imagePath};
 }
 
-void RestoreManager::launch(const QString &program, const QStringList &arguments)
+QCoro::Task<> RestoreManager::launch(QString program, QStringList arguments)
 {
     auto *process = new QProcess;
     process->setProgram(program);
@@ -112,15 +113,18 @@ void RestoreManager::launch(const QString &program, const QStringList &arguments
                     self->handleExit(process, exitCode, status);
                 process->deleteLater();
             });
-    connect(process, &QProcess::errorOccurred, process, [self, process](QProcess::ProcessError error) {
-        if (error != QProcess::FailedToStart)
-            return; // a crash still ends with finished
-        if (self)
-            self->handleLaunchFailure(process);
-        process->deleteLater();
-    });
 
     process->start(QIODevice::ReadOnly);
+    // Whether exec succeeded is only known a moment later; waiting for it means that a failed
+    // launch has been handled by the time startRestore returns. The process cannot be deleted
+    // meanwhile: the resumption is queued before any exit could be noticed.
+    if (process->state() == QProcess::Starting)
+        co_await qCoro(process, &QProcess::stateChanged);
+    if (process->state() != QProcess::NotRunning || process->error() != QProcess::FailedToStart)
+        co_return; // running, or a crash that still ends with finished
+    if (self)
+        self->handleLaunchFailure(process);
+    process->deleteLater();
 }
 
 void RestoreManager::handleExit(QProcess *process, int exitCode, QProcess::ExitStatus exitStatus)

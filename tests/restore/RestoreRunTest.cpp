@@ -327,7 +327,9 @@ private slots:
         writeRestoreTool(paths, {}, 0, "rm -f \"$0\";");
         RestoreManager manager;
 
-        runToEnd(manager, QStringLiteral("/i/watchOS_10.ipsw"), recoveryWatch);
+        // The failed launch is already handled when startRestore returns.
+        QCoro::waitFor(manager.startRestore(QStringLiteral("/i/watchOS_10.ipsw"), recoveryWatch));
+        QVERIFY(!manager.isRestoring());
         QVERIFY(manager.lastError() && !manager.lastError()->isEmpty());
         QVERIFY(
             manager.logText().endsWith(QStringLiteral("Ошибка запуска: ") + *manager.lastError() + u'\n'));

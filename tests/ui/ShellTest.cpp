@@ -133,6 +133,15 @@ private slots:
         flushDeletes();
         QVERIFY(alert.isNull());
         QVERIFY(!model->showUnsignedWarning());
+
+        // Closing the alert's window without a button is a cancel too.
+        model->requestDownloadSelected();
+        alert = m_root->unsignedAlert();
+        QVERIFY(alert);
+        alert->close();
+        flushDeletes();
+        QVERIFY(alert.isNull());
+        QVERIFY(!model->showUnsignedWarning());
         QCOMPARE(downloading.count(), 0);
         QVERIFY(!model->downloader()->isDownloading());
 

@@ -141,6 +141,13 @@ void RootView::followUnsignedWarning()
         m_model->setShowUnsignedWarning(false);
         m_model->downloadSelected();
     });
+    // Closing the alert's window answers no button: it cancels, and the flag must follow.
+    connect(alert, &QDialog::finished, this, [this, alert] {
+        if (m_alert != alert)
+            return;
+        m_alert = nullptr;
+        m_model->setShowUnsignedWarning(false);
+    });
     alert->open();
 }
 

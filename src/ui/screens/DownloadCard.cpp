@@ -26,10 +26,10 @@ DownloadCard::DownloadCard(DownloadManager *downloader, QWidget *parent)
                                     Theme::studioAccent())),
       m_bar(new QProgressBar)
 {
-    setObjectName(QStringLiteral("downloadCard"));
+    setObjectName(QStringLiteral("downloadProgress"));
     m_status->setObjectName(QStringLiteral("downloadStatus"));
     m_percent->setObjectName(QStringLiteral("downloadPercent"));
-    m_bar->setObjectName(QStringLiteral("downloadProgress"));
+    m_bar->setObjectName(QStringLiteral("downloadProgressBar"));
     m_bar->setRange(0, barSteps);
     m_bar->setTextVisible(false);
     m_bar->setFixedHeight(6);

@@ -16,6 +16,8 @@ QLabel *ScreenLabels::label(const QString &text, const QFont &font, const QColor
 {
     auto *label = new QLabel(text, parent);
     label->setFont(font);
+    // Inside a button a label would otherwise inherit the button's roles and draw in ButtonText.
+    label->setForegroundRole(QPalette::WindowText);
     setColor(label, color);
     return label;
 }

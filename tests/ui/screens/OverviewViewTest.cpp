@@ -7,6 +7,7 @@
 #include "ui/PlainButton.h"
 #include "ui/StudioButton.h"
 #include "ui/SymbolLabel.h"
+#include "ui/Theme.h"
 #include "ui/screens/ConnectionBadge.h"
 #include "ui/screens/DownloadCard.h"
 #include "ui/screens/OverviewView.h"
@@ -56,7 +57,7 @@ private slots:
         QCOMPARE(catalogRow->subtitle(), QStringLiteral("0 моделей в каталоге"));
         QVERIFY(overview.shows("catalogStateCard"));
         QVERIFY(!overview.shows("selectedFirmwareCard"));
-        QVERIFY(!overview.shows("downloadCard"));
+        QVERIFY(!overview.shows("downloadProgress"));
         QVERIFY(!overview.shows("catalogErrorBanner"));
 
         // While the catalogue loads the card says so; after a load it invites a choice.
@@ -133,13 +134,17 @@ private slots:
         Overview overview(studio.model());
         studio.loadCatalog();
         studio.startStalledDownload();
-        QVERIFY(overview.shows("downloadCard"));
+        QVERIFY(overview.shows("downloadProgress"));
         QCOMPARE(overview.text("downloadPercent"), QStringLiteral("42%"));
         QVERIFY(!overview.part("downloadButton")->isEnabled());
+        // The cancel text is red, not the button's own text colour.
+        auto *cancelText =
+            qobject_cast<QLabel *>(overview.part<PlainButton>("downloadCancelButton")->content());
+        QCOMPARE(cancelText->palette().color(cancelText->foregroundRole()), Theme::red());
 
         overview.click("downloadCancelButton");
         QVERIFY(!studio.model()->downloader()->isDownloading());
-        QVERIFY(!overview.shows("downloadCard"));
+        QVERIFY(!overview.shows("downloadProgress"));
         QVERIFY(overview.part("downloadButton")->isEnabled());
     }
 

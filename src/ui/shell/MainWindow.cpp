@@ -33,7 +33,8 @@ void MainWindow::buildMenu()
     QAction *openFolder = menu->addAction(QStringLiteral("Открыть папку прошивок"), this,
                                           [] { ShellCommands::openFirmwareFolder(); });
     openFolder->setObjectName(QStringLiteral("openFirmwareFolderAction"));
-    openFolder->setMenuRole(QAction::NoRole);
+    // On macOS this places it in the application menu right after About, beside it here.
+    openFolder->setMenuRole(QAction::ApplicationSpecificRole);
 }
 
 void MainWindow::showAbout()

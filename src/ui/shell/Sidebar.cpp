@@ -65,8 +65,11 @@ QWidget *Sidebar::makeBrandHeader()
     auto *studio = new QLabel(QStringLiteral("STUDIO"), header);
     Theme::styleText(studio, Theme::font(9, QFont::Bold, Theme::FontDesign::standard, 2.2),
                      Theme::studioAccent());
+    // Centred beside the icon, so the two words keep their spacing of 2 in a taller row.
+    words->addStretch(1);
     words->addWidget(product);
     words->addWidget(studio);
+    words->addStretch(1);
     row->addLayout(words);
     row->addStretch(1);
     return header;

@@ -6,8 +6,38 @@
 #include "restore/RestoreLogFile.h"
 #include "tools/ToolLocator.h"
 
-#include <QCoroSignal>
 #include <QDir>
+
+#include <coroutine>
+
+namespace {
+
+// Resumes the awaiting coroutine once the process has left the starting state, that is once it
+// runs or has failed to start. The resumption is queued, so Qt has finished reporting the
+// outcome (a failure's error is set) by then. QCoro's signal awaiter is not used here: it hands
+// the signal's private tag on to its handler.
+class LaunchDecided {
+public:
+    explicit LaunchDecided(QProcess *process) : m_process(process) {}
+    bool await_ready() const noexcept { return m_process->state() != QProcess::Starting; }
+    void await_suspend(std::coroutine_handle<> awaiting)
+    {
+        m_connection = QObject::connect(
+            m_process, &QProcess::stateChanged, m_process,
+            [this, awaiting] {
+                QObject::disconnect(m_connection);
+                awaiting.resume();
+            },
+            Qt::QueuedConnection);
+    }
+    void await_resume() const noexcept {}
+
+private:
+    QProcess *m_process;
+    QMetaObject::Connection m_connection;
+};
+
+} // namespace
 
 QCoro::Task<> RestoreManager::startRestore(std::optional<QString> imagePath, ConnectedWatch watch)
 {
@@ -118,8 +148,7 @@ QCoro::Task<> RestoreManager::launch(QString program, QStringList arguments)
     // Whether exec succeeded is only known a moment later; waiting for it means that a failed
     // launch has been handled by the time startRestore returns. The process cannot be deleted
     // meanwhile: the resumption is queued before any exit could be noticed.
-    if (process->state() == QProcess::Starting)
-        co_await qCoro(process, &QProcess::stateChanged);
+    co_await LaunchDecided(process);
     if (process->state() != QProcess::NotRunning || process->error() != QProcess::FailedToStart)
         co_return; // running, or a crash that still ends with finished
     if (self)

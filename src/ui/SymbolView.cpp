@@ -9,7 +9,6 @@ SymbolView::SymbolView(const QString &symbol, const QColor &tint, int fontSize, 
     : QWidget(parent), m_symbol(symbol), m_tint(tint), m_fontSize(fontSize)
 {
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
-    setAccessibleName(symbol);
 }
 
 SymbolView::~SymbolView() = default;
@@ -17,7 +16,6 @@ SymbolView::~SymbolView() = default;
 void SymbolView::setSymbol(const QString &symbol)
 {
     m_symbol = symbol;
-    setAccessibleName(symbol);
     update();
 }
 

@@ -4,7 +4,8 @@
 #include <QWidget>
 
 // One tinted symbol, sized like a glyph of text at the given font size (or in an explicit
-// square box), centred in its area.
+// square box), centred in its area. Decorative: it has no accessible name of its own (an SF
+// Symbols name read aloud helps nobody); the text beside it names the thing.
 class SymbolView final : public QWidget {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(SymbolView)

@@ -5,6 +5,7 @@
 #include <QImage>
 #include <QPaintEngine>
 #include <QPainter>
+#include <QPixmapCache>
 #include <QSvgRenderer>
 
 #include <cmath>
@@ -130,14 +131,25 @@ QIcon icon(const QString &sfName, const QColor &tint)
     return QIcon(new TintedIconEngine(sfName, tint));
 }
 
+// Rasterised glyphs are cached: list rows and cards repaint their symbols on every refresh.
 QPixmap pixmap(const QString &sfName, const QColor &tint, QSize logical, qreal dpr)
 {
     const QSize pixels(int(std::ceil(logical.width() * dpr)), int(std::ceil(logical.height() * dpr)));
+    const QString key = QStringLiteral("corvalin-icon/%1/%2/%3x%4/%5")
+                            .arg(sfName)
+                            .arg(tint.rgba(), 8, 16, QLatin1Char('0'))
+                            .arg(pixels.width())
+                            .arg(pixels.height())
+                            .arg(dpr);
+    QPixmap result;
+    if (QPixmapCache::find(key, &result))
+        return result;
     const QImage image = tintedImage(sfName, tint, pixels);
     if (image.isNull())
         return {};
-    QPixmap result = QPixmap::fromImage(image);
+    result = QPixmap::fromImage(image);
     result.setDevicePixelRatio(dpr);
+    QPixmapCache::insert(key, result);
     return result;
 }
 

@@ -23,7 +23,8 @@ bool sortKeyPrecedes(const QList<qint64> &a, const QList<qint64> &b);
 bool textPrecedes(const QString &a, const QString &b);
 
 // Ascending by release date, so the latest date is last and, among equal dates, the candidate
-// that came last in the catalogue.
+// that came last in the catalogue. The reduction picks that last candidate in a single pass
+// with textPrecedes instead of sorting each model's list.
 void orderByReleaseDate(QList<FirmwareCandidate> &candidates);
 // Links marked preferred first, otherwise in catalogue order.
 void orderByLinkPreference(QList<AppleDBLink> &links);

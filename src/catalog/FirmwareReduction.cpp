@@ -6,7 +6,7 @@
 #include "catalog/SemanticVersion.h"
 #include "tools/DeviceTable.h"
 
-#include <algorithm>
+#include <optional>
 
 namespace {
 
@@ -23,25 +23,49 @@ bool signsProductType(const std::optional<AppleDBSigned> &status, const QString 
     return status && status->signs(productType);
 }
 
-// Candidates grouped by product type, with the product types in the order first seen so the
-// result does not depend on hashing.
-class CandidateTable {
+// The choice for each product type, made as the candidates arrive: the latest-dated signed
+// candidate, else the latest-dated of all. "Latest" is what an ascending, stable sort by release
+// date would put last, so among equal dates the later one in the catalogue wins. Keeping only
+// these two per model makes the reduction one linear pass.
+class CandidateChoice {
 public:
-    void append(FirmwareCandidate candidate)
+    void offer(const FirmwareCandidate &candidate)
     {
         auto it = m_indexes.find(candidate.productType);
         if (it == m_indexes.end()) {
-            it = m_indexes.insert(candidate.productType, m_lists.size());
-            m_lists.emplace_back();
+            it = m_indexes.insert(candidate.productType, m_choices.size());
+            m_choices.emplace_back();
         }
-        m_lists[*it].append(std::move(candidate));
+        Choice &choice = m_choices[*it];
+        if (candidate.isSigned && isLatest(candidate, choice.latestSigned))
+            choice.latestSigned = candidate;
+        if (isLatest(candidate, choice.latest))
+            choice.latest = candidate;
     }
 
-    QList<QList<FirmwareCandidate>> &lists() { return m_lists; }
+    // In the order the product types were first seen, so the result does not depend on hashing.
+    QList<FirmwareCandidate> chosen() const
+    {
+        QList<FirmwareCandidate> result;
+        result.reserve(m_choices.size());
+        for (const Choice &choice : m_choices)
+            result << (choice.latestSigned ? *choice.latestSigned : *choice.latest);
+        return result;
+    }
 
 private:
+    struct Choice {
+        std::optional<FirmwareCandidate> latestSigned;
+        std::optional<FirmwareCandidate> latest;
+    };
+
+    static bool isLatest(const FirmwareCandidate &candidate, const std::optional<FirmwareCandidate> &best)
+    {
+        return !best || !CatalogOrdering::textPrecedes(candidate.released, best->released);
+    }
+
     QHash<QString, qsizetype> m_indexes;
-    QList<QList<FirmwareCandidate>> m_lists;
+    QList<Choice> m_choices;
 };
 
 void recordNewestSigned(const AppleDBFirmware &release, const SemanticVersion &version,
@@ -62,7 +86,7 @@ void recordNewestSigned(const AppleDBFirmware &release, const SemanticVersion &v
 }
 
 void collectCandidates(const AppleDBFirmware &release, const QSet<QString> &allowedHosts,
-                       CandidateTable &candidates)
+                       CandidateChoice &candidates)
 {
     if (!release.sources)
         return;
@@ -75,7 +99,7 @@ void collectCandidates(const AppleDBFirmware &release, const QSet<QString> &allo
         for (const QString &productType : *source.deviceMap) {
             if (!productType.startsWith(watchPrefix))
                 continue;
-            candidates.append(FirmwareCandidate{
+            candidates.offer(FirmwareCandidate{
                 productType, release.version, release.build, release.released.value_or(QString()),
                 signsProductType(release.signedStatus, productType), source, *url});
         }
@@ -135,7 +159,7 @@ QList<WatchFirmware> buildFirmwareList(const QList<AppleDBFirmware> &records,
                                        const QSet<QString> &allowedHosts)
 {
     QHash<QString, NewestSigned> newest;
-    CandidateTable candidates;
+    CandidateChoice candidates;
     for (const AppleDBFirmware &release : records) {
         if (const std::optional<SemanticVersion> version = SemanticVersion::parse(release.version))
             recordNewestSigned(release, *version, newest);
@@ -143,14 +167,8 @@ QList<WatchFirmware> buildFirmwareList(const QList<AppleDBFirmware> &records,
     }
 
     QList<WatchFirmware> firmware;
-    firmware.reserve(candidates.lists().size());
-    for (QList<FirmwareCandidate> &list : candidates.lists()) {
-        CatalogOrdering::orderByReleaseDate(list);
-        const auto lastSigned =
-            std::find_if(list.crbegin(), list.crend(),
-                         [](const FirmwareCandidate &candidate) { return candidate.isSigned; });
-        firmware << makeFirmware(lastSigned != list.crend() ? *lastSigned : list.constLast(), names, newest);
-    }
+    for (const FirmwareCandidate &chosen : candidates.chosen())
+        firmware << makeFirmware(chosen, names, newest);
     CatalogOrdering::orderByModel(firmware);
     return firmware;
 }

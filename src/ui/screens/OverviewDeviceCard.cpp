@@ -1,7 +1,6 @@
 #include "ui/screens/OverviewDeviceCard.h"
 
 #include "device/DeviceMonitor.h"
-#include "ui/StudioButton.h"
 #include "ui/StudioCard.h"
 #include "ui/Theme.h"
 #include "ui/screens/BusySpinner.h"
@@ -57,13 +56,8 @@ OverviewDeviceCard::OverviewDeviceCard(DeviceMonitor *monitor, QWidget *parent)
     row->addLayout(texts, 1);
     stack->addLayout(row);
 
-    auto *check = new StudioButton(StudioButtonStyle::secondary, QStringLiteral("Проверить подключение"),
-                                   QStringLiteral("arrow.clockwise"));
-    check->setObjectName(QStringLiteral("checkConnectionButton"));
-    check->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
-    // A poll runs on to its end by itself; repeated presses start repeated polls.
-    connect(check, &StudioButton::clicked, monitor, [monitor] { monitor->poll(); });
-    stack->addWidget(check);
+    stack->addWidget(ScreenLabels::checkNowButton(monitor, QStringLiteral("Проверить подключение"),
+                                                  QStringLiteral("checkConnectionButton")));
 
     auto *outer = new QVBoxLayout(this);
     outer->setContentsMargins(0, 0, 0, 0);

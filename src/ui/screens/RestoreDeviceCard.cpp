@@ -1,7 +1,6 @@
 #include "ui/screens/RestoreDeviceCard.h"
 
 #include "device/DeviceMonitor.h"
-#include "ui/StudioButton.h"
 #include "ui/StudioCard.h"
 #include "ui/SymbolLabel.h"
 #include "ui/Theme.h"
@@ -40,12 +39,8 @@ RestoreDeviceCard::RestoreDeviceCard(DeviceMonitor *monitor, QWidget *parent)
     lines->addWidget(m_detail);
     lines->addWidget(m_state);
     stack->addLayout(lines);
-    auto *check = new StudioButton(StudioButtonStyle::secondary, QStringLiteral("Повторить проверку"),
-                                   QStringLiteral("arrow.clockwise"));
-    check->setObjectName(QStringLiteral("recheckButton"));
-    check->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
-    connect(check, &StudioButton::clicked, monitor, [monitor] { monitor->poll(); });
-    stack->addWidget(check);
+    stack->addWidget(ScreenLabels::checkNowButton(monitor, QStringLiteral("Повторить проверку"),
+                                                  QStringLiteral("recheckButton")));
 
     auto *outer = new QVBoxLayout(this);
     outer->setContentsMargins(0, 0, 0, 0);

@@ -1,5 +1,7 @@
 #include "ui/screens/ScreenLabels.h"
 
+#include "device/DeviceMonitor.h"
+#include "ui/StudioButton.h"
 #include "ui/SymbolLabel.h"
 #include "ui/Theme.h"
 
@@ -48,4 +50,15 @@ QScrollArea *ScreenLabels::scrollingPage(QWidget *page, QWidget *parent)
     page->setAutoFillBackground(false);
     scroll->setWidget(page);
     return scroll;
+}
+
+QWidget *ScreenLabels::checkNowButton(DeviceMonitor *monitor, const QString &text, const QString &objectName,
+                                      QWidget *parent)
+{
+    auto *button =
+        new StudioButton(StudioButtonStyle::secondary, text, QStringLiteral("arrow.clockwise"), parent);
+    button->setObjectName(objectName);
+    button->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    QObject::connect(button, &StudioButton::clicked, monitor, [monitor] { monitor->poll(); });
+    return button;
 }

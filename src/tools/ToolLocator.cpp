@@ -60,10 +60,15 @@ QString librarySearchVariable()
 
 QProcessEnvironment environment()
 {
+    return environmentFor(toolsRoot());
+}
+
+QProcessEnvironment environmentFor(const QString &root)
+{
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     const QString variable = librarySearchVariable();
     const QString inherited = env.value(variable);
-    const QString libraries = QDir(toolsRoot()).filePath(QStringLiteral("lib"));
+    const QString libraries = QDir(root).filePath(QStringLiteral("lib"));
     env.insert(variable, inherited.isEmpty() ? libraries : libraries + u':' + inherited);
     env.insert(QStringLiteral("LC_ALL"), QStringLiteral("C"));
     return env;

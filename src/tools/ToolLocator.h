@@ -22,6 +22,8 @@ QString logsDirectory();
 // The application's environment with the tools' lib folder first in the library search path
 // and LC_ALL=C, so that the tools print messages the parsers can read.
 QProcessEnvironment environment();
+// The same rule for the tools folder at `root`, for a tool that runs its siblings.
+QProcessEnvironment environmentFor(const QString &root);
 
 // The name of the dynamic library search variable on this platform.
 QString librarySearchVariable();

@@ -11,16 +11,15 @@ TestPaths::TestPaths()
                                "Application Support", "system", "sys-usb"})
         root.mkpath(QString::fromLatin1(folder));
 
-    SystemPaths::Testing::Overrides overrides;
-    overrides.resourceFolder = std::optional<QString>(resources());
-    overrides.homeFolder = root.filePath(QStringLiteral("home"));
-    overrides.downloadsFolder = downloads();
-    overrides.applicationSupportFolder = applicationSupport();
-    overrides.ioregTool = ioreg();
-    overrides.shasumTool = shasum();
-    overrides.configuratorTool = cfgutil();
-    overrides.usbDevicesFolder = usbDevices();
-    SystemPaths::Testing::setOverrides(overrides);
+    m_overrides.resourceFolder = std::optional<QString>(resources());
+    m_overrides.homeFolder = root.filePath(QStringLiteral("home"));
+    m_overrides.downloadsFolder = downloads();
+    m_overrides.applicationSupportFolder = applicationSupport();
+    m_overrides.ioregTool = ioreg();
+    m_overrides.shasumTool = shasum();
+    m_overrides.configuratorTool = cfgutil();
+    m_overrides.usbDevicesFolder = usbDevices();
+    SystemPaths::Testing::setOverrides(m_overrides);
 }
 
 TestPaths::~TestPaths()
@@ -60,6 +59,12 @@ QString TestPaths::usbDevices() const
 {
     return QDir(root()).filePath(QStringLiteral("sys-usb"));
 }
+void TestPaths::setConfiguratorTool(const QString &path)
+{
+    m_overrides.configuratorTool = path;
+    SystemPaths::Testing::setOverrides(m_overrides);
+}
+
 QString TestPaths::tool(const QString &relativePath) const
 {
     return QDir(toolsRoot()).filePath(relativePath);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tools/SystemPaths.h"
+
 #include <QString>
 #include <QTemporaryDir>
 
@@ -31,6 +33,11 @@ public:
     QString tool(const QString &relativePath) const;
     QString usbDevices() const;
 
+    // Looks for the Configurator tool at `path` instead of system/cfgutil, e.g. at
+    // tool("bin/cfgutil") as on Linux.
+    void setConfiguratorTool(const QString &path);
+
 private:
     QTemporaryDir m_root;
+    SystemPaths::Testing::Overrides m_overrides;
 };

@@ -1,6 +1,6 @@
-#include "../../device/FakeUsbBus.h"
 #include "CompanionTree.h"
 #include "device/DeviceMonitor.h"
+#include "device/FakeUsbBus.h"
 #include "restore/RestoreManager.h"
 #include "support/FakeTools.h"
 #include "support/TestPaths.h"
@@ -15,14 +15,6 @@ namespace {
 const QString kisMode = QStringLiteral("DFU via Debug USB (KIS)");
 const QString kisUnreadableHint =
     QStringLiteral("Apple Configurator видит KIS, но не смог прочитать Apple Watch");
-
-QByteArray testData(const char *name)
-{
-    QFile file(QStringLiteral(CORVALIN_TEST_DATA "/") + QString::fromLatin1(name));
-    if (!file.open(QIODevice::ReadOnly))
-        qFatal("missing test data %s", name);
-    return file.readAll();
-}
 
 // irecovery answers the query from one file and the device table from another.
 void writeIrecovery(const TestPaths &paths)
@@ -59,7 +51,6 @@ private slots:
     void kisWatchIsFoundAndRestoredThroughTheCompanion()
     {
         TestPaths paths;
-        CompanionHome home(paths);
         const QString companion = installCompanion(paths);
         attachUsbDevices(paths, {"1881"});
         writeIrecovery(paths);
@@ -115,7 +106,6 @@ private slots:
         QFile::link(QDir(realTools).filePath(QStringLiteral("lib")), paths.tool(QStringLiteral("lib")));
 
         QProcess process;
-        process.setProcessEnvironment(companionEnvironment(paths));
         process.start(companion, {"--format", "JSON", "list"});
         QVERIFY(process.waitForFinished(60000));
         QCOMPARE(process.exitCode(), 0);

@@ -124,7 +124,8 @@ int main(int argc, char *argv[])
 
     bool written = write(output.filePath(QStringLiteral("CorvalinStudio-Owl-1024.png")), png(*brand));
     for (const int side : {16, 24, 32, 48, 64, 128, 256, 512}) {
-        const QString path = output.filePath(QStringLiteral("hicolor/%1x%1/apps/%2.png").arg(side).arg(iconName));
+        const QString path =
+            output.filePath(QStringLiteral("hicolor/%1x%1/apps/%2.png").arg(side).arg(iconName));
         written = write(path, png(renderIcon(drawing, side))) && written;
     }
     written = write(output.filePath(QStringLiteral("CorvalinStudio.icns")), icns(drawing)) && written;

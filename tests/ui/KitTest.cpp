@@ -1,4 +1,5 @@
 #include "support/TestPaths.h"
+#include "ui/BrandPicture.h"
 #include "ui/CheckLine.h"
 #include "ui/FocusRing.h"
 #include "ui/Icons.h"
@@ -181,6 +182,7 @@ private slots:
         TestPaths paths;
         StudioBrandIcon missing(42);
         QVERIFY(!missing.showsBundleImage());
+        QVERIFY(BrandPicture::windowIcon().isNull());
 
         QFile broken(QDir(paths.resources()).filePath(QStringLiteral("CorvalinStudio-Owl-1024.png")));
         QVERIFY(broken.open(QIODevice::WriteOnly));
@@ -194,6 +196,7 @@ private slots:
         StudioBrandIcon found(96);
         QVERIFY(found.showsBundleImage());
         QCOMPARE(found.size(), QSize(96, 96));
+        QVERIFY(!BrandPicture::windowIcon().isNull());
     }
 };
 

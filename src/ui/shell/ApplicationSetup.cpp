@@ -17,9 +17,8 @@ void apply(QApplication &application)
 {
     QApplication::setWindowIcon(BrandPicture::windowIcon());
     QGuiApplication::setDesktopFileName(QStringLiteral("ru.corvalin.Studio"));
-    QTimer::singleShot(0, &application, [] {
-        qCInfo(startupLog).noquote() << "Tools folder:" << ToolLocator::toolsRoot();
-    });
+    QTimer::singleShot(0, &application,
+                       [] { qCInfo(startupLog).noquote() << "Tools folder:" << ToolLocator::toolsRoot(); });
 }
 
 } // namespace ApplicationSetup

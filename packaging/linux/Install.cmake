@@ -3,7 +3,12 @@ set(app_folder lib/corvalin-studio)
 install(TARGETS corvalin-studio RUNTIME DESTINATION ${app_folder})
 install(FILES ${CORVALIN_BRAND_PICTURES}/CorvalinStudio-Owl-1024.png DESTINATION ${app_folder})
 if(CORVALIN_TOOLS_DIR)
-  install(DIRECTORY ${CORVALIN_TOOLS_DIR}/ DESTINATION ${app_folder}/Tools USE_SOURCE_PERMISSIONS)
+  # Libraries are loaded, not run: they lose the execute bits the tools' build gave them.
+  install(DIRECTORY ${CORVALIN_TOOLS_DIR}/ DESTINATION ${app_folder}/Tools USE_SOURCE_PERMISSIONS
+    REGEX "/lib/[^/]+$" PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
+  # A stripped installation (cmake --install --strip, and every package) strips the tools too.
+  install(CODE "set(CORVALIN_STRIP \"${CMAKE_STRIP}\")\nset(CORVALIN_TOOLS_FOLDER ${app_folder}/Tools)")
+  install(SCRIPT linux/StripTools.cmake)
 endif()
 if(TARGET corvalin-cfgutil)
   install(TARGETS corvalin-cfgutil RUNTIME DESTINATION ${app_folder}/Tools/bin)
@@ -29,4 +34,4 @@ install(FILES ${CORVALIN_BRAND_DRAWING} DESTINATION share/icons/hicolor/scalable
   RENAME ${CORVALIN_APP_ID}.svg)
 
 # Lets the user at the seat open a watch in Recovery, DFU or Debug USB mode without root.
-install(FILES linux/69-corvalin-studio.rules DESTINATION lib/udev/rules.d)
+install(FILES linux/70-corvalin-studio.rules DESTINATION lib/udev/rules.d)

@@ -12,6 +12,7 @@
 #include <QHBoxLayout>
 #include <QImage>
 #include <QLabel>
+#include <QScopeGuard>
 #include <QTest>
 
 // Every symbol name the application draws, screens and shell alike.
@@ -180,6 +181,10 @@ private slots:
     void brandIconUsesTheBundledPictureOnlyWhenItLoads()
     {
         TestPaths paths;
+        // An installed copy of the application must not lend its themed icon to this test.
+        const QStringList themeFolders = QIcon::themeSearchPaths();
+        QIcon::setThemeSearchPaths({paths.root()});
+        const auto restoreThemeFolders = qScopeGuard([&] { QIcon::setThemeSearchPaths(themeFolders); });
         StudioBrandIcon missing(42);
         QVERIFY(!missing.showsBundleImage());
         QVERIFY(BrandPicture::windowIcon().isNull());

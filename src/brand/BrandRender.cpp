@@ -38,6 +38,7 @@ QImage renderIcon(QSvgRenderer &drawing, int side)
     QPainter painter(&image);
     painter.setRenderHint(QPainter::Antialiasing);
     drawing.render(&painter, QRectF(0, 0, side, side));
+    painter.end();
     return image;
 }
 

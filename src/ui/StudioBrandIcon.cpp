@@ -1,15 +1,13 @@
 #include "ui/StudioBrandIcon.h"
 
-#include "tools/SystemPaths.h"
+#include "ui/BrandPicture.h"
 #include "ui/Icons.h"
 #include "ui/Theme.h"
 
-#include <QDir>
 #include <QPainter>
 #include <QPainterPath>
 
 namespace {
-const QString bundleImageName = QStringLiteral("CorvalinStudio-Owl-1024.png");
 constexpr int fallbackGlyphSize = 21;
 } // namespace
 
@@ -39,8 +37,8 @@ QSize StudioBrandIcon::sizeHint() const
 void StudioBrandIcon::loadImage()
 {
     m_image = QImage();
-    if (const auto folder = SystemPaths::resourceFolder())
-        m_image.load(QDir(*folder).filePath(bundleImageName));
+    if (const QString picture = BrandPicture::filePath(); !picture.isEmpty())
+        m_image.load(picture);
 }
 
 void StudioBrandIcon::paintEvent(QPaintEvent *)

@@ -1,6 +1,7 @@
 #include "app/StudioModel.h"
 #include "support/TestPaths.h"
 #include "ui/ActionRow.h"
+#include "ui/BrandPicture.h"
 #include "ui/CheckLine.h"
 #include "ui/ErrorBanner.h"
 #include "ui/PageHeader.h"
@@ -17,6 +18,7 @@
 #include <QApplication>
 #include <QDir>
 #include <QLabel>
+#include <QPainter>
 #include <QTest>
 #include <QVBoxLayout>
 
@@ -37,6 +39,7 @@ private slots:
     void shellInEverySection()
     {
         TestPaths paths;
+        placeBrandPicture(paths);
         RootView root(new StudioModel(QUrl(QStringLiteral("http://127.0.0.1:9/")), {}));
         root.resize(1280, 800);
         const QList<std::pair<std::optional<NavigationSection>, QString>> sections{
@@ -48,6 +51,33 @@ private slots:
         for (const auto &[section, name] : sections) {
             root.model()->setNavigation(section);
             save(&root, QStringLiteral("shell-") + name);
+        }
+        QVERIFY(root.findChild<StudioBrandIcon *>()->showsBundleImage());
+    }
+
+    // The owl as the window manager gets it, at the sizes a title bar, a task bar and a
+    // switcher ask for.
+    void windowIcon()
+    {
+        TestPaths paths;
+        placeBrandPicture(paths);
+        const QIcon icon = BrandPicture::windowIcon();
+        QVERIFY(!icon.isNull());
+        const QList<int> sides{16, 24, 32, 48, 64};
+        for (const int ratio : {1, 2}) {
+            QImage strip(QSize(16 + 24 + 32 + 48 + 64 + 6 * 8, 64 + 16) * ratio,
+                         QImage::Format_ARGB32_Premultiplied);
+            strip.setDevicePixelRatio(ratio);
+            strip.fill(QColor(8, 4, 15));
+            QPainter painter(&strip);
+            int x = 8;
+            for (const int side : sides) {
+                painter.drawPixmap(x, 8, icon.pixmap(QSize(side, side), ratio));
+                x += side + 8;
+            }
+            painter.end();
+            const QString file = QDir(m_folder).filePath(QStringLiteral("window-icon@%1x.png").arg(ratio));
+            QVERIFY2(strip.save(file), qPrintable(file));
         }
     }
 
@@ -62,6 +92,7 @@ private slots:
     void everyKitComponent()
     {
         TestPaths paths;
+        placeBrandPicture(paths);
         auto *header =
             new PageHeader(QStringLiteral("AppleDB · CDN Apple"), QStringLiteral("Каталог прошивок"),
                            QStringLiteral("Полные Restore.ipsw с проверкой модели и контрольной суммы"),
@@ -117,6 +148,14 @@ private slots:
     }
 
 private:
+    // The picture the build rendered, where the application looks for it.
+    static void placeBrandPicture(const TestPaths &paths)
+    {
+        const QString target =
+            QDir(paths.resources()).filePath(QStringLiteral("CorvalinStudio-Owl-1024.png"));
+        QVERIFY(QFile::copy(QStringLiteral(CORVALIN_BRAND_PICTURE), target));
+    }
+
     void save(QWidget *widget, const QString &name)
     {
         if (!widget->testAttribute(Qt::WA_WState_Polished))

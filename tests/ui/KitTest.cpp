@@ -1,4 +1,5 @@
 #include "support/TestPaths.h"
+#include "ui/BrandPicture.h"
 #include "ui/CheckLine.h"
 #include "ui/FocusRing.h"
 #include "ui/Icons.h"
@@ -11,6 +12,7 @@
 #include <QHBoxLayout>
 #include <QImage>
 #include <QLabel>
+#include <QScopeGuard>
 #include <QTest>
 
 // Every symbol name the application draws, screens and shell alike.
@@ -179,8 +181,13 @@ private slots:
     void brandIconUsesTheBundledPictureOnlyWhenItLoads()
     {
         TestPaths paths;
+        // An installed copy of the application must not lend its themed icon to this test.
+        const QStringList themeFolders = QIcon::themeSearchPaths();
+        QIcon::setThemeSearchPaths({paths.root()});
+        const auto restoreThemeFolders = qScopeGuard([&] { QIcon::setThemeSearchPaths(themeFolders); });
         StudioBrandIcon missing(42);
         QVERIFY(!missing.showsBundleImage());
+        QVERIFY(BrandPicture::windowIcon().isNull());
 
         QFile broken(QDir(paths.resources()).filePath(QStringLiteral("CorvalinStudio-Owl-1024.png")));
         QVERIFY(broken.open(QIODevice::WriteOnly));
@@ -194,6 +201,7 @@ private slots:
         StudioBrandIcon found(96);
         QVERIFY(found.showsBundleImage());
         QCOMPARE(found.size(), QSize(96, 96));
+        QVERIFY(!BrandPicture::windowIcon().isNull());
     }
 };
 

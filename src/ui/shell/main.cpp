@@ -1,5 +1,6 @@
 #include "app/StudioModel.h"
 #include "ui/Theme.h"
+#include "ui/shell/ApplicationSetup.h"
 #include "ui/shell/MainWindow.h"
 
 #include <QApplication>
@@ -10,6 +11,7 @@ int main(int argc, char *argv[])
     QApplication::setApplicationName(QStringLiteral("Corvalin Studio"));
     QApplication::setApplicationVersion(QStringLiteral(CORVALIN_VERSION));
     Theme::applyDarkAppearance(application);
+    ApplicationSetup::apply(application);
 
     MainWindow window(new StudioModel);
     window.show();

@@ -12,6 +12,9 @@
 #include <QCoroTask>
 #include <QDir>
 #include <QTest>
+#include <QTimer>
+
+#include <csignal>
 
 namespace {
 
@@ -148,6 +151,25 @@ private slots:
         QVERIFY(!dialog.accessibleDescription().isEmpty());
         QVERIFY(dialog.keepButton()->focusPolicy() & Qt::TabFocus);
         QVERIFY(dialog.quitButton()->focusPolicy() & Qt::TabFocus);
+    }
+
+    // Last, since it ends the application's event loop: a termination signal leaves the loop
+    // normally, and on the way out the running tool is interrupted and waited for.
+    void terminationSignalStopsTheToolOnTheWayOut()
+    {
+        TestPaths paths;
+        writeTickingTool(paths, "echo interrupted; exit 0");
+        MainWindow window(new StudioModel(QUrl(QStringLiteral("http://127.0.0.1:9/")), {}));
+        RestoreManager *restore = restoreOf(window);
+        QCoro::waitFor(restore->startRestore(std::nullopt, kisWatch));
+        QTRY_VERIFY(restore->logText().endsWith(QStringLiteral("tick\n")));
+
+        QTimer::singleShot(0, [] { ::raise(SIGTERM); });
+        QCOMPARE(QCoreApplication::exec(), 128 + SIGTERM);
+        QVERIFY(!restore->isRestoring());
+        QVERIFY(restore->logText().contains(cancelLine));
+        QVERIFY(
+            restore->logText().endsWith(QStringLiteral("interrupted\nВосстановление завершено успешно.\n")));
     }
 
 private:

@@ -2,6 +2,7 @@
 
 #include "restore/RestoreManager.h"
 #include "ui/shell/RestoreQuitDialog.h"
+#include "ui/shell/TerminationSignals.h"
 
 #include <QCoreApplication>
 #include <QTimer>
@@ -10,6 +11,7 @@
 RestoreQuitGuard::RestoreQuitGuard(RestoreManager *restore, QWidget *window)
     : QObject(window), m_restore(restore), m_window(window)
 {
+    TerminationSignals::exitEventLoopOnSignal();
     connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, this, [this] {
         if (m_restore)
             m_restore->stopBeforeExit(m_stopBound);

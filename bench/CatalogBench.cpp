@@ -96,3 +96,60 @@ CORVALIN_BENCHMARK(catalogDecodeAndReduce)
                       (decodeCpuMs + reduceCpuMs) * 1000 / releases, QStringLiteral("µs"));
     }
 }
+
+namespace {
+
+// One release built for, and signed for, `count` distinct product types.
+QByteArray wideSignedRelease(int count)
+{
+    QByteArray devices;
+    for (int i = 0; i < count; ++i)
+        devices += (i ? ",\"Watch" : "\"Watch") + QByteArray::number(i / 100 + 1) + ',' +
+                   QByteArray::number(i % 100) + '"';
+    return R"([{"version":"10.0","build":"B1","deviceMap":[)" + devices + R"(],"signed":[)" + devices + "]}]";
+}
+
+// One full image whose source names the same product type `count` times, in a release with a
+// long non-ASCII date.
+QByteArray repeatedProductWithLongDate(int count, int dateLength)
+{
+    QByteArray devices;
+    for (int i = 0; i < count; ++i)
+        devices += i ? ",\"Watch6,1\"" : "\"Watch6,1\"";
+    QByteArray date;
+    while (date.size() < dateLength)
+        date += "\xd0\x96"
+                "e\xcc\x81"; // Cyrillic, and a letter with a combining accent
+    return R"([{"version":"10.0","build":"B1","released":")" + date + R"(","signed":true,)" +
+           R"("sources":[{"type":"ipsw","deviceMap":[)" + devices +
+           R"(],"links":[{"url":"https://updates.cdn-apple.com/a/Watch6,1_Restore.ipsw"}]}]}])";
+}
+
+} // namespace
+
+// Shapes a broken or hostile catalogue can take; the cost must stay in proportion to its size.
+CORVALIN_BENCHMARK(catalogHostileShapes)
+{
+    const QStringList hosts = CatalogService::defaultAllowedHosts();
+    const QSet<QString> allowedHosts(hosts.cbegin(), hosts.cend());
+    const std::pair<QString, QByteArray> shapes[] = {
+        {QStringLiteral("40000 product types signed by one release"), wideSignedRelease(40000)},
+        {QStringLiteral("one product type 40000 times, 200 kB non-ASCII date"),
+         repeatedProductWithLongDate(40000, 200000)},
+    };
+    for (const auto &[name, json] : shapes) {
+        double cpu = threadCpuMilliseconds();
+        const Result<QList<AppleDBFirmware>> records = AppleDBDecoder::decode(json);
+        const double decodeCpuMs = threadCpuMilliseconds() - cpu;
+        if (!records)
+            qFatal("The hostile catalogue does not decode: %s", qPrintable(records.failure().description()));
+        cpu = threadCpuMilliseconds();
+        const QList<WatchFirmware> firmware =
+            FirmwareReduction::buildFirmwareList(records.value(), {}, allowedHosts);
+        const double reduceCpuMs = threadCpuMilliseconds() - cpu;
+        const QString label =
+            QStringLiteral("%1 (%2 MB)").arg(name).arg(double(json.size()) / 1e6, 0, 'f', 1);
+        Bench::report(label + QStringLiteral(" decode, CPU"), decodeCpuMs, QStringLiteral("ms"));
+        Bench::report(label + QStringLiteral(" reduce, CPU"), reduceCpuMs, QStringLiteral("ms"));
+    }
+}

@@ -1,5 +1,8 @@
 #include "catalog/AppleDBDecoder.h"
 
+#include "catalog/ExactIntegers.h"
+#include "catalog/UrlReference.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -117,8 +120,8 @@ public:
 
     // Integers must be exact: a fraction, or a value outside the signed 64-bit range, fails.
     // Qt's parser keeps every number that is integral and fits as a 64-bit integer (1.0 and 1e3
-    // included) and everything else as a double. One limit of that parser: a literal just below
-    // the range (down to about -2^63 - 1024) rounds to -2^63 and is taken as that value.
+    // included) and everything else as a double; literals that only round to such a number were
+    // made fractions before parsing (ExactIntegers).
     std::optional<qint64> optionalInteger(QLatin1StringView key)
     {
         const std::optional<QJsonValue> value = present(key);
@@ -138,10 +141,11 @@ public:
         text = requiredString(key);
         if (failed())
             return std::nullopt;
-        QUrl url(text, QUrl::StrictMode);
-        if (text.isEmpty() || !url.isValid())
+        if (!UrlReference::isValid(text))
             return fail(key, "is not a valid URL"), std::nullopt;
-        return url;
+        // May be invalid to Qt (a port above 65535, an escaped host name): such a link is
+        // kept, and the allow-list turns it down.
+        return QUrl(text, QUrl::StrictMode);
     }
 
     void fail(QLatin1StringView key, const char *problem)
@@ -253,7 +257,8 @@ AppleDBSigned decodeSigned(const QJsonValue &value)
 Result<QList<AppleDBFirmware>> decode(const QByteArray &json)
 {
     QJsonParseError parseError;
-    const QJsonDocument document = QJsonDocument::fromJson(json, &parseError);
+    const QJsonDocument document =
+        QJsonDocument::fromJson(ExactIntegers::markInexactNumbers(json), &parseError);
     if (parseError.error != QJsonParseError::NoError)
         return decodingFailure(QStringLiteral("The catalogue is not valid JSON: %1 at offset %2.")
                                    .arg(parseError.errorString())

@@ -2,6 +2,7 @@
 
 #include <QHash>
 #include <QList>
+#include <QSet>
 #include <QString>
 #include <QStringList>
 #include <QUrl>
@@ -42,19 +43,26 @@ public:
     // The product types of `devices`; empty for the other cases.
     const QStringList &devices() const { return m_devices; }
 
-    // Exact, case-sensitive membership; `none` signs nothing.
+    // Exact, case-sensitive membership; `none` signs nothing. A hash lookup, so asking for
+    // every product type of a release costs time in proportion to the release, not its square.
     bool signs(const QString &productType) const
     {
-        return m_kind == Kind::all || (m_kind == Kind::devices && m_devices.contains(productType));
+        return m_kind == Kind::all || (m_kind == Kind::devices && m_deviceSet.contains(productType));
     }
 
-    friend bool operator==(const AppleDBSigned &, const AppleDBSigned &) = default;
+    friend bool operator==(const AppleDBSigned &a, const AppleDBSigned &b)
+    {
+        return a.m_kind == b.m_kind && a.m_devices == b.m_devices;
+    }
 
 private:
-    AppleDBSigned(Kind kind, QStringList devices) : m_kind(kind), m_devices(std::move(devices)) {}
+    AppleDBSigned(Kind kind, QStringList devices)
+        : m_kind(kind), m_devices(std::move(devices)), m_deviceSet(m_devices.cbegin(), m_devices.cend())
+    {}
 
     Kind m_kind;
     QStringList m_devices;
+    QSet<QString> m_deviceSet;
 };
 
 struct AppleDBFirmware {

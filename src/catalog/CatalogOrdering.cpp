@@ -1,6 +1,9 @@
 #include "catalog/CatalogOrdering.h"
 
+#include "catalog/CanonicalComposition.h"
 #include "catalog/SemanticVersion.h"
+
+#include <QHash>
 
 #include <algorithm>
 #include <numeric>
@@ -31,7 +34,7 @@ struct ComparableText {
     bool hasSurrogateOrder = false;
 
     explicit ComparableText(const QString &original)
-        : text(isAscii(original) ? original : original.normalized(QString::NormalizationForm_C)),
+        : text(isAscii(original) ? original : CanonicalComposition::composed(original)),
           hasSurrogateOrder(
               std::any_of(text.begin(), text.end(), [](QChar c) { return c.unicode() >= 0xD800; }))
     {}
@@ -85,6 +88,41 @@ bool sortKeyPrecedes(const QList<qint64> &a, const QList<qint64> &b)
 bool textPrecedes(const QString &a, const QString &b)
 {
     return scalarsPrecede(ComparableText(a), ComparableText(b));
+}
+
+QList<qsizetype> dateRanks(const QList<QString> &dates)
+{
+    // Each distinct text is prepared once and the distinct texts are sorted once.
+    QHash<QString, qsizetype> distinctIndex;
+    QList<ComparableText> distinct;
+    QList<qsizetype> indexOfDate;
+    indexOfDate.reserve(dates.size());
+    for (const QString &date : dates) {
+        auto it = distinctIndex.constFind(date);
+        if (it == distinctIndex.cend()) {
+            it = distinctIndex.insert(date, distinct.size());
+            distinct.append(ComparableText(date));
+        }
+        indexOfDate.append(*it);
+    }
+
+    QList<qsizetype> order(distinct.size());
+    std::iota(order.begin(), order.end(), 0);
+    std::sort(order.begin(), order.end(),
+              [&](qsizetype a, qsizetype b) { return scalarsPrecede(distinct.at(a), distinct.at(b)); });
+    QList<qsizetype> rankOfDistinct(distinct.size());
+    qsizetype rank = 0;
+    for (qsizetype i = 0; i < order.size(); ++i) {
+        if (i > 0 && scalarsPrecede(distinct.at(order.at(i - 1)), distinct.at(order.at(i))))
+            ++rank;
+        rankOfDistinct[order.at(i)] = rank;
+    }
+
+    QList<qsizetype> ranks;
+    ranks.reserve(dates.size());
+    for (const qsizetype index : std::as_const(indexOfDate))
+        ranks.append(rankOfDistinct.at(index));
+    return ranks;
 }
 
 void orderByReleaseDate(QList<FirmwareCandidate> &candidates)

@@ -22,9 +22,15 @@ bool sortKeyPrecedes(const QList<qint64> &a, const QList<qint64> &b);
 // dates this is byte order, and the empty text comes first.
 bool textPrecedes(const QString &a, const QString &b);
 
+// For each date, its place among the distinct dates in text order (0 for the first), so that
+// two dates compare as two integers afterwards: a model offered by many releases, or many times
+// by one release with a long date, costs a comparison of integers per offer, not of texts. Texts
+// that are equal after canonical composition share a place.
+QList<qsizetype> dateRanks(const QList<QString> &dates);
+
 // Ascending by release date, so the latest date is last and, among equal dates, the candidate
 // that came last in the catalogue. The reduction picks that last candidate in a single pass
-// with textPrecedes instead of sorting each model's list.
+// with dateRanks instead of sorting each model's list.
 void orderByReleaseDate(QList<FirmwareCandidate> &candidates);
 // Links marked preferred first, otherwise in catalogue order.
 void orderByLinkPreference(QList<AppleDBLink> &links);

@@ -14,5 +14,6 @@ struct FirmwareCandidate {
     QString released; // empty when the catalogue gives no date
     bool isSigned = false;
     AppleDBSource source;
-    QUrl url; // the link chosen for the source
+    QUrl url;                   // the link chosen for the source
+    qsizetype releasedRank = 0; // the date's place in text order among all the catalogue's dates
 };

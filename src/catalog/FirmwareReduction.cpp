@@ -4,6 +4,7 @@
 #include "catalog/FirmwareCandidate.h"
 #include "catalog/PreferredLink.h"
 #include "catalog/SemanticVersion.h"
+#include "download/CacheFileName.h"
 #include "tools/DeviceTable.h"
 
 #include <optional>
@@ -61,7 +62,7 @@ private:
 
     static bool isLatest(const FirmwareCandidate &candidate, const std::optional<FirmwareCandidate> &best)
     {
-        return !best || !CatalogOrdering::textPrecedes(candidate.released, best->released);
+        return !best || candidate.releasedRank >= best->releasedRank;
     }
 
     QHash<QString, qsizetype> m_indexes;
@@ -85,8 +86,8 @@ void recordNewestSigned(const AppleDBFirmware &release, const SemanticVersion &v
     }
 }
 
-void collectCandidates(const AppleDBFirmware &release, const QSet<QString> &allowedHosts,
-                       CandidateChoice &candidates)
+void collectCandidates(const AppleDBFirmware &release, qsizetype releasedRank,
+                       const QSet<QString> &allowedHosts, CandidateChoice &candidates)
 {
     if (!release.sources)
         return;
@@ -101,21 +102,9 @@ void collectCandidates(const AppleDBFirmware &release, const QSet<QString> &allo
                 continue;
             candidates.offer(FirmwareCandidate{
                 productType, release.version, release.build, release.released.value_or(QString()),
-                signsProductType(release.signedStatus, productType), source, *url});
+                signsProductType(release.signedStatus, productType), source, *url, releasedRank});
         }
     }
-}
-
-// The last segment of the URL's path; a trailing slash does not make it empty.
-QString lastPathComponent(const QUrl &url)
-{
-    const QString path = url.path();
-    qsizetype end = path.size();
-    while (end > 1 && path.at(end - 1) == u'/')
-        --end;
-    if (end == 1 && path.startsWith(u'/'))
-        return QStringLiteral("/");
-    return path.first(end).mid(path.first(end).lastIndexOf(u'/') + 1);
 }
 
 WatchFirmware makeFirmware(const FirmwareCandidate &chosen, const QHash<QString, QString> &names,
@@ -129,7 +118,8 @@ WatchFirmware makeFirmware(const FirmwareCandidate &chosen, const QHash<QString,
     firmware.released = chosen.released;
     firmware.isCatalogSigned = chosen.isSigned;
     firmware.downloadURL = chosen.url;
-    firmware.filename = lastPathComponent(chosen.url);
+    // As the link names it; the download manager refuses a name that is not a plain file name.
+    firmware.filename = CacheFileName::fromURL(chosen.url);
     if (chosen.source.hashes)
         firmware.sha256 = chosen.source.hashes->value(QStringLiteral("sha2-256"));
     firmware.size = chosen.source.size.value_or(0);
@@ -158,12 +148,19 @@ QList<WatchFirmware> buildFirmwareList(const QList<AppleDBFirmware> &records,
                                        const QHash<QString, QString> &names,
                                        const QSet<QString> &allowedHosts)
 {
+    QList<QString> dates;
+    dates.reserve(records.size());
+    for (const AppleDBFirmware &release : records)
+        dates.append(release.released.value_or(QString()));
+    const QList<qsizetype> dateRanks = CatalogOrdering::dateRanks(dates);
+
     QHash<QString, NewestSigned> newest;
     CandidateChoice candidates;
-    for (const AppleDBFirmware &release : records) {
+    for (qsizetype i = 0; i < records.size(); ++i) {
+        const AppleDBFirmware &release = records.at(i);
         if (const std::optional<SemanticVersion> version = SemanticVersion::parse(release.version))
             recordNewestSigned(release, *version, newest);
-        collectCandidates(release, allowedHosts, candidates);
+        collectCandidates(release, dateRanks.at(i), allowedHosts, candidates);
     }
 
     QList<WatchFirmware> firmware;

@@ -21,8 +21,9 @@ QStringView schemeAsWritten(QStringView urlText)
 
 bool isUsable(const AppleDBLink &link, const QSet<QString> &allowedHosts)
 {
+    // A reference Qt cannot use (a port past 65535, say) could not be downloaded from anyway.
     return link.active.value_or(true) && schemeAsWritten(link.urlText) == httpsScheme &&
-           allowedHosts.contains(hostAsWritten(link.urlText));
+           allowedHosts.contains(hostAsWritten(link.urlText)) && link.url.isValid();
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "download/DownloadManager.h"
 
+#include "download/CacheFileName.h"
 #include "download/ChecksumTool.h"
 #include "download/DownloadProgress.h"
 #include "download/FileTransfer.h"
@@ -19,15 +20,13 @@ QString cachePath(const QString &name)
 }
 
 // The image keeps the name of the link the catalogue gave, even when the CDN redirects to a
-// differently named object. Trailing slashes do not end the name, as in the catalogue's own
-// file names, so that the cache check finds what was saved.
+// differently named object, so that the cache check finds what was saved. A link without a
+// plain name gets a generated one: that name can never point outside the cache or at another
+// firmware's image.
 QString destinationName(const QUrl &originalURL)
 {
-    QString path = originalURL.path();
-    while (path.endsWith(u'/'))
-        path.chop(1);
-    const QString name = path.mid(path.lastIndexOf(u'/') + 1);
-    if (!name.isEmpty())
+    const QString name = CacheFileName::fromURL(originalURL);
+    if (CacheFileName::isPlain(name))
         return name;
     return QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper() + QStringLiteral(".ipsw");
 }
@@ -42,6 +41,8 @@ DownloadManager::~DownloadManager() = default;
 
 std::optional<QString> DownloadManager::existingFile(const WatchFirmware &firmware) const
 {
+    if (!CacheFileName::isPlain(firmware.filename))
+        return std::nullopt;
     const QString location = cachePath(firmware.filename);
     if (QFileInfo::exists(location))
         return location;
@@ -52,6 +53,25 @@ void DownloadManager::start(const WatchFirmware &firmware, DownloadCompletion co
 {
     if (m_isDownloading)
         return;
+
+    // Refused rather than saved under a generated name: such a file could never be found in
+    // the cache again, so every start would fetch gigabytes anew and leave another file behind.
+    if (!CacheFileName::isPlain(firmware.filename)) {
+        const Failure failure = Failure::platform(
+            Failure::Domain::fileSystem,
+            QStringLiteral(
+                "Ссылка каталога не содержит допустимого имени файла, поэтому образ не загружается."));
+        setErrorText(failure.description());
+        setStatusText(QStringLiteral("Ошибка сохранения"));
+        QMetaObject::invokeMethod(
+            this,
+            [completion = std::move(completion), failure] {
+                if (completion)
+                    completion(failure);
+            },
+            Qt::QueuedConnection);
+        return;
+    }
 
     const QString location = cachePath(firmware.filename);
     if (QFileInfo::exists(location)) {
@@ -146,7 +166,10 @@ void DownloadManager::handleTransferFailed(const Failure &failure)
         [this, failure] {
             setIsDownloading(false);
             setErrorText(failure.description());
-            setStatusText(QStringLiteral("Ошибка загрузки"));
+            // A file that cannot be written into the cache is a saving error, not a network one.
+            setStatusText(failure.domain() == Failure::Domain::fileSystem
+                              ? QStringLiteral("Ошибка сохранения")
+                              : QStringLiteral("Ошибка загрузки"));
             complete(failure);
         },
         Qt::QueuedConnection);

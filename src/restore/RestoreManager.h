@@ -9,6 +9,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <chrono>
 #include <optional>
 
 // The one process log of the application, image validation and the restore tool's run.
@@ -50,6 +51,14 @@ public:
     QCoro::Task<> startRestore(std::optional<QString> imagePath, ConnectedWatch watch);
     // Interrupts the running tool (SIGINT).
     void cancelRestore();
+    // For an application about to exit: interrupts a running tool as cancelRestore does, waits
+    // up to `bound` for it to end (its output still reaches the log), then ends it by force if
+    // it is still running. Blocks; returns at once when no tool runs.
+    void stopBeforeExit(std::chrono::milliseconds bound);
+    // Kills a tool that is still running and waits for its end to be handled, so that the
+    // application never exits leaving it to run on with nobody reading its output (or to die
+    // of a broken pipe at its next write). Blocks; does nothing when no tool runs.
+    void forceEnd();
 
 signals:
     void isValidatingChanged();

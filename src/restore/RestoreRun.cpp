@@ -96,6 +96,27 @@ void RestoreManager::cancelRestore()
     appendLog(QStringLiteral("Пользователь запросил остановку процесса."));
 }
 
+void RestoreManager::stopBeforeExit(std::chrono::milliseconds bound)
+{
+    const QPointer<QProcess> process = m_process;
+    if (!process || process->state() == QProcess::NotRunning)
+        return;
+    cancelRestore();
+    // Emits finished from inside the wait, so the end is handled here even without an event loop.
+    if (!process->waitForFinished(int(bound.count())))
+        forceEnd();
+}
+
+void RestoreManager::forceEnd()
+{
+    const QPointer<QProcess> process = m_process;
+    if (!process || process->state() == QProcess::NotRunning)
+        return;
+    process->kill();
+    // A killed process is reaped at once; the bound only guards against the impossible.
+    process->waitForFinished(5000);
+}
+
 void RestoreManager::refuse(const QString &message)
 {
     setLastError(message);
@@ -127,7 +148,10 @@ QCoro::Task<> RestoreManager::launch(QString program, QStringList arguments)
     process->setArguments(arguments);
     process->setProcessEnvironment(ToolLocator::environment());
     process->setProcessChannelMode(QProcess::MergedChannels);
-    ChildInterrupt::restoreDefaultReaction(*process);
+    // The application's own standard input, never a pipe nobody writes: a tool that reads its
+    // input sees what the application was given (end of file, usually) instead of waiting.
+    process->setInputChannelMode(QProcess::ForwardedInputChannel);
+    ChildInterrupt::prepareChild(*process);
     m_process = process;
 
     const QPointer<RestoreManager> self(this);

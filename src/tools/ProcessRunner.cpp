@@ -1,19 +1,25 @@
 #include "tools/ProcessRunner.h"
 
+#include "tools/PipedChild.h"
 #include "tools/ToolLocator.h"
 
-#include <QCoroSignal>
+#include <QCoroFuture>
 #include <QFileInfo>
-#include <QProcess>
+#include <QPromise>
+
+#include <thread>
 
 namespace {
 
-class ProcessEnd final : public QObject {
-    Q_OBJECT
-
-signals:
-    void ended();
-};
+ProcessResult runToCompletion(const QString &executable, const QStringList &arguments,
+                              const QStringList &environment)
+{
+    const PipedChild::Outcome outcome = PipedChild::run(executable, arguments, environment);
+    if (!outcome.status)
+        return ProcessResult{-1, outcome.startError};
+    // Decoded here, on the worker: a large output must not stall the caller's thread.
+    return ProcessResult{*outcome.status, QString::fromUtf8(outcome.output)};
+}
 
 } // namespace
 
@@ -25,38 +31,17 @@ QCoro::Task<ProcessResult> run(QString executable, QStringList arguments)
     if (!info.isFile() || !info.isExecutable())
         co_return ProcessResult{-1, QStringLiteral("Инструмент не найден: ") + executable};
 
-    QProcess process;
-    process.setProgram(executable);
-    process.setArguments(arguments);
-    process.setProcessEnvironment(ToolLocator::environment());
-    process.setProcessChannelMode(QProcess::MergedChannels);
-    // The child inherits the application's standard input, as any tool started from it would.
-    process.setInputChannelMode(QProcess::ForwardedInputChannel);
-
-    // Wakes the coroutine when the child has exited or could not be started at all.
-    ProcessEnd end;
-    bool failedToStart = false;
-    QObject::connect(&process, &QProcess::errorOccurred, &end, [&](QProcess::ProcessError error) {
-        if (error == QProcess::FailedToStart) {
-            failedToStart = true;
-            emit end.ended();
-        }
-    });
-    QObject::connect(&process, &QProcess::finished, &end, &ProcessEnd::ended);
-
-    process.start(QIODevice::ReadOnly);
-    // A failed start may be reported before start() returns.
-    if (process.state() != QProcess::NotRunning)
-        co_await qCoro(&end, &ProcessEnd::ended);
-
-    if (failedToStart)
-        co_return ProcessResult{-1, process.errorString()};
-
-    // QProcess drains the pipe into its buffer as data arrives, so the child never blocks.
-    const QByteArray bytes = process.readAll();
-    co_return ProcessResult{process.exitCode(), QString::fromUtf8(bytes)};
+    // A thread of its own per run rather than a pool's: a tool that never ends then holds up
+    // nothing else, and nothing waits for it when the application exits.
+    QPromise<ProcessResult> promise;
+    QFuture<ProcessResult> result = promise.future();
+    promise.start();
+    std::thread([promise = std::move(promise), executable, arguments,
+                 environment = ToolLocator::environment().toStringList()]() mutable {
+        promise.addResult(runToCompletion(executable, arguments, environment));
+        promise.finish();
+    }).detach();
+    co_return co_await result;
 }
 
 } // namespace ProcessRunner
-
-#include "ProcessRunner.moc"

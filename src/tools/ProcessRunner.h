@@ -9,9 +9,10 @@
 namespace ProcessRunner {
 
 // Starts `executable` with `arguments` (no shell) and the tool environment, standard output
-// and standard error merged in write order, and resumes the caller when the child has exited.
-// The caller's thread is never blocked: the child runs outside the event loop and its output
-// is collected as it arrives, so a child writing megabytes never stalls on a full pipe.
+// and standard error merged in write order, and resumes the caller once the output has reached
+// its end and the child has exited. The child, the reading and the decoding all run on a worker
+// thread of this call's own; the caller's thread is never blocked. The child inherits standard
+// input and the working directory.
 //
 // A child ended by a signal reports the signal's number as its status (as Foundation does on
 // macOS); its output up to then is kept.

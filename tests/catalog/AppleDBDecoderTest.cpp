@@ -2,6 +2,8 @@
 
 #include <QTest>
 
+#include <limits>
+
 namespace {
 
 // JSON written with single quotes, which keeps the literals readable.
@@ -60,6 +62,11 @@ private slots:
             << withSource(jsonOf("'size':'12'")) << QStringLiteral("\"sources[0].size\"");
         QTest::newRow("size just past 64 bits")
             << withSource(jsonOf("'size':9223372036854775808")) << QStringLiteral("\"sources[0].size\"");
+        // Both round to a 64-bit integer as doubles, which must not make them one.
+        QTest::newRow("size just below -2^63")
+            << withSource(jsonOf("'size':-9223372036854775809")) << QStringLiteral("\"sources[0].size\"");
+        QTest::newRow("size a hair above an integer")
+            << withSource(jsonOf("'size':1.0000000000000000001")) << QStringLiteral("\"sources[0].size\"");
         QTest::newRow("null digest") << withSource(jsonOf("'hashes':{'sha1':'ab','sha2-256':null}"))
                                      << QStringLiteral("\"sources[0].hashes\"");
         QTest::newRow("hashes as a list")
@@ -71,6 +78,12 @@ private slots:
             << QStringLiteral("\"sources[0].links[1].url\"");
         QTest::newRow("empty url") << withLink(jsonOf("'url':''"))
                                    << QStringLiteral("\"sources[0].links[1].url\"");
+        QTest::newRow("url with a bad escape") << withLink(jsonOf("'url':'https://a.b/%zz.ipsw'"))
+                                               << QStringLiteral("\"sources[0].links[1].url\"");
+        QTest::newRow("url with a letter in the port") << withLink(jsonOf("'url':'https://a.b:44x/c'"))
+                                                       << QStringLiteral("\"sources[0].links[1].url\"");
+        QTest::newRow("url with a malformed scheme") << withLink(jsonOf("'url':'1https://a.b/c'"))
+                                                     << QStringLiteral("\"sources[0].links[1].url\"");
         QTest::newRow("preferred as text") << withLink(jsonOf("'url':'https://a.b/y','preferred':'yes'"))
                                            << QStringLiteral("\"sources[0].links[1].preferred\"");
         QTest::newRow("active as a number") << withLink(jsonOf("'url':'https://a.b/y','active':0"))
@@ -86,6 +99,45 @@ private slots:
         QCOMPARE(result.failure().domain(), Failure::Domain::json);
         QVERIFY2(result.failure().description().contains(mentions),
                  qPrintable(result.failure().description()));
+    }
+
+    // Sizes written in any exact integer form decode; number literals elsewhere are untouched.
+    void exactIntegersInEveryForm_data()
+    {
+        QTest::addColumn<QByteArray>("literal");
+        QTest::addColumn<qint64>("size");
+        QTest::newRow("lowest") << QByteArray("-9223372036854775808") << std::numeric_limits<qint64>::min();
+        QTest::newRow("highest") << QByteArray("9223372036854775807") << std::numeric_limits<qint64>::max();
+        QTest::newRow("with a zero fraction") << QByteArray("12.000") << qint64(12);
+        QTest::newRow("with an exponent") << QByteArray("1.5e3") << qint64(1500);
+        QTest::newRow("minus zero") << QByteArray("-0") << qint64(0);
+    }
+    void exactIntegersInEveryForm()
+    {
+        QFETCH(QByteArray, literal);
+        QFETCH(qint64, size);
+        const Result<QList<AppleDBFirmware>> result =
+            AppleDBDecoder::decode(withSource("\"size\":" + literal + ",\"other\":-9223372036854775809.5"));
+        QVERIFY2(result, result ? "" : qPrintable(result.failure().description()));
+        QCOMPARE(result.value().at(1).sources->constFirst().size, std::optional<qint64>(size));
+    }
+
+    // References Qt's strict parser refuses still decode; the allow-list turns them down later.
+    void urlReferencesBeyondQtsStrictMode_data()
+    {
+        QTest::addColumn<QString>("url");
+        QTest::newRow("port past 65535") << QStringLiteral("https://updates.cdn-apple.com:99999/a.ipsw");
+        QTest::newRow("escaped host") << QStringLiteral("https://updates%2Ecdn-apple.com/a.ipsw");
+        QTest::newRow("IPv6 literal") << QStringLiteral("https://[::1]:8443/a.ipsw");
+        QTest::newRow("relative with a query") << QStringLiteral("a/b.ipsw?x=1#y");
+    }
+    void urlReferencesBeyondQtsStrictMode()
+    {
+        QFETCH(QString, url);
+        const Result<QList<AppleDBFirmware>> result =
+            AppleDBDecoder::decode(withLink("\"url\":\"" + url.toUtf8() + '"'));
+        QVERIFY2(result, result ? "" : qPrintable(result.failure().description()));
+        QCOMPARE(result.value().at(1).sources->constFirst().links->at(1).urlText, url);
     }
 
     void signedIsForgiving_data()

@@ -1,3 +1,4 @@
+#include "catalog/CanonicalComposition.h"
 #include "catalog/CatalogOrdering.h"
 #include "catalog/SemanticVersion.h"
 
@@ -120,6 +121,36 @@ private slots:
         QVERIFY(!CatalogOrdering::textPrecedes(composed, decomposed));
         QVERIFY(!CatalogOrdering::textPrecedes(decomposed, composed));
         QVERIFY(CatalogOrdering::textPrecedes(QString(), QStringLiteral("0")));
+    }
+
+    // Canonical composition of our own agrees with Qt's, including reordered marks, Hangul,
+    // composition exclusions and unpaired surrogates.
+    void composesAsQtDoes_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::newRow("accent") << QStringLiteral("e\u0301");
+        QTest::newRow("marks out of order") << QStringLiteral("a\u0301\u0316\u0327b");
+        QTest::newRow("blocked mark") << QStringLiteral("a\u0301\u0301");
+        QTest::newRow("Hangul jamo") << QStringLiteral("\u1100\u1161\u11A8\u1161");
+        QTest::newRow("Hangul syllable and trailing jamo") << QStringLiteral("\uAC00\u11A8");
+        QTest::newRow("excluded composite") << QStringLiteral("\u0958\u2126\u212B");
+        QTest::newRow("Tibetan vowel") << QStringLiteral("\u0F40\u0F73\u0F80");
+        QTest::newRow("two-part vowel") << QStringLiteral("\u0B47\u0B3E\u0B47\u0B57");
+        QTest::newRow("supplementary") << QStringLiteral("\U00011099\U000110BA x");
+        QTest::newRow("unpaired surrogate") << QString(QChar(0xD800)) + QStringLiteral("e\u0301");
+        QTest::newRow("already composed") << QStringLiteral("2023-09-18 \u00E9\u0416");
+    }
+    void composesAsQtDoes()
+    {
+        QFETCH(QString, text);
+        QCOMPARE(CanonicalComposition::composed(text), text.normalized(QString::NormalizationForm_C));
+    }
+
+    // Dates rank by text order once; equal texts (also when only canonically equal) share a rank.
+    void ranksDates()
+    {
+        const QStringList dates{"2023-09-18", "", "e\u0301", "2022-01-01", "2023-09-18", "\u00E9"};
+        QCOMPARE(CatalogOrdering::dateRanks(dates), (QList<qsizetype>{2, 0, 3, 1, 2, 3}));
     }
 
     void prefersMarkedLinks()

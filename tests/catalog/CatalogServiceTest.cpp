@@ -218,6 +218,8 @@ private slots:
         QTest::newRow("upper-case scheme")
             << jsonOf("[{'url':'HTTPS://updates.cdn-apple.com/a'}]") << QString();
         QTest::newRow("relative") << jsonOf("[{'url':'/fw/a.ipsw'}]") << QString();
+        QTest::newRow("port past 65535") << jsonOf("[{'url':'https://updates.cdn-apple.com:99999/a'}]") << QString();
+        QTest::newRow("escaped host") << jsonOf("[{'url':'https://updates%2Ecdn-apple.com/a'}]") << QString();
         QTest::newRow("no links") << QByteArray("[]") << QString();
         QTest::newRow("second preferred") << both + jsonOf(",'preferred':true}]") << second;
         QTest::newRow("neither preferred") << both + "}]" << first;

@@ -3,6 +3,8 @@
 
 #include <QTest>
 
+#include <limits>
+
 class DownloadRulesTest : public QObject {
     Q_OBJECT
 
@@ -30,6 +32,18 @@ private slots:
             QCOMPARE(*fraction, double(received) / double(total));
             QCOMPARE(DownloadProgress::statusText(*fraction), status);
         }
+    }
+
+    // Shares no transfer produces today, bounded before the conversion (which would otherwise
+    // be undefined and caught by the sanitizer build).
+    void statusTextBoundsItsShare()
+    {
+        QCOMPARE(DownloadProgress::statusText(1e30), QStringLiteral("Загружено 100%"));
+        QCOMPARE(DownloadProgress::statusText(-1e30), QStringLiteral("Загружено 0%"));
+        QCOMPARE(DownloadProgress::statusText(std::numeric_limits<double>::infinity()),
+                 QStringLiteral("Загружено 100%"));
+        QCOMPARE(DownloadProgress::statusText(std::numeric_limits<double>::quiet_NaN()),
+                 QStringLiteral("Загружено 0%"));
     }
 
     void digestIsTheFirstPieceOfTheToolOutput()

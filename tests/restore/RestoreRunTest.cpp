@@ -11,6 +11,10 @@
 #include <QSignalSpy>
 #include <QTest>
 
+#include <csignal>
+#include <fcntl.h>
+#include <unistd.h>
+
 namespace {
 
 const QString initialLog = QStringLiteral("Corvalin Studio готов к работе.\n");
@@ -335,6 +339,70 @@ private slots:
             manager.logText().endsWith(QStringLiteral("Ошибка запуска: ") + *manager.lastError() + u'\n'));
         QCOMPARE(manager.process(), nullptr);
         QVERIFY(!manager.completedSuccessfully());
+    }
+
+    // A tool that reads its input sees the application's (here a file), not a pipe nobody writes.
+    void restoreToolInheritsStandardInput()
+    {
+        TestPaths paths;
+        const QString input = QDir(paths.root()).filePath(QStringLiteral("input.txt"));
+        QFile file(input);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("answer from the terminal\n");
+        file.close();
+        FakeToolBehaviour reader;
+        reader.extraShell = "cat";
+        FakeTools::write(paths.cfgutil(), reader);
+
+        const int saved = ::dup(STDIN_FILENO);
+        const int redirected = ::open(QFile::encodeName(input).constData(), O_RDONLY);
+        ::dup2(redirected, STDIN_FILENO);
+        RestoreManager manager;
+        QCoro::waitFor(manager.startRestore(std::nullopt, kisWatch));
+        ::dup2(saved, STDIN_FILENO);
+        ::close(saved);
+        ::close(redirected);
+
+        QTRY_VERIFY_WITH_TIMEOUT(!manager.isRestoring(), 10000);
+        QVERIFY(
+            manager.logText().endsWith(QStringLiteral("answer from the terminal\n") + successLine + u'\n'));
+    }
+
+    // Before the application exits: interrupted as by the stop button, given the bound to end,
+    // killed only when it will not. Either way it has ended, and its end has been handled,
+    // when the call returns; the tool writing all along was never cut off by a broken pipe.
+    void stopBeforeExit_data()
+    {
+        QTest::addColumn<QByteArray>("shell");
+        QTest::addColumn<QString>("ending");
+        QTest::newRow("ends on the interrupt")
+            << QByteArray("trap 'echo interrupted; exit 0' INT; while :; do echo tick; sleep 0.1; done")
+            << QStringLiteral("interrupted\n") + successLine + u'\n';
+        QTest::newRow("ignores the interrupt")
+            << QByteArray("trap '' INT; while :; do echo tick; sleep 0.1; done")
+            << QStringLiteral("Восстановление завершилось с ошибкой 9.\n"); // SIGKILL
+    }
+    void stopBeforeExit()
+    {
+        QFETCH(QByteArray, shell);
+        QFETCH(QString, ending);
+        TestPaths paths;
+        FakeToolBehaviour behaviour;
+        behaviour.extraShell = shell;
+        FakeTools::write(paths.cfgutil(), behaviour);
+        RestoreManager manager;
+        QCoro::waitFor(manager.startRestore(std::nullopt, kisWatch));
+        QTRY_VERIFY(manager.logText().endsWith(QStringLiteral("tick\n")));
+        const qint64 processId = manager.process()->processId();
+
+        manager.stopBeforeExit(std::chrono::milliseconds(1500));
+        QVERIFY(!manager.isRestoring());
+        QCOMPARE(manager.process(), nullptr);
+        QVERIFY(manager.logText().contains(cancelLine));
+        QVERIFY2(manager.logText().endsWith(ending), qPrintable(manager.logText().right(120)));
+        QCOMPARE(::kill(pid_t(processId), 0), -1);               // gone, and reaped
+        manager.stopBeforeExit(std::chrono::milliseconds(1500)); // nothing runs: nothing happens
+        QVERIFY(manager.logText().endsWith(ending));
     }
 
     void toolOutlivingTheManagerIsLeftAlone()

@@ -9,12 +9,37 @@
 #include <QTest>
 #include <QTimer>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 namespace {
 
 ProcessResult runNow(const QString &executable, const QStringList &arguments = {})
 {
     return QCoro::waitFor(ProcessRunner::run(executable, arguments));
 }
+
+// Gives this process a file as its standard input for the life of the object.
+class StandardInputFrom {
+public:
+    explicit StandardInputFrom(const QString &path)
+        : m_saved(::dup(STDIN_FILENO)), m_file(::open(QFile::encodeName(path).constData(), O_RDONLY))
+    {
+        ::dup2(m_file, STDIN_FILENO);
+    }
+    ~StandardInputFrom()
+    {
+        ::dup2(m_saved, STDIN_FILENO);
+        ::close(m_saved);
+        ::close(m_file);
+    }
+    StandardInputFrom(const StandardInputFrom &) = delete;
+    StandardInputFrom &operator=(const StandardInputFrom &) = delete;
+
+private:
+    int m_saved;
+    int m_file;
+};
 
 } // namespace
 
@@ -143,6 +168,37 @@ private slots:
             runNow(FakeTools::write(paths.tool(QStringLiteral("bin/killed")), behaviour));
         QCOMPARE(result.status, 15);
         QCOMPARE(result.output, QStringLiteral("before\n"));
+    }
+
+    // The output ends when every writer has closed the pipe, not when the child exits: what a
+    // child's own background job prints later belongs to the result too.
+    void outputIsReadToItsEndBeforeTheExit()
+    {
+        TestPaths paths;
+        FakeToolBehaviour behaviour = FakeToolBehaviour::printing("early\n");
+        behaviour.extraShell = "(sleep 0.4; echo late) &";
+        const ProcessResult result =
+            runNow(FakeTools::write(paths.tool(QStringLiteral("bin/background")), behaviour));
+        QCOMPARE(result.status, 0);
+        QCOMPARE(result.output, QStringLiteral("early\nlate\n"));
+    }
+
+    void childInheritsStandardInput()
+    {
+        TestPaths paths;
+        const QString input = QDir(paths.root()).filePath(QStringLiteral("input.txt"));
+        QFile file(input);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("typed by the user\n");
+        file.close();
+        FakeToolBehaviour reader;
+        reader.extraShell = "cat";
+        const QString tool = FakeTools::write(paths.tool(QStringLiteral("bin/reader")), reader);
+
+        const StandardInputFrom redirected(input);
+        const ProcessResult result = runNow(tool);
+        QCOMPARE(result.status, 0);
+        QCOMPARE(result.output, QStringLiteral("typed by the user\n"));
     }
 
     void callerKeepsRunningWhileTheChildWorks()

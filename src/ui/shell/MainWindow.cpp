@@ -1,16 +1,19 @@
 #include "ui/shell/MainWindow.h"
 
 #include "app/StudioModel.h"
+#include "ui/shell/RestoreQuitGuard.h"
 #include "ui/shell/RootView.h"
 #include "ui/shell/ShellCommands.h"
 
 #include <QAction>
+#include <QCloseEvent>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPointer>
 
 MainWindow::MainWindow(StudioModel *model, QWidget *parent)
-    : QMainWindow(parent), m_root(new RootView(model, this))
+    : QMainWindow(parent), m_root(new RootView(model, this)),
+      m_quitGuard(new RestoreQuitGuard(model->restoreManager(), this))
 {
     setWindowTitle(QStringLiteral("Corvalin Studio"));
     setCentralWidget(m_root);
@@ -21,6 +24,11 @@ MainWindow::MainWindow(StudioModel *model, QWidget *parent)
 }
 
 MainWindow::~MainWindow() = default;
+
+void MainWindow::closeEvent(QCloseEvent *event)
+{
+    event->setAccepted(m_quitGuard->allowsClose());
+}
 
 // The application menu: About, then the firmware folder. Nothing else, so no new window.
 void MainWindow::buildMenu()

@@ -2,6 +2,7 @@
 
 #include <QMainWindow>
 
+class RestoreQuitGuard;
 class RootView;
 class StudioModel;
 
@@ -18,9 +19,13 @@ public:
 
     RootView *rootView() const { return m_root; }
 
+protected:
+    void closeEvent(QCloseEvent *event) override;
+
 private:
     void buildMenu();
     void showAbout();
 
     RootView *m_root;
+    RestoreQuitGuard *m_quitGuard;
 };

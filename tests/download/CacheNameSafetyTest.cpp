@@ -1,0 +1,174 @@
+#include "DownloadTestHarness.h"
+
+#include "download/CacheFileName.h"
+
+#include <QStandardPaths>
+
+namespace {
+
+const QString refusal =
+    QStringLiteral("Ссылка каталога не содержит допустимого имени файла, поэтому образ не загружается.");
+const QString savingError = QStringLiteral("Ошибка сохранения");
+
+// Every entry below `folder`, hidden ones included, as paths relative to it.
+QStringList treeOf(const QString &folder)
+{
+    QStringList entries;
+    const QDir root(folder);
+    for (const QFileInfo &info : root.entryInfoList(
+             QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name)) {
+        entries << info.fileName();
+        if (info.isDir())
+            for (const QString &inner : treeOf(info.filePath()))
+                entries << info.fileName() + u'/' + inner;
+    }
+    return entries;
+}
+
+} // namespace
+
+// Names from the catalogue's links reach the file system only when they are plain file names.
+class CacheNameSafetyTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
+
+    void plainNamesOnly_data()
+    {
+        QTest::addColumn<QString>("link");
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<bool>("plain");
+        const QString base = QStringLiteral("https://updates.cdn-apple.com/a");
+        QTest::newRow("ordinary") << base + "/Watch6,1_Restore.ipsw"
+                                  << "Watch6,1_Restore.ipsw" << true;
+        QTest::newRow("trailing slash") << base + "/Watch6,1_Restore.ipsw/"
+                                        << "Watch6,1_Restore.ipsw" << true;
+        QTest::newRow("escaped space") << base + "/a%20b.ipsw"
+                                       << "a b.ipsw" << true;
+        QTest::newRow("colon inside") << base + "/a:b.ipsw"
+                                      << "a:b.ipsw" << true;
+        QTest::newRow("255 bytes") << base + u'/' + QString(255, u'x') << QString(255, u'x') << true;
+        QTest::newRow("Qt resource path") << base + "/:probe.ipsw"
+                                          << ":probe.ipsw" << false;
+        QTest::newRow("escaped NUL") << base + "/Watch7,1_11.0_Restore.ipsw%00.ipsw"
+                                     << QStringLiteral("Watch7,1_11.0_Restore.ipsw") + QChar(0) + ".ipsw"
+                                     << false;
+        QTest::newRow("parent folder") << base + "/.."
+                                       << ".." << false;
+        QTest::newRow("same folder") << base + "/."
+                                     << "." << false;
+        QTest::newRow("bare host") << QStringLiteral("https://updates.cdn-apple.com") << "" << false;
+        QTest::newRow("query only") << QStringLiteral("https://updates.cdn-apple.com?x=1") << "" << false;
+        QTest::newRow("root only") << QStringLiteral("https://updates.cdn-apple.com/") << "/" << false;
+        QTest::newRow("escaped slash") << base + "/a%2F..%2F..%2Fb"
+                                       << "b" << true;
+        QTest::newRow("256 bytes") << base + u'/' + QString(256, u'x') << QString(256, u'x') << false;
+        // Two bytes each in UTF-8: 128 of them make 256 bytes.
+        QTest::newRow("256 bytes of Cyrillic")
+            << base + u'/' + QString(128, u'ж') << QString(128, u'ж') << false;
+    }
+    void plainNamesOnly()
+    {
+        QFETCH(QString, link);
+        QFETCH(QString, name);
+        QFETCH(bool, plain);
+        QCOMPARE(CacheFileName::fromURL(QUrl(link, QUrl::StrictMode)), name);
+        QCOMPARE(CacheFileName::isPlain(name), plain);
+    }
+
+    // Such a firmware is never "already downloaded", nothing is fetched, nothing is written
+    // anywhere, and the caller hears why.
+    void unsafeNameIsRefusedAtStart_data()
+    {
+        QTest::addColumn<QString>("filename");
+        QTest::newRow("resource path") << QStringLiteral(":probe.ipsw");
+        QTest::newRow("NUL naming another model's image")
+            << QStringLiteral("Watch7,1_11.0_Restore.ipsw") + QChar(0) + QStringLiteral(".ipsw");
+        QTest::newRow("parent folder") << QStringLiteral("..");
+        QTest::newRow("same folder") << QStringLiteral(".");
+        QTest::newRow("empty") << QString();
+        QTest::newRow("root") << QStringLiteral("/");
+        QTest::newRow("too long") << QString(300, u'x');
+    }
+    void unsafeNameIsRefusedAtStart()
+    {
+        QFETCH(QString, filename);
+        DownloadTestHarness h;
+        h.server.setResponse(QStringLiteral("/fw/image.ipsw"), HttpResponse::ok("Watch6,1's body"));
+        const QString otherImage = h.cached(QStringLiteral("Watch7,1_11.0_Restore.ipsw"));
+        QFile other(otherImage);
+        QVERIFY(other.open(QIODevice::WriteOnly));
+        other.write("Watch7,1's image");
+        other.close();
+        const QString workingFolder = QDir::currentPath();
+        const QStringList workingBefore = treeOf(workingFolder);
+        const QStringList downloadsBefore = treeOf(h.paths.downloads());
+
+        WatchFirmware firmware = h.firmware(QStringLiteral("/fw/image.ipsw"));
+        firmware.filename = filename;
+        QCOMPARE(h.manager.existingFile(firmware), std::nullopt);
+        const auto log = h.start(firmware);
+        QVERIFY(!h.manager.isDownloading());
+        QVERIFY(waitForCalls(*log));
+        QVERIFY(!log->last->ok());
+        QCOMPARE(log->last->failure().description(), refusal);
+        QCOMPARE(h.manager.errorText(), std::optional<QString>(refusal));
+        QCOMPARE(h.manager.statusText(), savingError);
+        QCOMPARE(h.manager.downloadedURL(), std::nullopt);
+        QVERIFY(log->alwaysOnGuiThread);
+
+        QTest::qWait(100);
+        QVERIFY(h.server.requests().isEmpty());
+        QCOMPARE(fileContents(otherImage), QByteArray("Watch7,1's image"));
+        QCOMPARE(treeOf(h.paths.downloads()), downloadsBefore);
+        QCOMPARE(treeOf(workingFolder), workingBefore);
+    }
+
+    // A link whose name is not plain is saved under a generated name, should one ever reach the
+    // transfer; the cached image of the name it spells is untouched.
+    void transferOfAnUnsafeLinkSavesUnderAGeneratedName()
+    {
+        DownloadTestHarness h;
+        const QString path = QStringLiteral("/fw/Watch7,1_11.0_Restore.ipsw%00.ipsw");
+        h.server.setResponse(path, HttpResponse::ok("Watch6,1's body"));
+        QFile other(h.cached(QStringLiteral("Watch7,1_11.0_Restore.ipsw")));
+        QVERIFY(other.open(QIODevice::WriteOnly));
+        other.write("Watch7,1's image");
+        other.close();
+
+        WatchFirmware firmware = h.firmware(path);
+        firmware.filename = QStringLiteral("listed.ipsw");
+        const auto log = h.start(firmware);
+        QVERIFY(waitForCalls(*log));
+        QCOMPARE(fileContents(other.fileName()), QByteArray("Watch7,1's image"));
+        QVERIFY(log->last->ok());
+        const QFileInfo saved(log->last->value());
+        QCOMPARE(saved.absolutePath(), QFileInfo(h.cache()).absoluteFilePath());
+        QCOMPARE(fileContents(saved.filePath()), QByteArray("Watch6,1's body"));
+        QCOMPARE(h.cacheListing().size(), 2);
+    }
+
+    // A cache folder that cannot be written to is a saving error, not a download error.
+    void unwritableCacheFolderIsASavingError()
+    {
+        DownloadTestHarness h;
+        h.server.setResponse(QStringLiteral("/k_Restore.ipsw"), HttpResponse::ok("image"));
+        const QString cache = h.cache();
+        QVERIFY(QDir(cache).removeRecursively());
+        QFile blocker(cache);
+        QVERIFY(blocker.open(QIODevice::WriteOnly)); // a file where the folder should be
+        blocker.close();
+
+        const auto log = h.start(h.firmware(QStringLiteral("/k_Restore.ipsw")));
+        QVERIFY(waitForCalls(*log));
+        QVERIFY(!log->last->ok());
+        QCOMPARE(log->last->failure().domain(), Failure::Domain::fileSystem);
+        QCOMPARE(h.manager.statusText(), savingError);
+        QCOMPARE(h.manager.errorText(), std::optional<QString>(log->last->failure().description()));
+        QVERIFY(!h.manager.isDownloading());
+    }
+};
+
+QTEST_GUILESS_MAIN(CacheNameSafetyTest)
+#include "CacheNameSafetyTest.moc"

@@ -1,0 +1,25 @@
+// The catalogue document, decoded and, when it decodes, reduced to one firmware per model.
+#include "FuzzInput.h"
+
+#include "catalog/AppleDBDecoder.h"
+#include "catalog/FirmwareReduction.h"
+#include "download/CacheFileName.h"
+
+#include <QSet>
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    static const QSet<QString> allowedHosts{QStringLiteral("updates.cdn-apple.com"),
+                                            QStringLiteral("secure-appldnld.apple.com"),
+                                            QStringLiteral("a.b")};
+    const Result<QList<AppleDBFirmware>> records = AppleDBDecoder::decode(bytesOf(data, size));
+    if (!records)
+        return 0;
+    for (const WatchFirmware &firmware :
+         FirmwareReduction::buildFirmwareList(records.value(), {}, allowedHosts)) {
+        if (!firmware.productType.startsWith(QStringLiteral("Watch")) || !firmware.downloadURL.isValid())
+            __builtin_trap();
+        CacheFileName::isPlain(firmware.filename);
+    }
+    return 0;
+}

@@ -11,8 +11,8 @@
 #include "tools/ToolLocator.h"
 
 #include <QCoroTask>
-#include <QDir>
 #include <QFile>
+#include <QHash>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -111,29 +111,8 @@ private slots:
 
     void cleanup() { m_paths.reset(); }
 
-    void namesComeFromTheDeviceTable_data()
-    {
-        QTest::addColumn<QString>("productType");
-        QTest::addColumn<QString>("model");
-        QTest::addColumn<QString>("name");
-
-        QTest::newRow("Series 9") << "Watch7,1"
-                                  << "n207sap"
-                                  << "Apple Watch Series 9 (41mm)";
-        QTest::newRow("Ultra, one word after the brand") << "Watch6,18"
-                                                         << "n199ap"
-                                                         << "Apple Watch Ultra";
-        QTest::newRow("first generation") << "Watch1,1"
-                                          << "n27aap"
-                                          << "Apple Watch 38mm (1st gen)";
-    }
-
     void namesComeFromTheDeviceTable()
     {
-        QFETCH(QString, productType);
-        QFETCH(QString, model);
-        QFETCH(QString, name);
-
         LocalHttpServer server;
         const QString path = QStringLiteral("/ios/watchOS/main.json");
         server.setResponse(path, HttpResponse::ok(catalogue));
@@ -141,17 +120,27 @@ private slots:
         std::optional<Result<QList<WatchFirmware>>> result;
         QCoro::waitFor(store(service.load(), &result));
         QVERIFY(result && *result);
-        const QList<WatchFirmware> &firmwares = result->value();
-        const auto firmware = std::find_if(firmwares.begin(), firmwares.end(), [&](const WatchFirmware &f) {
-            return f.productType == productType;
-        });
-        QVERIFY(firmware != firmwares.end());
-        QCOMPARE(firmware->deviceName, name);
+        QHash<QString, QString> catalogueNames;
+        for (const WatchFirmware &firmware : result->value())
+            catalogueNames.insert(firmware.productType, firmware.deviceName);
 
-        DeviceMonitor::WatchIdentity identity;
-        QCoro::waitFor(storeIdentity(productType, &identity));
-        QCOMPARE(identity.model, model);
-        QCOMPARE(identity.name, name);
+        struct Expected {
+            QString productType, model, name;
+        };
+        const Expected table[] = {
+            {QStringLiteral("Watch7,1"), QStringLiteral("n207sap"),
+             QStringLiteral("Apple Watch Series 9 (41mm)")},
+            {QStringLiteral("Watch6,18"), QStringLiteral("n199ap"), QStringLiteral("Apple Watch Ultra")},
+            {QStringLiteral("Watch1,1"), QStringLiteral("n27aap"),
+             QStringLiteral("Apple Watch 38mm (1st gen)")},
+        };
+        for (const Expected &expected : table) {
+            QCOMPARE(catalogueNames.value(expected.productType), expected.name);
+            DeviceMonitor::WatchIdentity identity;
+            QCoro::waitFor(storeIdentity(expected.productType, &identity));
+            QCOMPARE(identity.model, expected.model);
+            QCOMPARE(identity.name, expected.name);
+        }
     }
 
     void dfuDeviceThatIrecoveryCannotReachIsReportedUnreadable()

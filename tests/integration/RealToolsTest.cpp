@@ -1,0 +1,234 @@
+// The application against the real irecovery and idevicerestore of the Tools folder, with no
+// watch attached: what these tools print and how they exit is taken as it comes, not as a fake
+// would imitate it.
+#include "support/RealTools.h"
+#include "catalog/CatalogService.h"
+#include "device/DeviceMonitor.h"
+#include "device/FakeUsbBus.h"
+#include "restore/RestoreManager.h"
+#include "support/LocalHttpServer.h"
+#include "support/TestPaths.h"
+#include "tools/ToolLocator.h"
+
+#include <QCoroTask>
+#include <QFile>
+#include <QHash>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <memory>
+
+namespace {
+
+const QString damaged = QStringLiteral("Файл повреждён, является OTA или не поддерживается.");
+const QString startingLine = QStringLiteral("Запуск восстановления. Журнал: ");
+
+// The files of a zip, by name.
+using ImageFiles = QList<std::pair<QString, QByteArray>>;
+
+QByteArray buildManifest(const QByteArray &productType, const QByteArray &deviceClass)
+{
+    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+           "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
+           "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
+           "<plist version=\"1.0\"><dict>\n"
+           "<key>BuildIdentities</key><array><dict>\n"
+           "<key>ApBoardID</key><string>0x08</string><key>ApChipID</key><string>0x8310</string>\n"
+           "<key>Info</key><dict><key>DeviceClass</key><string>" +
+           deviceClass +
+           "</string><key>Variant</key><string>Customer Erase Install (IPSW)</string></dict>\n"
+           "</dict></array>\n"
+           "<key>ProductBuildVersion</key><string>21R371</string>\n"
+           "<key>ProductVersion</key><string>10.0.2</string>\n"
+           "<key>SupportedProductTypes</key><array><string>" +
+           productType + "</string></array>\n</dict></plist>\n";
+}
+
+// Writes an image at `path`: a zip of the named files (made with the system's zip tool), or, with
+// no files, `notAZip` as it stands.
+bool writeImage(const QString &path, const ImageFiles &files, const QByteArray &notAZip = {})
+{
+    QFile image(path);
+    if (files.isEmpty())
+        return image.open(QIODevice::WriteOnly) && image.write(notAZip) == notAZip.size();
+    QTemporaryDir staging;
+    QStringList arguments{QStringLiteral("-q"), QStringLiteral("-X"), path};
+    for (const auto &[name, bytes] : files) {
+        QFile file(staging.filePath(name));
+        if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
+            return false;
+        arguments << name;
+    }
+    QProcess zip;
+    zip.setWorkingDirectory(staging.path());
+    zip.start(QStandardPaths::findExecutable(QStringLiteral("zip")), arguments);
+    return zip.waitForFinished() && zip.exitStatus() == QProcess::NormalExit && zip.exitCode() == 0;
+}
+
+const QByteArray catalogue =
+    QByteArray("[{'version':'10.0.2','build':'21R371','released':'2023-10-04','signed':true,"
+               "'deviceMap':['Watch1,1','Watch6,18','Watch7,1'],"
+               "'sources':[{'type':'ipsw','deviceMap':['Watch1,1','Watch6,18','Watch7,1'],"
+               "'links':[{'url':'https://updates.cdn-apple.com/fw/Restore.ipsw'}]}]}]")
+        .replace('\'', '"');
+
+// QCoro::waitFor needs a default-constructible result, which Result is not.
+QCoro::Task<void> store(QCoro::Task<Result<QList<WatchFirmware>>> task,
+                        std::optional<Result<QList<WatchFirmware>>> *result)
+{
+    result->emplace(co_await std::move(task));
+}
+
+QCoro::Task<void> storeIdentity(QString productType, DeviceMonitor::WatchIdentity *identity)
+{
+    *identity = co_await DeviceMonitor::recoveryIdentity(productType);
+}
+
+} // namespace
+
+class RealToolsTest : public QObject {
+    Q_OBJECT
+
+private:
+    std::unique_ptr<TestPaths> m_paths;
+
+private slots:
+    void initTestCase()
+    {
+        if (RealTools::folder().isEmpty())
+            QSKIP(RealTools::unavailableMessage());
+        QVERIFY2(!QStandardPaths::findExecutable(QStringLiteral("zip")).isEmpty(),
+                 "the zip tool (Debian package zip) makes the test images");
+    }
+
+    void init()
+    {
+        m_paths = std::make_unique<TestPaths>();
+        QVERIFY2(RealTools::installInto(*m_paths), qPrintable(RealTools::folder()));
+    }
+
+    void cleanup() { m_paths.reset(); }
+
+    void namesComeFromTheDeviceTable()
+    {
+        LocalHttpServer server;
+        const QString path = QStringLiteral("/ios/watchOS/main.json");
+        server.setResponse(path, HttpResponse::ok(catalogue));
+        CatalogService service(server.url(path), CatalogService::defaultAllowedHosts());
+        std::optional<Result<QList<WatchFirmware>>> result;
+        QCoro::waitFor(store(service.load(), &result));
+        QVERIFY(result && *result);
+        QHash<QString, QString> catalogueNames;
+        for (const WatchFirmware &firmware : result->value())
+            catalogueNames.insert(firmware.productType, firmware.deviceName);
+
+        struct Expected {
+            QString productType, model, name;
+        };
+        const Expected table[] = {
+            {QStringLiteral("Watch7,1"), QStringLiteral("n207sap"),
+             QStringLiteral("Apple Watch Series 9 (41mm)")},
+            {QStringLiteral("Watch6,18"), QStringLiteral("n199ap"), QStringLiteral("Apple Watch Ultra")},
+            {QStringLiteral("Watch1,1"), QStringLiteral("n27aap"),
+             QStringLiteral("Apple Watch 38mm (1st gen)")},
+        };
+        for (const Expected &expected : table) {
+            QCOMPARE(catalogueNames.value(expected.productType), expected.name);
+            DeviceMonitor::WatchIdentity identity;
+            QCoro::waitFor(storeIdentity(expected.productType, &identity));
+            QCOMPARE(identity.model, expected.model);
+            QCOMPARE(identity.name, expected.name);
+        }
+    }
+
+    void dfuDeviceThatIrecoveryCannotReachIsReportedUnreadable()
+    {
+        attachUsbDevices(*m_paths, {"1227"});
+        DeviceMonitor monitor;
+        QCoro::waitFor(monitor.poll());
+        QCOMPARE(monitor.connectedWatch(), std::nullopt);
+        QCOMPARE(monitor.connectionHint(),
+                 QStringLiteral("Устройство найдено, но Recovery/DFU не удалось прочитать"));
+        QVERIFY(!monitor.isChecking());
+    }
+
+    void validation_data()
+    {
+        QTest::addColumn<ImageFiles>("files");
+        QTest::addColumn<QByteArray>("notAZip");
+        QTest::addColumn<bool>("accepted");
+        QTest::addColumn<QString>("error");
+        QTest::addColumn<QString>("toolSays"); // a line of the tool's own output, whole
+
+        const QString manifest = QStringLiteral("BuildManifest.plist");
+        const QString incompatible = QStringLiteral("IPSW не содержит модель Watch7,1 в BuildManifest.");
+        QTest::newRow("manifest naming the watch")
+            << ImageFiles{{manifest, buildManifest("Watch7,1", "n207sap")}} << QByteArray() << true
+            << QString() << "Supported Product Types: Watch7,1";
+        QTest::newRow("manifest naming another model")
+            << ImageFiles{{manifest, buildManifest("Watch6,1", "n157bap")}} << QByteArray() << false
+            << incompatible << "Supported Product Types: Watch6,1";
+        QTest::newRow("zip without a manifest")
+            << ImageFiles{{QStringLiteral("Restore.plist"), QByteArray("<plist/>")}} << QByteArray() << false
+            << damaged << "Failed to extract BuildManifest.plist from IPSW!";
+        // A saved error page is no zip, yet the tool reports an image that supports nothing.
+        QTest::newRow("error page saved as the image")
+            << ImageFiles{} << QByteArray("<html><body><h1>404 Not Found</h1></body></html>\n") << false
+            << incompatible << "Supported Product Types:";
+    }
+
+    void validation()
+    {
+        QFETCH(ImageFiles, files);
+        QFETCH(QByteArray, notAZip);
+        QFETCH(bool, accepted);
+        QFETCH(QString, error);
+        QFETCH(QString, toolSays);
+
+        const QString image = m_paths->downloads() + QStringLiteral("/watchOS_10.0.2.ipsw");
+        QVERIFY(writeImage(image, files, notAZip));
+        RestoreManager manager;
+
+        QCOMPARE(QCoro::waitFor(manager.validate(image, QStringLiteral("Watch7,1"))), accepted);
+        QCOMPARE(manager.lastError(), error.isEmpty() ? std::nullopt : std::optional<QString>(error));
+        const QStringList lines = manager.logText().split(u'\n');
+        QVERIFY2(lines.contains(toolSays), qPrintable(manager.logText()));
+        QCOMPARE(manager.logText().endsWith(QStringLiteral("Совместимость подтверждена: Watch7,1.\n")),
+                 accepted);
+    }
+
+    void restoreWithNoWatchAttachedEndsWithTheToolsStatus()
+    {
+        const QString image = m_paths->downloads() + QStringLiteral("/watchOS_10.0.2.ipsw");
+        QVERIFY(writeImage(image,
+                           {{QStringLiteral("BuildManifest.plist"), buildManifest("Watch7,1", "n207sap")}}));
+        const ConnectedWatch watch{QStringLiteral("Watch7,1"),     QStringLiteral("n207sap"),
+                                   QStringLiteral("Apple Watch"),  QStringLiteral("Recovery/DFU"),
+                                   QStringLiteral("0x1A2B3C4D5E"), QString()};
+        RestoreManager manager;
+
+        QCoro::waitFor(manager.startRestore(image, watch));
+        QVERIFY(manager.isRestoring());
+        QTRY_VERIFY_WITH_TIMEOUT(!manager.isRestoring(), 60000);
+
+        const QString log = manager.logText();
+        const QString failure = QStringLiteral("Восстановление завершилось с ошибкой 1.");
+        QVERIFY2(log.contains(QStringLiteral("Unable to discover device mode")), qPrintable(log));
+        QVERIFY2(log.endsWith(failure + u'\n'), qPrintable(log));
+        QCOMPARE(manager.lastError(), std::optional<QString>(failure));
+        QVERIFY(!manager.completedSuccessfully());
+
+        const qsizetype start = log.indexOf(startingLine);
+        QVERIFY(start >= 0);
+        const QString logFile = log.mid(start + startingLine.size()).section(u'\n', 0, 0);
+        QCOMPARE(QFileInfo(logFile).absolutePath(), ToolLocator::logsDirectory());
+        QFile written(logFile);
+        QVERIFY2(written.open(QIODevice::ReadOnly), qPrintable(logFile));
+        QVERIFY(written.readAll().contains("Unable to discover device mode"));
+    }
+};
+
+QTEST_GUILESS_MAIN(RealToolsTest)
+#include "RealToolsTest.moc"

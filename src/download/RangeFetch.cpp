@@ -184,6 +184,11 @@ void RangeFetch::handleFinished()
         error == QNetworkReply::NoError ||
         (isHttpStatusError(error) && m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).isValid());
     if (!bodyArrived) {
+        // What did arrive before the failure is kept for the next attempt.
+        if (error != QNetworkReply::OperationCanceledError)
+            readAvailable();
+        if (!m_reply)
+            return; // the bytes completed the segment after all, or could not be written
         const Failure failure =
             Failure::platform(Failure::Domain::network, m_reply->errorString(), int(error));
         stop();

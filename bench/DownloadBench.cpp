@@ -28,8 +28,10 @@ namespace {
 constexpr qint64 mebibyte = 1024 * 1024;
 constexpr qint64 imageSize = qint64(1) << 30;
 // Every side of a comparison runs this many rounds and keeps its best.
-constexpr int rounds = 3;
-constexpr int limitedRounds = 2;
+const int rounds = qEnvironmentVariableIsSet("CORVALIN_BENCH_ROUNDS")
+                       ? qEnvironmentVariableIntValue("CORVALIN_BENCH_ROUNDS")
+                       : 3;
+const int limitedRounds = qMin(rounds, 2);
 constexpr qint64 perConnectionLimit = 20 * mebibyte;
 const QString imageName = QStringLiteral("Watch6,1_Restore.ipsw");
 const QByteArray imageTag = "\"bench-1\"";

@@ -260,8 +260,17 @@ void FileTransfer::sample()
     // The first sample after a change still holds the new connection's start-up.
     if (++m_samplesSinceChange < 2)
         return;
-    if ((m_rateBeforeChange > 0 && rate < m_rateBeforeChange * worthwhileGain) ||
-        m_fetches.size() >= maximumConnections) {
+    if (m_rateBeforeChange > 0 && rate < m_rateBeforeChange * worthwhileGain) {
+        // The last connection did not pay for itself (the link or this machine is the limit):
+        // it closes, and its range goes to whichever connection finishes first.
+        RangeFetch *last = m_fetches.takeLast();
+        last->stop();
+        last->deleteLater();
+        m_plan.release(last->segment());
+        m_growing = false;
+        return;
+    }
+    if (m_fetches.size() >= maximumConnections) {
         m_growing = false;
         return;
     }

@@ -9,10 +9,12 @@
 
 namespace {
 
-// How much the network layer may buffer ahead of the disk per connection. Large enough to
-// keep a fast link busy, small enough that several connections and a stalled disk cannot grow
-// memory much.
-constexpr qint64 readBufferSize = 2 * 1024 * 1024;
+// How much is written to the file in one call.
+constexpr qint64 chunkSize = 2 * 1024 * 1024;
+// When this much has piled up unread, the disk is slower than the link: from then on the
+// network layer may buffer only `boundedReadBuffer` ahead, so memory stays flat.
+constexpr qint64 backlogLimit = 16 * 1024 * 1024;
+constexpr qint64 boundedReadBuffer = 4 * 1024 * 1024;
 
 // Errors that Qt derives from the HTTP status of a response that did arrive. Such a response
 // still has a body, and that body is what gets saved and verified.
@@ -86,11 +88,12 @@ void RangeFetch::start(QNetworkAccessManager *network, const QUrl &url, const QB
     if (!ifRange.isEmpty())
         request.setRawHeader("If-Range", ifRange);
 
-    m_buffer.resize(readBufferSize);
+    m_buffer.resize(chunkSize);
     m_lastData.start();
     m_network = network;
     m_reply = network->get(request);
-    m_reply->setReadBufferSize(readBufferSize);
+    // Unbounded at first: a bounded buffer makes the network layer's thread and this one wake
+    // each other for every chunk read. Bounded only once the disk falls behind (see below).
     connect(m_reply, &QNetworkReply::metaDataChanged, this, &RangeFetch::handleMetaData);
     connect(m_reply, &QNetworkReply::readyRead, this, &RangeFetch::readAvailable);
     connect(m_reply, &QNetworkReply::finished, this, &RangeFetch::handleFinished);
@@ -146,6 +149,8 @@ void RangeFetch::readAvailable()
         handleMetaData();
     if (!m_answered)
         return;
+    if (m_reply && m_reply->readBufferSize() == 0 && m_reply->bytesAvailable() > backlogLimit)
+        m_reply->setReadBufferSize(boundedReadBuffer);
     qint64 total = 0;
     while (m_reply && m_reply->bytesAvailable() > 0) {
         const Segment &segment = m_plan.segment(m_segment);

@@ -87,8 +87,14 @@ std::optional<ResumeRecord> load(const QUrl &url)
     if (!file.open(QIODevice::ReadOnly))
         return std::nullopt;
     std::optional<ResumeRecord> record = ResumeRecord::fromJson(file.readAll());
-    if (!record || record->url != url || !QFileInfo::exists(dataPath(url)))
+    if (!record || record->url != url)
         return std::nullopt;
+    // The data must still hold every byte the record counts (nobody truncated it meanwhile).
+    const QFileInfo data(dataPath(url));
+    for (const Segment &segment : record->segments) {
+        if (!data.exists() || (segment.position > segment.start && data.size() < segment.position))
+            return std::nullopt;
+    }
     return record;
 }
 

@@ -317,7 +317,7 @@ CORVALIN_BENCHMARK(downloadResumedAfterDrop)
 {
     BenchSetup setup;
     HttpResponse dropping = setup.response(perConnectionLimit);
-    dropping.abortAtOffset = imageSize * 6 / 10;
+    dropping.dropAfterTotalBytes = imageSize * 6 / 10;
     ServerThread server(LocalHttpServer::Transport::plain, dropping);
 
     const Run interrupted = downloadWithManager(server, setup.digest);

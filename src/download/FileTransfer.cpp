@@ -23,11 +23,11 @@ constexpr qint64 progressStep = 4 * 1024 * 1024;
 constexpr qint64 progressIntervalMilliseconds = 100;
 
 // How often the throughput is measured, which is also how often stalls are noticed.
-constexpr int sampleMilliseconds = 400;
+constexpr int sampleMilliseconds = 250;
 // A connection is worth keeping when it raised the throughput by at least this share.
 constexpr double worthwhileGain = 1.15;
 // Politeness towards the server, whatever the measurements say.
-constexpr int maximumConnections = 8;
+constexpr int maximumConnections = 16;
 // A range is never split into pieces smaller than this.
 constexpr qint64 minimumPiece = 4 * 1024 * 1024;
 // The record on disk lags the data by at most this many samples.
@@ -246,6 +246,12 @@ void FileTransfer::sample()
         }
     }
 
+    // Connections hand over their data in batches; what is left over is written now, so that
+    // a slow link still moves the bar and the record stays close behind.
+    for (RangeFetch *fetch : QList<RangeFetch *>(m_fetches))
+        fetch->readAvailable();
+    if (m_done)
+        return;
     reportProgress(false);
     if (++m_samplesSinceSave >= samplesPerSave) {
         m_samplesSinceSave = 0;
@@ -261,12 +267,14 @@ void FileTransfer::sample()
     if (++m_samplesSinceChange < 2)
         return;
     if (m_rateBeforeChange > 0 && rate < m_rateBeforeChange * worthwhileGain) {
-        // The last connection did not pay for itself (the link or this machine is the limit):
-        // it closes, and its range goes to whichever connection finishes first.
-        RangeFetch *last = m_fetches.takeLast();
-        last->stop();
-        last->deleteLater();
-        m_plan.release(last->segment());
+        // The last connections did not pay for themselves (the link or this machine is the
+        // limit): they close, and their ranges go to whichever connection finishes first.
+        for (int i = 0; i < m_lastAdded && m_fetches.size() > 1; ++i) {
+            RangeFetch *last = m_fetches.takeLast();
+            last->stop();
+            last->deleteLater();
+            m_plan.release(last->segment());
+        }
         m_growing = false;
         return;
     }
@@ -276,7 +284,12 @@ void FileTransfer::sample()
     }
     m_rateBeforeChange = rate;
     m_samplesSinceChange = 0;
-    if (!addConnection())
+    // Doubling finds the right count in a few steps while the file is still large.
+    const int wanted = qMin(qsizetype(maximumConnections), 2 * m_fetches.size());
+    m_lastAdded = 0;
+    while (m_fetches.size() < wanted && addConnection())
+        ++m_lastAdded;
+    if (m_lastAdded == 0)
         m_growing = false;
 }
 

@@ -100,12 +100,13 @@ private:
     qint64 m_reported = -1;
     QElapsedTimer m_sinceReport;
 
-    // Connections are added one at a time while each addition still raises the throughput.
+    // Connections are added while each addition still raises the throughput.
     QTimer m_sampler;
     QElapsedTimer m_sinceSample;
     qint64 m_bytesAtSample = 0;
     int m_samplesSinceChange = 0;
     double m_rateBeforeChange = 0;
+    int m_lastAdded = 0;
     bool m_growing = true;
     int m_samplesSinceSave = 0;
 };

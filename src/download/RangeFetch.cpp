@@ -9,12 +9,15 @@
 
 namespace {
 
+// How much the network layer may buffer ahead of the disk per connection, so that memory
+// stays flat when the disk is slower than the link.
+constexpr qint64 readBufferSize = 4 * 1024 * 1024;
+// Data is taken from the network layer in batches of at least this size (or when the owner
+// asks): every read from a bounded reply wakes the network layer's thread, so reading each
+// small chunk as it arrives costs more in thread wake-ups than the chunk is worth.
+constexpr qint64 batchSize = 1024 * 1024;
 // How much is written to the file in one call.
 constexpr qint64 chunkSize = 2 * 1024 * 1024;
-// When this much has piled up unread, the disk is slower than the link: from then on the
-// network layer may buffer only `boundedReadBuffer` ahead, so memory stays flat.
-constexpr qint64 backlogLimit = 16 * 1024 * 1024;
-constexpr qint64 boundedReadBuffer = 4 * 1024 * 1024;
 
 // Errors that Qt derives from the HTTP status of a response that did arrive. Such a response
 // still has a body, and that body is what gets saved and verified.
@@ -92,10 +95,9 @@ void RangeFetch::start(QNetworkAccessManager *network, const QUrl &url, const QB
     m_lastData.start();
     m_network = network;
     m_reply = network->get(request);
-    // Unbounded at first: a bounded buffer makes the network layer's thread and this one wake
-    // each other for every chunk read. Bounded only once the disk falls behind (see below).
+    m_reply->setReadBufferSize(readBufferSize);
     connect(m_reply, &QNetworkReply::metaDataChanged, this, &RangeFetch::handleMetaData);
-    connect(m_reply, &QNetworkReply::readyRead, this, &RangeFetch::readAvailable);
+    connect(m_reply, &QNetworkReply::readyRead, this, &RangeFetch::handleReadyRead);
     connect(m_reply, &QNetworkReply::finished, this, &RangeFetch::handleFinished);
 }
 
@@ -116,6 +118,15 @@ void RangeFetch::abort()
     // The reply reports the cancellation through finished, synchronously.
     if (m_reply)
         m_reply->abort();
+}
+
+void RangeFetch::handleReadyRead()
+{
+    m_lastData.start();
+    const qint64 remaining = m_plan.segment(m_segment).remaining();
+    const qint64 available = m_reply->bytesAvailable();
+    if (!m_answered || available >= batchSize || (remaining >= 0 && available >= remaining))
+        readAvailable();
 }
 
 void RangeFetch::handleMetaData()
@@ -149,8 +160,6 @@ void RangeFetch::readAvailable()
         handleMetaData();
     if (!m_answered)
         return;
-    if (m_reply && m_reply->readBufferSize() == 0 && m_reply->bytesAvailable() > backlogLimit)
-        m_reply->setReadBufferSize(boundedReadBuffer);
     qint64 total = 0;
     while (m_reply && m_reply->bytesAvailable() > 0) {
         const Segment &segment = m_plan.segment(m_segment);
@@ -170,10 +179,8 @@ void RangeFetch::readAvailable()
         m_plan.advance(m_segment, read);
         total += read;
     }
-    if (total > 0) {
-        m_lastData.start();
+    if (total > 0)
         m_owner.received(total);
-    }
     if (m_reply && m_plan.segment(m_segment).finished()) {
         stop();
         m_owner.segmentDone(this);

@@ -59,9 +59,11 @@ public:
     int segment() const { return m_segment; }
     void setSegment(int segment) { m_segment = segment; }
     qint64 millisecondsSinceData() const { return m_lastData.elapsed(); }
+    // Writes whatever has arrived so far.
+    void readAvailable();
 
 private:
-    void readAvailable();
+    void handleReadyRead();
     void handleMetaData();
     void handleFinished();
 

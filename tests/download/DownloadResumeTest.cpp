@@ -102,7 +102,7 @@ private slots:
             interrupted.stallAfterBytes = interruptAt;
             FileTransfer::Testing::setStallTimeout(std::chrono::milliseconds(300));
         } else {
-            interrupted.abortAtOffset = interruptAt;
+            interrupted.dropAfterTotalBytes = interruptAt;
         }
         h.server.setResponse(path, interrupted);
         WatchFirmware firmware = h.firmware(path, sha256Hex(body));
@@ -165,7 +165,7 @@ private slots:
         const QByteArray body = patternBody(3 * mebibyte);
         const QString path = QStringLiteral("/fw/Watch7,1_Restore.ipsw");
         HttpResponse interrupted = rangedResponse(body, firstTag);
-        interrupted.abortAtOffset = mebibyte;
+        interrupted.dropAfterTotalBytes = mebibyte;
         h.server.setResponse(path, interrupted);
         WatchFirmware firmware = h.firmware(path);
         firmware.size = body.size();

@@ -12,6 +12,8 @@
 #include <QTcpSocket>
 #include <QTimer>
 
+#include <memory>
+
 namespace {
 
 constexpr qint64 chunkSize = 256 * 1024;
@@ -35,20 +37,15 @@ class BodyWriter final : public QObject {
 public:
     // Sends `count` bytes of the body starting at `first`.
     BodyWriter(QTcpSocket *socket, const HttpResponse &response, qint64 first, qint64 count,
-               std::atomic<qint64> &sentCounter)
+               std::atomic<qint64> &sentCounter, std::shared_ptr<qint64> pathSent)
         : QObject(socket), m_socket(socket), m_response(response), m_first(first), m_limit(count),
-          m_sentCounter(sentCounter)
+          m_sentCounter(sentCounter), m_pathSent(std::move(pathSent))
     {
         if (response.stallAfterBytes)
             m_limit = qMin(m_limit, *response.stallAfterBytes);
         if (response.abortAfterBytes)
             m_limit = qMin(m_limit, *response.abortAfterBytes);
-        if (response.abortAtOffset && *response.abortAtOffset >= first &&
-            *response.abortAtOffset < first + count) {
-            m_limit = qMin(m_limit, *response.abortAtOffset - first);
-            m_drop = true;
-        }
-        m_drop |= response.abortAfterBytes.has_value();
+        m_drop = response.abortAfterBytes.has_value();
         if (!response.bodyFile.isEmpty()) {
             m_file.setFileName(response.bodyFile);
             m_file.open(QIODevice::ReadOnly);
@@ -62,8 +59,15 @@ public:
     {
         if (!m_socket || m_finished || m_socket->bytesToWrite() > chunkSize)
             return;
-        if (m_sent < m_limit) {
+        if (m_sent < m_limit && !m_closeEarly) {
             qint64 length = qMin(chunkSize, m_limit - m_sent);
+            if (m_response.dropAfterTotalBytes) {
+                length = qMin(length, *m_response.dropAfterTotalBytes - *m_pathSent);
+                if (length <= 0) {
+                    m_limit = m_sent;
+                    m_closeEarly = true;
+                }
+            }
             if (m_response.bytesPerSecond > 0) {
                 const qint64 allowed = m_response.bytesPerSecond * m_clock.elapsed() / 1000 - m_sent;
                 if (allowed <= 0) {
@@ -81,6 +85,7 @@ public:
             const QByteArray chunk =
                 m_file.isOpen() ? m_file.read(length) : m_response.body.mid(m_first + m_sent, length);
             if (!chunk.isEmpty()) {
+                *m_pathSent += chunk.size();
                 m_sent += chunk.size();
                 m_sentCounter += chunk.size();
                 m_socket->write(chunk);
@@ -92,9 +97,9 @@ public:
         m_finished = true;
         if (m_response.stallAfterBytes && !m_drop)
             return; // keep the connection open and silent
-        // Later: a TLS socket must not be torn down inside its own signal. A drop at an offset
-        // closes in order, so the client has every byte sent before the end arrives early.
-        if (m_response.abortAtOffset && m_sent == m_limit)
+        // Later: a TLS socket must not be torn down inside its own signal. An early close is
+        // in order, so the client has every byte sent before the end arrives early.
+        if (m_closeEarly)
             QMetaObject::invokeMethod(m_socket, &QTcpSocket::disconnectFromHost, Qt::QueuedConnection);
         else if (m_drop)
             QMetaObject::invokeMethod(m_socket, &QTcpSocket::abort, Qt::QueuedConnection);
@@ -109,10 +114,12 @@ private:
     qint64 m_first;
     qint64 m_limit;
     std::atomic<qint64> &m_sentCounter;
+    std::shared_ptr<qint64> m_pathSent;
     QElapsedTimer m_clock;
     qint64 m_sent = 0;
     bool m_finished = false;
     bool m_drop = false;
+    bool m_closeEarly = false;
     bool m_waiting = false;
 };
 
@@ -213,6 +220,7 @@ LocalHttpServer::~LocalHttpServer() = default;
 void LocalHttpServer::setResponse(const QString &path, const HttpResponse &response)
 {
     m_responses.insert(path.toUtf8(), response);
+    m_sentPerPath.remove(path.toUtf8());
 }
 
 QUrl LocalHttpServer::url(const QString &path) const
@@ -284,7 +292,10 @@ void LocalHttpServer::respond(QTcpSocket *socket, const HttpRequest &request)
     head += "\r\n";
     socket->write(head);
 
-    auto *writer =
-        new BodyWriter(socket, response, first, request.method == "HEAD" ? 0 : count, m_bodyBytesSent);
+    std::shared_ptr<qint64> &pathSent = m_sentPerPath[path];
+    if (!pathSent)
+        pathSent = std::make_shared<qint64>(0);
+    auto *writer = new BodyWriter(socket, response, first, request.method == "HEAD" ? 0 : count,
+                                  m_bodyBytesSent, pathSent);
     writer->writeMore();
 }

@@ -8,6 +8,7 @@
 #include <QUrl>
 
 #include <atomic>
+#include <memory>
 #include <optional>
 
 class QTcpServer;
@@ -29,8 +30,9 @@ struct HttpResponse {
     // Answer "Range: bytes=A-B" (or "A-") with 206 and that part, unless an If-Range names
     // another validator than this response's ETag or Last-Modified header.
     bool acceptRanges = false;
-    // Drop any connection whose body reaches this offset of the whole file.
-    std::optional<qint64> abortAtOffset;
+    // Once this many body bytes of the path have been sent over all its connections (since the
+    // response was set), every connection of it closes early, in order.
+    std::optional<qint64> dropAfterTotalBytes;
     // Limits each connection to this many body bytes a second (0: as fast as possible).
     qint64 bytesPerSecond = 0;
 
@@ -94,5 +96,6 @@ private:
     Transport m_transport;
     QHash<QByteArray, HttpResponse> m_responses;
     QList<HttpRequest> m_requests;
+    QHash<QByteArray, std::shared_ptr<qint64>> m_sentPerPath;
     std::atomic<qint64> m_bodyBytesSent = 0;
 };

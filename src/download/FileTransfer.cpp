@@ -22,8 +22,10 @@ const QString timedOutText = QStringLiteral("Превышен лимит вре�
 constexpr qint64 progressStep = 4 * 1024 * 1024;
 constexpr qint64 progressIntervalMilliseconds = 100;
 
-// How often the throughput is measured, which is also how often stalls are noticed.
+// How often stalls are checked and progress flushed; the throughput is measured over
+// several such samples.
 constexpr int sampleMilliseconds = 250;
+constexpr int samplesPerMeasurement = 2;
 // A connection is worth keeping when it raised the throughput by at least this share.
 constexpr double worthwhileGain = 1.15;
 // Politeness towards the server, whatever the measurements say.
@@ -103,8 +105,6 @@ void FileTransfer::start()
         m_plan = RangePlan::whole(-1);
     }
     m_received = m_plan.held();
-    m_sinceSample.start();
-    m_bytesAtSample = m_received;
     m_sampler.start();
 
     const std::optional<int> first = m_plan.takeGap();
@@ -205,7 +205,6 @@ void FileTransfer::restartFromZero(qint64 size)
     m_record = ResumeRecord{m_originalURL, size, {}, {}, {}};
     m_received = 0;
     m_reported = -1;
-    m_bytesAtSample = 0;
 }
 
 void FileTransfer::received(qint64 bytes)
@@ -258,24 +257,35 @@ void FileTransfer::sample()
         saveRecord();
     }
 
-    const double seconds = double(m_sinceSample.restart()) / 1000.0;
+    if (m_rangesConfirmed && m_growing)
+        adjustConnections();
+}
+
+void FileTransfer::adjustConnections()
+{
+    // After a change, one sample lets the new connections start up, the next ones measure.
+    ++m_samplesSinceChange;
+    if (m_samplesSinceChange == 1) {
+        m_bytesAtSample = m_received;
+        m_sinceSample.start();
+    }
+    if (m_samplesSinceChange < 1 + samplesPerMeasurement)
+        return;
+    const double seconds = double(m_sinceSample.elapsed()) / 1000.0;
     const double rate = seconds > 0 ? double(m_received - m_bytesAtSample) / seconds : 0;
-    m_bytesAtSample = m_received;
-    if (!m_rangesConfirmed || !m_growing)
-        return;
-    // The first sample after a change still holds the new connection's start-up.
-    if (++m_samplesSinceChange < 2)
-        return;
+
     if (m_rateBeforeChange > 0 && rate < m_rateBeforeChange * worthwhileGain) {
-        // The last connections did not pay for themselves (the link or this machine is the
-        // limit): they close, and their ranges go to whichever connection finishes first.
+        m_growing = false;
+        if (rate > m_rateBeforeChange)
+            return;
+        // The last connections gained nothing (the link or this machine is the limit): they
+        // close, and their ranges go to whichever connection finishes first.
         for (int i = 0; i < m_lastAdded && m_fetches.size() > 1; ++i) {
             RangeFetch *last = m_fetches.takeLast();
             last->stop();
             last->deleteLater();
             m_plan.release(last->segment());
         }
-        m_growing = false;
         return;
     }
     if (m_fetches.size() >= maximumConnections) {

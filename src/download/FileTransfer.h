@@ -77,6 +77,8 @@ private:
     bool addConnection();
     void restartFromZero(qint64 size);
     void sample();
+    // Doubles the connections while that raises the throughput enough.
+    void adjustConnections();
     void reportProgress(bool force);
     void saveRecord();
     void finish();

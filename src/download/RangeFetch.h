@@ -46,9 +46,9 @@ public:
     RangeFetch(Owner &owner, RangePlan &plan, int segment, int fileDescriptor, QObject *parent);
     ~RangeFetch() override;
 
-    // Asks for the segment's missing bytes; `ifRange` guards the request when not empty.
-    // Without `ranged` the request asks for nothing particular (a server that knows no
-    // ranges answers such a request the same way).
+    // Asks for the segment's missing bytes with a Range header, guarded by `ifRange` when not
+    // empty; a server that knows no ranges answers with the whole body, which the owner
+    // accepts in its place.
     void start(QNetworkAccessManager *network, const QUrl &url, const QByteArray &ifRange);
     // Stops without reporting anything.
     void stop();

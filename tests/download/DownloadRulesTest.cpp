@@ -1,7 +1,6 @@
 #include "download/ChecksumTool.h"
 #include "download/DownloadProgress.h"
 #include "download/RangePlan.h"
-#include "download/ResumeRecord.h"
 
 #include <QTest>
 
@@ -88,32 +87,6 @@ private slots:
         QCOMPARE(plan.segments(), expected);
         QCOMPARE(plan.held(), heldBefore);
         QVERIFY(!plan.complete());
-    }
-
-    // A record that claims more than its ranges span, or ranges outside the file, is unusable.
-    void resumeRecordsRoundTripAndRejectImpossibleRanges_data()
-    {
-        QTest::addColumn<std::vector<Segment>>("segments");
-        QTest::addColumn<bool>("usable");
-        QTest::newRow("two ranges") << std::vector<Segment>{{0, 5, 50, false}, {50, 60, 100, false}} << true;
-        QTest::newRow("position past its end") << std::vector<Segment>{{0, 51, 50, false}} << false;
-        QTest::newRow("position before its start") << std::vector<Segment>{{10, 5, 50, false}} << false;
-        QTest::newRow("beyond the size") << std::vector<Segment>{{0, 5, 101, false}} << false;
-        QTest::newRow("no ranges") << std::vector<Segment>{} << false;
-    }
-    void resumeRecordsRoundTripAndRejectImpossibleRanges()
-    {
-        QFETCH(std::vector<Segment>, segments);
-        QFETCH(bool, usable);
-        const ResumeRecord record{QUrl(QStringLiteral("https://example.com/a.ipsw")), 100, "\"e\"", "Mon",
-                                  segments};
-        const std::optional<ResumeRecord> read = ResumeRecord::fromJson(record.toJson());
-        QCOMPARE(read.has_value(), usable);
-        if (read) {
-            QCOMPARE(read->segments, segments);
-            QCOMPARE(read->validator(), QByteArray("\"e\""));
-            QCOMPARE(read->held(), qint64(15));
-        }
     }
 };
 

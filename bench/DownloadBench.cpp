@@ -1,7 +1,9 @@
 #include "Bench.h"
 
 #include "download/DownloadManager.h"
+#include "download/ResumeRecord.h"
 #include "support/FakeTools.h"
+#include "support/LocalHttpServer.h"
 #include "support/TestPaths.h"
 
 #include <QCryptographicHash>
@@ -12,28 +14,27 @@
 #include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QTextStream>
+#include <QThread>
 
 #include <cstring>
-#include <optional>
-#include <thread>
-#include <vector>
+#include <ctime>
+#include <memory>
 
-#include <arpa/inet.h>
-#include <fcntl.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#ifdef Q_OS_LINUX
-#include <sys/sendfile.h>
-#endif
+#include <pthread.h>
+#include <sys/resource.h>
 
 namespace {
 
+constexpr qint64 mebibyte = 1024 * 1024;
 constexpr qint64 imageSize = qint64(1) << 30;
-constexpr int rounds = 3;
+// Every side of a comparison runs this many rounds and keeps its best.
+const int rounds = qEnvironmentVariableIsSet("CORVALIN_BENCH_ROUNDS")
+                       ? qEnvironmentVariableIntValue("CORVALIN_BENCH_ROUNDS")
+                       : 3;
+const int limitedRounds = qMin(rounds, 2);
+constexpr qint64 perConnectionLimit = 20 * mebibyte;
 const QString imageName = QStringLiteral("Watch6,1_Restore.ipsw");
+const QByteArray imageTag = "\"bench-1\"";
 
 // Writes `size` bytes of incompressible data and returns their SHA-256 digest.
 QString writeImage(const QString &path, qint64 size)
@@ -53,102 +54,64 @@ QString writeImage(const QString &path, qint64 size)
     return QString::fromLatin1(hash.result().toHex());
 }
 
-// Hands the whole file to the socket: Linux lets the kernel copy it, elsewhere a plain loop.
-bool sendWholeFile(int client, int file, qint64 size)
+double cpuSeconds(clockid_t clock)
 {
-#ifdef Q_OS_LINUX
-    off_t offset = 0;
-    while (offset < size) {
-        if (::sendfile(client, file, &offset, size_t(size - offset)) <= 0)
-            return false;
-    }
-    return true;
-#else
-    std::vector<char> buffer(1 << 20);
-    for (qint64 sent = 0; sent < size;) {
-        const ssize_t read = ::read(file, buffer.data(), buffer.size());
-        if (read <= 0)
-            return false;
-        for (ssize_t written = 0; written < read;) {
-            const ssize_t now = ::send(client, buffer.data() + written, size_t(read - written), 0);
-            if (now <= 0)
-                return false;
-            written += now;
-        }
-        sent += read;
-    }
-    return true;
-#endif
+    timespec now{};
+    clock_gettime(clock, &now);
+    return double(now.tv_sec) + double(now.tv_nsec) / 1e9;
 }
 
-// A minimal HTTP/1.1 file server on its own thread that leaves the copying to the kernel where
-// it can, so serving costs little CPU and both clients are measured, not the server.
-class SendfileServer {
-public:
-    explicit SendfileServer(QString path) : m_path(std::move(path))
-    {
-        m_listener = ::socket(AF_INET, SOCK_STREAM, 0);
-        const int yes = 1;
-        ::setsockopt(m_listener, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        ::bind(m_listener, reinterpret_cast<sockaddr *>(&address), sizeof address);
-        ::listen(m_listener, 8);
-        socklen_t length = sizeof address;
-        ::getsockname(m_listener, reinterpret_cast<sockaddr *>(&address), &length);
-        m_port = ntohs(address.sin_port);
-        m_thread = std::thread([this] { serve(); });
-    }
-    ~SendfileServer()
-    {
-        ::shutdown(m_listener, SHUT_RDWR);
-        ::close(m_listener);
-        m_thread.join();
-    }
-    SendfileServer(const SendfileServer &) = delete;
-    SendfileServer &operator=(const SendfileServer &) = delete;
+double usageSeconds(int who)
+{
+    rusage usage{};
+    getrusage(who, &usage);
+    return double(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
+           double(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
+}
 
-    quint16 port() const { return m_port; }
+// The local test server on a thread of its own, so that serving does not compete with the
+// manager for its event loop, and with its CPU time measurable apart from the clients'.
+class ServerThread {
+public:
+    ServerThread(LocalHttpServer::Transport transport, const HttpResponse &response)
+    {
+        m_thread.start();
+        auto *context = new QObject;
+        context->moveToThread(&m_thread);
+        QMetaObject::invokeMethod(
+            context,
+            [&] {
+                m_server = new LocalHttpServer(transport);
+                m_server->setResponse(QLatin1Char('/') + imageName, response);
+                pthread_getcpuclockid(pthread_self(), &m_clock);
+            },
+            Qt::BlockingQueuedConnection);
+        context->deleteLater();
+    }
+    ~ServerThread()
+    {
+        QMetaObject::invokeMethod(
+            m_server, [this] { delete m_server; }, Qt::BlockingQueuedConnection);
+        m_thread.quit();
+        m_thread.wait();
+    }
+    ServerThread(const ServerThread &) = delete;
+    ServerThread &operator=(const ServerThread &) = delete;
+
+    void setResponse(const HttpResponse &response)
+    {
+        QMetaObject::invokeMethod(
+            m_server, [&] { m_server->setResponse(QLatin1Char('/') + imageName, response); },
+            Qt::BlockingQueuedConnection);
+    }
+    QUrl url() const { return m_server->url(QLatin1Char('/') + imageName); }
+    qint64 bodyBytesSent() const { return m_server->bodyBytesSent(); }
+    double cpu() const { return cpuSeconds(m_clock); }
 
 private:
-    void serve()
-    {
-        for (;;) {
-            const int client = ::accept(m_listener, nullptr, nullptr);
-            if (client < 0)
-                return;
-            answer(client);
-            ::close(client);
-        }
-    }
-
-    void answer(int client)
-    {
-        QByteArray head;
-        char buffer[4096];
-        while (!head.contains("\r\n\r\n")) {
-            const ssize_t received = ::recv(client, buffer, sizeof buffer, 0);
-            if (received <= 0)
-                return;
-            head.append(buffer, received);
-        }
-        const int file = ::open(QFile::encodeName(m_path).constData(), O_RDONLY);
-        if (file < 0)
-            return;
-        struct stat info {};
-        ::fstat(file, &info);
-        const QByteArray response = "HTTP/1.1 200 OK\r\nConnection: close\r\nContent-Length: " +
-                                    QByteArray::number(qint64(info.st_size)) + "\r\n\r\n";
-        if (::send(client, response.constData(), size_t(response.size()), 0) == response.size())
-            sendWholeFile(client, file, qint64(info.st_size));
-        ::close(file);
-    }
-
-    QString m_path;
-    int m_listener = -1;
-    quint16 m_port = 0;
-    std::thread m_thread;
+    QThread m_thread;
+    LocalHttpServer *m_server = nullptr;
+    clockid_t m_clock{};
 };
 
 // Kibibytes from a line of /proc/self/status such as "VmHWM:  123 kB"; 0 elsewhere.
@@ -172,110 +135,214 @@ void resetPeakResidentMemory()
         clearRefs.write("5");
 }
 
+struct Run {
+    double seconds = 1e9;
+    double cpuSeconds = 1e9;
+    bool ok = true;
+    double residentGrowthMiB = 0;
+
+    // Keeps the better time and the better CPU figure of two rounds, and any failure.
+    void keepBest(const Run &other)
+    {
+        seconds = qMin(seconds, other.seconds);
+        cpuSeconds = qMin(cpuSeconds, other.cpuSeconds);
+        ok &= other.ok;
+        residentGrowthMiB = qMax(residentGrowthMiB, other.residentGrowthMiB);
+    }
+    double mebibytesPerSecond() const { return double(imageSize) / double(mebibyte) / seconds; }
+    double cpuPerGiB() const { return cpuSeconds * double(qint64(1) << 30) / double(imageSize); }
+};
+
 double secondsOf(const QElapsedTimer &timer)
 {
     return double(timer.nsecsElapsed()) / 1e9;
 }
 
-double mebibytesPerSecond(double seconds)
+// curl -o, then shasum -a 256 of what it wrote: what a technician would do by hand.
+Run downloadWithCurl(const ServerThread &server, const QString &output, const QString &digest)
 {
-    return double(imageSize) / (1024.0 * 1024.0) / seconds;
+    Run run;
+    const double childrenBefore = usageSeconds(RUSAGE_CHILDREN);
+    QElapsedTimer timer;
+    timer.start();
+    const int status =
+        QProcess::execute(QStringLiteral("curl"), {QStringLiteral("-sS"), QStringLiteral("--cacert"),
+                                                   LocalHttpServer::testCertificatePath(),
+                                                   QStringLiteral("-o"), output, server.url().toString()});
+    QProcess shasum;
+    shasum.start(QStringLiteral("/usr/bin/shasum"), {QStringLiteral("-a"), QStringLiteral("256"), output});
+    shasum.waitForFinished(-1);
+    run.seconds = secondsOf(timer);
+    run.cpuSeconds = usageSeconds(RUSAGE_CHILDREN) - childrenBefore;
+    run.ok = status == 0 && shasum.readAllStandardOutput().startsWith(digest.toLatin1());
+    QFile::remove(output);
+    return run;
 }
 
-struct ManagerRun {
-    double seconds = 0;
-    bool ok = false;
-    double residentGrowthMiB = 0;
-};
-
-ManagerRun downloadWithManager(const QUrl &url, const QString &sha256)
+WatchFirmware benchFirmware(const QUrl &url, const QString &sha256)
 {
-    DownloadManager manager;
     WatchFirmware firmware;
     firmware.productType = QStringLiteral("Watch6,1");
     firmware.downloadURL = url;
     firmware.filename = imageName;
     firmware.sha256 = sha256;
+    firmware.size = imageSize;
+    return firmware;
+}
 
+// One start of the manager, verification included; the CPU of the server's thread is not counted.
+Run downloadWithManager(const ServerThread &server, const QString &digest, bool keepFile = false)
+{
+    DownloadManager manager;
     const qint64 baseline = statusKiB("VmRSS");
     resetPeakResidentMemory();
-    ManagerRun run;
+    const double processBefore = usageSeconds(RUSAGE_SELF);
+    const double childrenBefore = usageSeconds(RUSAGE_CHILDREN);
+    const double serverBefore = server.cpu();
+    Run run;
     QEventLoop loop;
     QElapsedTimer timer;
     timer.start();
-    manager.start(firmware, [&](const Result<QString> &result) {
+    manager.start(benchFirmware(server.url(), digest), [&](const Result<QString> &result) {
         run.seconds = secondsOf(timer);
         run.ok = result.ok();
-        if (result.ok())
+        if (result.ok() && !keepFile)
             QFile::remove(result.value());
         loop.quit();
     });
     loop.exec();
+    run.cpuSeconds = (usageSeconds(RUSAGE_SELF) - processBefore) - (server.cpu() - serverBefore) +
+                     (usageSeconds(RUSAGE_CHILDREN) - childrenBefore);
     run.residentGrowthMiB = double(statusKiB("VmHWM") - baseline) / 1024.0;
     return run;
 }
 
-} // namespace
-
-// Throughput of one large download against curl on the same local server, and the manager's
-// memory: the image must stream to disk, never into memory.
-CORVALIN_BENCHMARK(downloadManagerVersusCurl)
-{
+// The served image, a private cache folder and a real shasum, for one benchmark.
+struct BenchSetup {
     QTemporaryDir work;
-    const QString served = QDir(work.path()).filePath(QStringLiteral("served"));
-    QDir().mkpath(served);
-    const QString digest = writeImage(QDir(served).filePath(imageName), imageSize);
+    TestPaths paths;
+    QString served;
+    QString digest;
+    QString curlOutput;
 
-    std::optional<SendfileServer> server(std::in_place, QDir(served).filePath(imageName));
-    const QUrl url(QStringLiteral("http://127.0.0.1:%1/%2").arg(server->port()).arg(imageName));
-
-    const QString curlOutput = QDir(work.path()).filePath(QStringLiteral("curl.ipsw"));
-    TestPaths paths; // the cache folder lives in its own temporary tree
-    FakeToolBehaviour realDigest;
-    realDigest.extraShell = "exec /usr/bin/shasum \"$@\"";
-
-    // The machine is shared, so the two clients alternate and each keeps its best round.
-    double curlSeconds = 1e9;
-    bool allComplete = true;
-    ManagerRun unverified{1e9, true, 0};
-    for (int round = 0; round < rounds; ++round) {
-        QElapsedTimer timer;
-        timer.start();
-        const int curlStatus =
-            QProcess::execute(QStringLiteral("curl"),
-                              {QStringLiteral("-sS"), QStringLiteral("-o"), curlOutput, url.toString()});
-        curlSeconds = qMin(curlSeconds, secondsOf(timer));
-        allComplete &= curlStatus == 0 && QFile(curlOutput).size() == imageSize;
-        QFile::remove(curlOutput);
-
-        FakeTools::write(paths.shasum(), FakeToolBehaviour{}); // prints no digest; none is expected
-        const ManagerRun run = downloadWithManager(url, QString());
-        allComplete &= run.ok;
-        unverified.seconds = qMin(unverified.seconds, run.seconds);
-        unverified.residentGrowthMiB = qMax(unverified.residentGrowthMiB, run.residentGrowthMiB);
+    BenchSetup()
+    {
+        served = QDir(work.path()).filePath(imageName);
+        digest = writeImage(served, imageSize);
+        curlOutput = QDir(work.path()).filePath(QStringLiteral("curl.ipsw"));
+        FakeToolBehaviour realDigest;
+        realDigest.extraShell = "exec /usr/bin/shasum \"$@\"";
+        FakeTools::write(paths.shasum(), realDigest);
     }
 
-    FakeTools::write(paths.shasum(), realDigest);
-    const ManagerRun verified = downloadWithManager(url, digest);
-    allComplete &= verified.ok;
+    HttpResponse response(qint64 bytesPerSecond = 0) const
+    {
+        HttpResponse response;
+        response.bodyFile = served;
+        response.acceptRanges = true;
+        response.bytesPerSecond = bytesPerSecond;
+        response.headers = {{"ETag", imageTag}};
+        return response;
+    }
+};
 
-    server.reset();
-    QFile::remove(QDir(served).filePath(imageName));
+// Both clients against the same server, alternating, each keeping its best of `count` rounds.
+std::pair<Run, Run> compare(const BenchSetup &setup, const ServerThread &server, int count)
+{
+    Run curl;
+    Run manager;
+    for (int round = 0; round < count; ++round) {
+        curl.keepBest(downloadWithCurl(server, setup.curlOutput, setup.digest));
+        const Run run = downloadWithManager(server, setup.digest);
+        manager.keepBest(run);
+        manager.residentGrowthMiB = qMax(manager.residentGrowthMiB, run.residentGrowthMiB);
+    }
+    if (!curl.ok || !manager.ok)
+        QTextStream(stdout) << "a download failed or came out wrong" << Qt::endl;
+    return {curl, manager};
+}
 
-    if (!allComplete)
-        QTextStream(stdout) << "a download failed or came out incomplete" << Qt::endl;
-    const double curlRate = mebibytesPerSecond(curlSeconds);
-    Bench::report(QStringLiteral("curl -o, best round"), curlRate, QStringLiteral("MiB/s"));
-    Bench::report(QStringLiteral("manager without verification, best round"),
-                  mebibytesPerSecond(unverified.seconds), QStringLiteral("MiB/s"));
-    Bench::report(QStringLiteral("manager with verification"), mebibytesPerSecond(verified.seconds),
+void reportComparison(const Run &curl, const Run &manager)
+{
+    Bench::report(QStringLiteral("curl -o + shasum, best round"), curl.mebibytesPerSecond(),
                   QStringLiteral("MiB/s"));
-    Bench::report(QStringLiteral("ratio to curl without verification"),
-                  mebibytesPerSecond(unverified.seconds) / curlRate, QStringLiteral("x"));
-    Bench::report(QStringLiteral("ratio to curl with verification"),
-                  mebibytesPerSecond(verified.seconds) / curlRate, QStringLiteral("x"));
-    Bench::report(QStringLiteral("peak resident growth without verification, worst round"),
-                  unverified.residentGrowthMiB, QStringLiteral("MiB"));
-    Bench::report(QStringLiteral("peak resident growth with verification"), verified.residentGrowthMiB,
+    Bench::report(QStringLiteral("manager with verification, best round"), manager.mebibytesPerSecond(),
+                  QStringLiteral("MiB/s"));
+    Bench::report(QStringLiteral("throughput, manager / curl"),
+                  manager.mebibytesPerSecond() / curl.mebibytesPerSecond(), QStringLiteral("x"));
+}
+
+} // namespace
+
+// A server that limits each connection, as some CDNs do: several connections on ranges pay off.
+CORVALIN_BENCHMARK(downloadRateLimitedPerConnection)
+{
+    BenchSetup setup;
+    ServerThread server(LocalHttpServer::Transport::plain, setup.response(perConnectionLimit));
+    const auto [curl, manager] = compare(setup, server, limitedRounds);
+    Bench::report(QStringLiteral("limit per connection"), double(perConnectionLimit) / double(mebibyte),
+                  QStringLiteral("MiB/s"));
+    reportComparison(curl, manager);
+}
+
+// No limit: the manager must keep up with curl, and stream to disk without holding the file.
+CORVALIN_BENCHMARK(downloadUnlimited)
+{
+    BenchSetup setup;
+    ServerThread server(LocalHttpServer::Transport::plain, setup.response());
+    const auto [curl, manager] = compare(setup, server, rounds);
+    reportComparison(curl, manager);
+    Bench::report(QStringLiteral("manager peak resident growth, worst round"), manager.residentGrowthMiB,
+                  QStringLiteral("MiB"));
+}
+
+// The real links are https: throughput and CPU per GiB against curl over TLS.
+CORVALIN_BENCHMARK(downloadUnlimitedTls)
+{
+    BenchSetup setup;
+    LocalHttpServer::trustTestCertificate();
+    ServerThread server(LocalHttpServer::Transport::tls, setup.response());
+    const auto [curl, manager] = compare(setup, server, rounds);
+    reportComparison(curl, manager);
+    Bench::report(QStringLiteral("curl + shasum CPU per GiB, best round"), curl.cpuPerGiB(),
+                  QStringLiteral("s"));
+    Bench::report(QStringLiteral("manager CPU per GiB (verification included), best round"),
+                  manager.cpuPerGiB(), QStringLiteral("s"));
+    Bench::report(QStringLiteral("CPU per GiB, manager / curl"), manager.cpuPerGiB() / curl.cpuPerGiB(),
+                  QStringLiteral("x"));
+}
+
+// The server drops the connection at 60 %: the next start fetches only what is missing.
+CORVALIN_BENCHMARK(downloadResumedAfterDrop)
+{
+    BenchSetup setup;
+    HttpResponse dropping = setup.response(perConnectionLimit);
+    dropping.dropAfterTotalBytes = imageSize * 6 / 10;
+    ServerThread server(LocalHttpServer::Transport::plain, dropping);
+
+    const Run interrupted = downloadWithManager(server, setup.digest);
+    const std::optional<ResumeRecord> record = PartialDownloads::load(server.url());
+    const qint64 held = record ? record->held() : 0;
+    qint64 largestRange = 0;
+    if (record) {
+        for (const Segment &segment : record->segments)
+            largestRange = qMax(largestRange, segment.end - segment.start);
+    }
+
+    server.setResponse(setup.response(perConnectionLimit));
+    const qint64 sentBefore = server.bodyBytesSent();
+    const Run resumed = downloadWithManager(server, setup.digest);
+    const qint64 sentAgain = server.bodyBytesSent() - sentBefore;
+    if (interrupted.ok || !resumed.ok)
+        QTextStream(stdout) << "the interruption or the resumed download did not behave" << Qt::endl;
+
+    const double toMiB = 1.0 / double(mebibyte);
+    Bench::report(QStringLiteral("held after the drop"), double(held) * toMiB, QStringLiteral("MiB"));
+    Bench::report(QStringLiteral("ranges in the record"), record ? double(record->segments.size()) : 0,
+                  QStringLiteral(""));
+    Bench::report(QStringLiteral("largest range"), double(largestRange) * toMiB, QStringLiteral("MiB"));
+    Bench::report(QStringLiteral("transferred by the resumed start"), double(sentAgain) * toMiB,
+                  QStringLiteral("MiB"));
+    Bench::report(QStringLiteral("beyond the missing 40 %"), double(sentAgain - imageSize * 4 / 10) * toMiB,
                   QStringLiteral("MiB"));
 }

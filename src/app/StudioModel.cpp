@@ -108,6 +108,7 @@ QCoro::Task<> StudioModel::refreshCatalog()
     if (result.ok()) {
         const QList<WatchFirmware> &list = result.value();
         setFirmware(list);
+        m_downloader->keepPartialDownloadsOf(list);
         if (auto match = firmwareOfConnectedWatch(list))
             setSelectedFirmware(*match);
         else if (!m_selectedFirmware && !list.isEmpty())

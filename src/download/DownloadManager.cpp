@@ -4,6 +4,7 @@
 #include "download/ChecksumTool.h"
 #include "download/DownloadProgress.h"
 #include "download/FileTransfer.h"
+#include "download/ResumeRecord.h"
 #include "tools/ToolLocator.h"
 
 #include <QDir>
@@ -100,7 +101,9 @@ void DownloadManager::start(const WatchFirmware &firmware, DownloadCompletion co
         livePartialFiles << transfer->partialPath();
     FileTransfer::removeStalePartialFiles(folder, livePartialFiles);
 
-    auto *transfer = new FileTransfer(network(), firmware.downloadURL, folder, this);
+    PartialDownloads::removeStale(std::nullopt, {firmware.downloadURL});
+
+    auto *transfer = new FileTransfer(network(), firmware.downloadURL, firmware.size, this);
     connect(transfer, &FileTransfer::progressed, this, &DownloadManager::handleProgress);
     // Direct: the partial file is gone once the signal returns, so it is moved right here.
     connect(transfer, &FileTransfer::bodySaved, this, [this, transfer](const QString &partialPath) {
@@ -109,6 +112,17 @@ void DownloadManager::start(const WatchFirmware &firmware, DownloadCompletion co
     connect(transfer, &FileTransfer::failed, this, &DownloadManager::handleTransferFailed);
     m_task = transfer;
     transfer->start();
+}
+
+void DownloadManager::keepPartialDownloadsOf(const QList<WatchFirmware> &catalogue)
+{
+    QList<QUrl> wanted;
+    for (const WatchFirmware &firmware : catalogue)
+        wanted << firmware.downloadURL;
+    QList<QUrl> live;
+    for (const FileTransfer *transfer : findChildren<FileTransfer *>(Qt::FindDirectChildrenOnly))
+        live << transfer->originalURL();
+    PartialDownloads::removeStale(wanted, live);
 }
 
 void DownloadManager::cancel()

@@ -42,6 +42,9 @@ public:
     std::optional<QString> existingFile(const WatchFirmware &firmware) const;
     void start(const WatchFirmware &firmware, DownloadCompletion completion);
     void cancel();
+    // Partial data of firmware no longer offered (and of anything older than a week) is
+    // removed; a running transfer keeps its own.
+    void keepPartialDownloadsOf(const QList<WatchFirmware> &catalogue);
 
 signals:
     void isDownloadingChanged();

@@ -1,175 +1,377 @@
 #include "download/FileTransfer.h"
 
+#include "download/FreeSpace.h"
+
 #include <QDir>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
-#include <QNetworkRequest>
-#include <QUuid>
 
 namespace {
 
-// Hidden, so nobody browsing the cache mistakes a partial file for an image, and with a
-// prefix of our own so a later run can tell which leftovers are ours to remove.
-const QString partialPrefix = QStringLiteral(".corvalin-");
-const QString partialSuffix = QStringLiteral(".part");
-
-// How much the network layer may buffer ahead of the disk. Large enough to keep a fast link
-// busy, small enough that a stalled disk cannot grow memory.
-constexpr qint64 readBufferSize = 4 * 1024 * 1024;
-constexpr qsizetype chunkSize = 1024 * 1024;
+// Hidden files that earlier versions kept in the firmware folder while downloading.
+const QString legacyPartialPrefix = QStringLiteral(".corvalin-");
+const QString legacyPartialSuffix = QStringLiteral(".part");
 
 // A transfer that receives nothing for a minute fails instead of hanging on a dead connection.
-constexpr int idleTimeoutMilliseconds = 60 * 1000;
+std::chrono::milliseconds stallTimeout = std::chrono::seconds(60);
+const QString timedOutText = QStringLiteral("Превышен лимит времени на запрос.");
 
-// Errors that Qt derives from the HTTP status of a response that did arrive. Such a response
-// still has a body, and that body is what gets saved and verified.
-bool isHttpStatusError(QNetworkReply::NetworkError error)
+// Progress reaches the receiver in steps of this size, or after this long with anything new:
+// a fast link delivers many small chunks a second, and each step costs the receiver a job on
+// its thread, while a slow one should still move the bar.
+constexpr qint64 progressStep = 4 * 1024 * 1024;
+constexpr qint64 progressIntervalMilliseconds = 100;
+
+// How often stalls are checked and progress flushed; the throughput is measured over
+// several such samples.
+constexpr int sampleMilliseconds = 250;
+constexpr int samplesPerMeasurement = 2;
+// A connection is worth keeping when it raised the throughput by at least this share.
+constexpr double worthwhileGain = 1.15;
+// Politeness towards the server, whatever the measurements say.
+constexpr int maximumConnections = 16;
+// A range is never split into pieces smaller than this.
+constexpr qint64 minimumPiece = 4 * 1024 * 1024;
+// The record on disk lags the data by at most this many samples.
+constexpr int samplesPerSave = 3;
+
+bool validatorsAgree(const ResumeRecord &record, const RangeAnswer &answer)
 {
-    const int code = int(error);
-    return (code >= QNetworkReply::ContentAccessDenied && code <= QNetworkReply::UnknownContentError &&
-            error != QNetworkReply::ContentReSendError) ||
-           (code >= QNetworkReply::InternalServerError && code <= QNetworkReply::UnknownServerError);
+    if (!record.etag.isEmpty())
+        return answer.etag == record.etag;
+    if (!record.lastModified.isEmpty())
+        return answer.lastModified == record.lastModified;
+    return true;
 }
 
 } // namespace
 
-FileTransfer::FileTransfer(QNetworkAccessManager *network, QUrl url, const QString &folder, QObject *parent)
-    : QObject(parent), m_network(network), m_originalURL(std::move(url)),
-      m_partialPath(QDir(folder).filePath(partialPrefix + QUuid::createUuid().toString(QUuid::WithoutBraces) +
-                                          partialSuffix)),
-      m_file(m_partialPath)
-{}
+void FileTransfer::Testing::setStallTimeout(std::chrono::milliseconds timeout)
+{
+    stallTimeout = timeout;
+}
+
+FileTransfer::FileTransfer(QNetworkAccessManager *network, QUrl url, qint64 expectedSize, QObject *parent)
+    : QObject(parent), m_network(network), m_originalURL(std::move(url)), m_expectedSize(expectedSize),
+      m_partialPath(PartialDownloads::dataPath(m_originalURL)), m_file(m_partialPath)
+{
+    m_sampler.setInterval(sampleMilliseconds);
+    connect(&m_sampler, &QTimer::timeout, this, &FileTransfer::sample);
+}
 
 FileTransfer::~FileTransfer()
 {
-    if (m_reply) {
-        m_reply->disconnect(this);
-        m_reply->abort();
-        delete m_reply;
+    // Quitting keeps what was received, for the next run to continue.
+    if (!m_done) {
+        stopAll();
+        saveRecord();
     }
-    discardPartialFile();
 }
 
 void FileTransfer::start()
 {
-    // Unbuffered: every chunk goes to the file in one write, with no extra copy.
-    if (!m_file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered)) {
-        fail(Failure::platform(Failure::Domain::fileSystem, m_file.errorString(), int(m_file.error())));
+    std::optional<ResumeRecord> record = PartialDownloads::load(m_originalURL);
+    // Bytes that cannot be tied to the file served now, or that disagree with the catalogue's
+    // size, are worth nothing.
+    if (record && (record->validator().isEmpty() ||
+                   (m_expectedSize > 0 && record->size >= 0 && record->size != m_expectedSize)))
+        record.reset();
+    const qint64 held = record ? record->held() : 0;
+
+    if (auto failure =
+            FreeSpace::check(PartialDownloads::folder(), m_expectedSize > 0 ? m_expectedSize - held : 0)) {
+        m_done = true;
+        emit failed(*failure);
+        deleteLater();
         return;
     }
-    m_buffer.resize(chunkSize);
 
-    QNetworkRequest request(m_originalURL);
-    // Follows http→http and https→https redirects, but never from https down to http.
-    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::NoLessSafeRedirectPolicy);
-    request.setTransferTimeout(idleTimeoutMilliseconds);
-    // One large stream gains nothing from multiplexing, and HTTP/1.1 keeps Qt's fastest path.
-    request.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
+    QIODevice::OpenMode mode = QIODevice::ReadWrite | QIODevice::Unbuffered;
+    if (!record)
+        mode |= QIODevice::Truncate;
+    if (!m_file.open(mode)) {
+        m_done = true;
+        emit failed(
+            Failure::platform(Failure::Domain::fileSystem, m_file.errorString(), int(m_file.error())));
+        deleteLater();
+        return;
+    }
 
-    m_reply = m_network->get(request);
-    m_reply->setReadBufferSize(readBufferSize);
-    connect(m_reply, &QNetworkReply::readyRead, this, &FileTransfer::writeAvailable);
-    connect(m_reply, &QNetworkReply::finished, this, &FileTransfer::handleReplyFinished);
+    if (record) {
+        m_record = *record;
+        m_plan = RangePlan(record->segments);
+    } else {
+        m_record = ResumeRecord{m_originalURL, -1, {}, {}, {}};
+        m_plan = RangePlan::whole(-1);
+    }
+    m_received = m_plan.held();
+    m_sampler.start();
+
+    const std::optional<int> first = m_plan.takeGap();
+    if (!first) {
+        finish(); // everything was already held: only the verification was missing
+        return;
+    }
+    launch(*first, m_network);
 }
 
 void FileTransfer::abort()
 {
-    // The reply reports the cancellation through finished, synchronously.
-    if (m_reply)
-        m_reply->abort();
+    if (m_done)
+        return;
+    m_cancelled = true;
+    // The network layer reports the cancellation synchronously, with its own description.
+    if (!m_fetches.isEmpty())
+        m_fetches.first()->abort();
+    if (!m_done)
+        fail(Failure::platform(Failure::Domain::network, QStringLiteral("Operation canceled"),
+                               int(QNetworkReply::OperationCanceledError)));
 }
 
-void FileTransfer::writeAvailable()
+void FileTransfer::launch(int segment, QNetworkAccessManager *network)
 {
-    bool wrote = false;
-    while (!m_done && m_reply && m_reply->bytesAvailable() > 0) {
-        const qint64 read = m_reply->read(m_buffer.data(), m_buffer.size());
-        if (read <= 0)
-            break;
-        if (m_file.write(m_buffer.constData(), read) != read) {
-            fail(Failure::platform(Failure::Domain::fileSystem, m_file.errorString(), int(m_file.error())));
-            return;
+    if (!network)
+        network = new QNetworkAccessManager(this);
+    auto *fetch = new RangeFetch(*this, m_plan, segment, m_file.handle(), this);
+    m_fetches.append(fetch);
+    const QByteArray guard = m_plan.segment(segment).position > 0 ? m_record.validator() : QByteArray();
+    fetch->start(network, m_originalURL, guard);
+}
+
+bool FileTransfer::addConnection()
+{
+    std::optional<int> segment = m_plan.takeGap();
+    if (!segment)
+        segment = m_plan.split(minimumPiece);
+    if (!segment)
+        return false;
+    launch(*segment, nullptr);
+    return true;
+}
+
+void FileTransfer::answered(RangeFetch *fetch, const RangeAnswer &answer)
+{
+    const Segment &segment = m_plan.segment(fetch->segment());
+    const bool continues = answer.partial && answer.firstByte == segment.position && answer.size >= 0 &&
+                           (m_record.size < 0 || answer.size == m_record.size) &&
+                           validatorsAgree(m_record, answer);
+    if (m_rangesConfirmed) {
+        // A further connection must see the very file the first one saw.
+        if (!continues) {
+            m_cancelled = true; // nothing held can be trusted any more
+            fail(Failure::platform(Failure::Domain::network,
+                                   QStringLiteral("The file on the server changed during the download"),
+                                   int(QNetworkReply::ContentConflictError)));
         }
-        m_written += read;
-        wrote = true;
+        return;
     }
-    // Reported per chunk written, not through Qt's own progress signal, which is rate-limited
-    // and invents a total at the end when the server never announced one.
-    if (wrote && !m_done)
-        emit progressed(m_written, announcedLength());
+
+    if (continues) {
+        m_rangesConfirmed = true;
+        m_record.size = answer.size;
+        m_record.etag = answer.etag;
+        m_record.lastModified = answer.lastModified;
+        if (segment.end < 0)
+            m_plan.setEnd(fetch->segment(), answer.size);
+        if (m_received > 0)
+            reportProgress(true); // progress continues from what was held
+
+        return;
+    }
+
+    if (answer.partial) {
+        // A range of a different file: that body is no use, start again with a plain request.
+        m_fetches.removeOne(fetch);
+        fetch->stop();
+        fetch->deleteLater();
+        restartFromZero(-1);
+        launch(0, fetch->network());
+        return;
+    }
+
+    // The whole body (no range support, changed validators, or an error page): it replaces
+    // whatever was held, on this one connection.
+    restartFromZero(answer.size);
+    fetch->setSegment(0);
+    m_record.etag = answer.etag;
+    m_record.lastModified = answer.lastModified;
 }
 
-qint64 FileTransfer::announcedLength() const
+void FileTransfer::restartFromZero(qint64 size)
 {
-    bool known = false;
-    const qint64 length = m_reply->header(QNetworkRequest::ContentLengthHeader).toLongLong(&known);
-    return known ? length : -1;
+    m_file.resize(0);
+    m_plan = RangePlan::whole(size);
+    m_plan.takeGap();
+    m_record = ResumeRecord{m_originalURL, size, {}, {}, {}};
+    m_received = 0;
+    m_reported = -1;
 }
 
-void FileTransfer::handleReplyFinished()
+void FileTransfer::received(qint64 bytes)
+{
+    m_received += bytes;
+    reportProgress(false);
+}
+
+void FileTransfer::segmentDone(RangeFetch *fetch)
+{
+    m_fetches.removeOne(fetch);
+    fetch->deleteLater();
+    if (m_plan.complete()) {
+        finish();
+        return;
+    }
+    // The connection count stays what the measurements chose: this one takes other work.
+    std::optional<int> next = m_plan.takeGap();
+    if (!next && m_rangesConfirmed)
+        next = m_plan.split(minimumPiece);
+    if (next)
+        launch(*next, fetch->network());
+}
+
+void FileTransfer::fetchFailed(RangeFetch *, const Failure &failure)
+{
+    fail(failure);
+}
+
+void FileTransfer::sample()
 {
     if (m_done)
         return;
-    const QNetworkReply::NetworkError error = m_reply->error();
-    const bool bodyArrived =
-        error == QNetworkReply::NoError ||
-        (isHttpStatusError(error) && m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).isValid());
-    if (!bodyArrived) {
-        fail(Failure::platform(Failure::Domain::network, m_reply->errorString(), int(error)));
+    for (const RangeFetch *fetch : std::as_const(m_fetches)) {
+        if (fetch->millisecondsSinceData() >= stallTimeout.count()) {
+            fail(Failure::platform(Failure::Domain::network, timedOutText, int(QNetworkReply::TimeoutError)));
+            return;
+        }
+    }
+
+    // Connections hand over their data in batches; what is left over is written now, so that
+    // a slow link still moves the bar and the record stays close behind.
+    for (RangeFetch *fetch : QList<RangeFetch *>(m_fetches))
+        fetch->readAvailable();
+    if (m_done)
+        return;
+    reportProgress(false);
+    if (++m_samplesSinceSave >= samplesPerSave) {
+        m_samplesSinceSave = 0;
+        saveRecord();
+    }
+
+    if (m_rangesConfirmed && m_growing)
+        adjustConnections();
+}
+
+void FileTransfer::adjustConnections()
+{
+    // After a change, one sample lets the new connections start up, the next ones measure.
+    ++m_samplesSinceChange;
+    if (m_samplesSinceChange == 1) {
+        m_bytesAtSample = m_received;
+        m_sinceSample.start();
+    }
+    if (m_samplesSinceChange < 1 + samplesPerMeasurement)
+        return;
+    const double seconds = double(m_sinceSample.elapsed()) / 1000.0;
+    const double rate = seconds > 0 ? double(m_received - m_bytesAtSample) / seconds : 0;
+
+    if (m_rateBeforeChange > 0 && rate < m_rateBeforeChange * worthwhileGain) {
+        m_growing = false;
+        if (rate > m_rateBeforeChange)
+            return;
+        // The last connections gained nothing (the link or this machine is the limit): they
+        // close, and their ranges go to whichever connection finishes first.
+        for (int i = 0; i < m_lastAdded && m_fetches.size() > 1; ++i) {
+            RangeFetch *last = m_fetches.takeLast();
+            last->stop();
+            last->deleteLater();
+            m_plan.release(last->segment());
+        }
         return;
     }
-    writeAvailable();
-    if (!m_done)
-        succeed();
-}
-
-void FileTransfer::fail(const Failure &failure)
-{
-    m_done = true;
-    if (m_reply) {
-        m_reply->disconnect(this);
-        // A write failure stops the network side too; after a reported end this does nothing.
-        m_reply->abort();
-        m_reply->deleteLater();
+    if (m_fetches.size() >= maximumConnections) {
+        m_growing = false;
+        return;
     }
-    discardPartialFile();
-    emit failed(failure);
-    deleteLater();
+    m_rateBeforeChange = rate;
+    m_samplesSinceChange = 0;
+    // Doubling finds the right count in a few steps while the file is still large.
+    const int wanted = qMin(qsizetype(maximumConnections), 2 * m_fetches.size());
+    m_lastAdded = 0;
+    while (m_fetches.size() < wanted && addConnection())
+        ++m_lastAdded;
+    if (m_lastAdded == 0)
+        m_growing = false;
 }
 
-void FileTransfer::succeed()
+void FileTransfer::reportProgress(bool force)
+{
+    const bool due = m_received - m_reported >= progressStep ||
+                     (m_received != m_reported && m_sinceReport.elapsed() >= progressIntervalMilliseconds);
+    if (!force && !due && m_sinceReport.isValid())
+        return;
+    m_reported = m_received;
+    m_sinceReport.start();
+    emit progressed(m_received, m_record.size);
+}
+
+void FileTransfer::saveRecord()
+{
+    if (m_cancelled || !m_file.isOpen() || m_plan.segments().empty())
+        return;
+    m_record.segments = m_plan.segments();
+    PartialDownloads::save(m_record);
+}
+
+void FileTransfer::finish()
 {
     m_done = true;
-    m_reply->disconnect(this);
-    m_reply->deleteLater();
+    stopAll();
+    reportProgress(true);
     // Closing can still report an error of the file system (a network volume, for example);
     // it fails the transfer like a failed write.
     m_file.close();
     if (m_file.error() != QFileDevice::NoError) {
         const Failure failure =
             Failure::platform(Failure::Domain::fileSystem, m_file.errorString(), int(m_file.error()));
-        discardPartialFile();
+        PartialDownloads::discard(m_originalURL);
         emit failed(failure);
     } else {
         emit bodySaved(m_partialPath);
-        discardPartialFile();
+        PartialDownloads::discard(m_originalURL);
     }
     deleteLater();
 }
 
-void FileTransfer::discardPartialFile()
+void FileTransfer::fail(const Failure &failure)
 {
-    if (m_file.isOpen())
-        m_file.close();
-    if (QFile::exists(m_partialPath))
-        QFile::remove(m_partialPath);
+    if (m_done)
+        return;
+    stopAll();
+    saveRecord();
+    m_done = true;
+    m_file.close();
+    if (m_cancelled)
+        PartialDownloads::discard(m_originalURL);
+    emit failed(failure);
+    deleteLater();
+}
+
+void FileTransfer::stopAll()
+{
+    m_sampler.stop();
+    for (RangeFetch *fetch : std::as_const(m_fetches)) {
+        fetch->stop();
+        fetch->deleteLater();
+    }
+    m_fetches.clear();
 }
 
 void FileTransfer::removeStalePartialFiles(const QString &folder, const QStringList &livePaths)
 {
     const QDir directory(folder);
-    const QStringList names = directory.entryList({partialPrefix + QLatin1Char('*') + partialSuffix},
-                                                  QDir::Files | QDir::Hidden | QDir::System);
+    const QStringList names =
+        directory.entryList({legacyPartialPrefix + QLatin1Char('*') + legacyPartialSuffix},
+                            QDir::Files | QDir::Hidden | QDir::System);
     for (const QString &name : names) {
         const QString path = directory.filePath(name);
         if (!livePaths.contains(path))

@@ -1,68 +1,114 @@
 #pragma once
 
 #include "app/Failure.h"
+#include "download/RangeFetch.h"
+#include "download/RangePlan.h"
+#include "download/ResumeRecord.h"
 
-#include <QByteArray>
+#include <QElapsedTimer>
 #include <QFile>
+#include <QList>
 #include <QObject>
-#include <QPointer>
 #include <QString>
+#include <QTimer>
 #include <QUrl>
 
-class QNetworkAccessManager;
-class QNetworkReply;
+#include <chrono>
+#include <optional>
 
-// One HTTP GET streamed chunk by chunk into a hidden partial file inside a folder, so that the
-// body is never held in memory and the finished file can be renamed within the same volume.
+class QNetworkAccessManager;
+
+// One image download streamed into its partial data file, resumable and, where the server
+// allows ranges, spread over several connections on disjoint ranges of the same file.
 //
 // Exactly one of bodySaved or failed is emitted, after which the transfer deletes itself later.
-// The partial file only exists while the transfer lives: whatever the receiver of bodySaved
-// has not moved away is removed as soon as that signal returns, and every failure and abort
-// removes it at once. The HTTP status is deliberately not examined: an error page is a body
+// A failure keeps the bytes received and a record of them (see PartialDownloads) so the next
+// transfer of the same link continues where this one stopped; only abort(), the user's cancel,
+// discards them. Whatever the receiver of bodySaved has not moved away is removed as soon as
+// that signal returns. The HTTP status is deliberately not examined: an error page is a body
 // like any other and is saved for the verifier to reject.
-class FileTransfer final : public QObject {
+class FileTransfer final : public QObject, private RangeFetch::Owner {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(FileTransfer)
 
 public:
-    FileTransfer(QNetworkAccessManager *network, QUrl url, const QString &folder, QObject *parent);
+    // `expectedSize` is the catalogue's size (0 or less: unknown), used for the space check.
+    FileTransfer(QNetworkAccessManager *network, QUrl url, qint64 expectedSize, QObject *parent);
     ~FileTransfer() override;
 
-    // Opens the partial file and sends the request; a file that cannot be created is reported
-    // through failed like any other transfer error.
+    // Checks the space, opens the partial data and sends the first request; anything that
+    // fails here is reported through failed like any other transfer error.
     void start();
-    // Stops the transfer; failed is emitted with the network layer's cancellation error.
+    // The user's cancel: stops, discards the partial data, and emits failed with the network
+    // layer's cancellation error.
     void abort();
 
     // The URL the transfer was created with, whatever redirects it followed.
     const QUrl &originalURL() const { return m_originalURL; }
     const QString &partialPath() const { return m_partialPath; }
 
-    // Hidden partial files of transfers in `folder` that no live transfer owns any more
-    // (left behind by a crash) are removed; `livePaths` are kept.
+    // Hidden partial files that earlier versions kept in the firmware folder are removed;
+    // `livePaths` are kept.
     static void removeStalePartialFiles(const QString &folder, const QStringList &livePaths);
 
+    struct Testing {
+        // How long a transfer may receive nothing before it fails as timed out.
+        static void setStallTimeout(std::chrono::milliseconds timeout);
+    };
+
 signals:
+    // Bytes of the file on disk so far and the whole size (-1 when unknown); sent in steps, so
+    // that a fast transfer does not flood its receiver.
     void progressed(qint64 received, qint64 total);
     // The whole body is on disk at `partialPath`, closed and flushed.
     void bodySaved(const QString &partialPath);
     void failed(const Failure &failure);
 
 private:
-    void writeAvailable();
-    // The body length the server announced, or -1.
-    qint64 announcedLength() const;
-    void handleReplyFinished();
+    void answered(RangeFetch *fetch, const RangeAnswer &answer) override;
+    void received(qint64 bytes) override;
+    void segmentDone(RangeFetch *fetch) override;
+    void fetchFailed(RangeFetch *fetch, const Failure &failure) override;
+
+    // Starts a connection on the segment; new connections after the first get their own
+    // network access manager, so each has its own thread and no per-host connection limit.
+    void launch(int segment, QNetworkAccessManager *network);
+    // A connection for another segment: an untouched gap first, otherwise half of the largest.
+    bool addConnection();
+    void restartFromZero(qint64 size);
+    void sample();
+    // Doubles the connections while that raises the throughput enough.
+    void adjustConnections();
+    void reportProgress(bool force);
+    void saveRecord();
+    void finish();
     void fail(const Failure &failure);
-    void succeed();
-    void discardPartialFile();
+    void stopAll();
 
     QNetworkAccessManager *m_network;
     QUrl m_originalURL;
+    qint64 m_expectedSize;
     QString m_partialPath;
     QFile m_file;
-    QPointer<QNetworkReply> m_reply;
-    QByteArray m_buffer;
-    qint64 m_written = 0;
+    RangePlan m_plan;
+    ResumeRecord m_record;
+    QList<RangeFetch *> m_fetches;
+    bool m_rangesConfirmed = false;
     bool m_done = false;
+    bool m_cancelled = false;
+
+    // Progress is reported in steps of this many bytes and at the end.
+    qint64 m_received = 0;
+    qint64 m_reported = -1;
+    QElapsedTimer m_sinceReport;
+
+    // Connections are added while each addition still raises the throughput.
+    QTimer m_sampler;
+    QElapsedTimer m_sinceSample;
+    qint64 m_bytesAtSample = 0;
+    int m_samplesSinceChange = 0;
+    double m_rateBeforeChange = 0;
+    int m_lastAdded = 0;
+    bool m_growing = true;
+    int m_samplesSinceSave = 0;
 };

@@ -31,8 +31,11 @@ struct DownloadTestHarness {
     DownloadManager manager;
     QStringList statuses;
 
-    DownloadTestHarness()
+    explicit DownloadTestHarness(LocalHttpServer::Transport transport = LocalHttpServer::Transport::plain)
+        : server(transport)
     {
+        if (transport == LocalHttpServer::Transport::tls)
+            LocalHttpServer::trustTestCertificate();
         FakeToolBehaviour realDigest;
         realDigest.extraShell = "exec /usr/bin/shasum \"$@\"";
         FakeTools::write(paths.shasum(), realDigest);

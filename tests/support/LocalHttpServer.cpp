@@ -1,5 +1,6 @@
 #include "support/LocalHttpServer.h"
 
+#include <QElapsedTimer>
 #include <QFile>
 #include <QHostAddress>
 #include <QPointer>
@@ -9,6 +10,9 @@
 #include <QSslSocket>
 #include <QTcpServer>
 #include <QTcpSocket>
+#include <QTimer>
+
+#include <memory>
 
 namespace {
 
@@ -18,6 +22,7 @@ QByteArray reasonPhrase(int status)
 {
     switch (status) {
     case 200: return "OK";
+    case 206: return "Partial Content";
     case 302: return "Found";
     case 304: return "Not Modified";
     case 404: return "Not Found";
@@ -30,17 +35,23 @@ QByteArray reasonPhrase(int status)
 // so even a large file never sits in memory whole.
 class BodyWriter final : public QObject {
 public:
-    BodyWriter(QTcpSocket *socket, const HttpResponse &response, qint64 total)
-        : QObject(socket), m_socket(socket), m_response(response), m_limit(total)
+    // Sends `count` bytes of the body starting at `first`.
+    BodyWriter(QTcpSocket *socket, const HttpResponse &response, qint64 first, qint64 count,
+               std::atomic<qint64> &sentCounter, std::shared_ptr<qint64> pathSent)
+        : QObject(socket), m_socket(socket), m_response(response), m_first(first), m_limit(count),
+          m_sentCounter(sentCounter), m_pathSent(std::move(pathSent))
     {
         if (response.stallAfterBytes)
             m_limit = qMin(m_limit, *response.stallAfterBytes);
         if (response.abortAfterBytes)
             m_limit = qMin(m_limit, *response.abortAfterBytes);
+        m_drop = response.abortAfterBytes.has_value();
         if (!response.bodyFile.isEmpty()) {
             m_file.setFileName(response.bodyFile);
             m_file.open(QIODevice::ReadOnly);
+            m_file.seek(first);
         }
+        m_clock.start();
         connect(socket, &QTcpSocket::bytesWritten, this, &BodyWriter::writeMore);
     }
 
@@ -48,12 +59,35 @@ public:
     {
         if (!m_socket || m_finished || m_socket->bytesToWrite() > chunkSize)
             return;
-        if (m_sent < m_limit) {
-            const qint64 length = qMin(chunkSize, m_limit - m_sent);
+        if (m_sent < m_limit && !m_closeEarly) {
+            qint64 length = qMin(chunkSize, m_limit - m_sent);
+            if (m_response.dropAfterTotalBytes) {
+                length = qMin(length, *m_response.dropAfterTotalBytes - *m_pathSent);
+                if (length <= 0) {
+                    m_limit = m_sent;
+                    m_closeEarly = true;
+                }
+            }
+            if (m_response.bytesPerSecond > 0) {
+                const qint64 allowed = m_response.bytesPerSecond * m_clock.elapsed() / 1000 - m_sent;
+                if (allowed <= 0) {
+                    if (!m_waiting) {
+                        m_waiting = true;
+                        QTimer::singleShot(5, this, [this] {
+                            m_waiting = false;
+                            writeMore();
+                        });
+                    }
+                    return;
+                }
+                length = qMin(length, allowed);
+            }
             const QByteArray chunk =
-                m_file.isOpen() ? m_file.read(length) : m_response.body.mid(m_sent, length);
+                m_file.isOpen() ? m_file.read(length) : m_response.body.mid(m_first + m_sent, length);
             if (!chunk.isEmpty()) {
+                *m_pathSent += chunk.size();
                 m_sent += chunk.size();
+                m_sentCounter += chunk.size();
                 m_socket->write(chunk);
                 return;
             }
@@ -61,10 +95,14 @@ public:
         if (m_socket->bytesToWrite() > 0)
             return;
         m_finished = true;
-        if (m_response.stallAfterBytes && !m_response.abortAfterBytes)
+        if (m_response.stallAfterBytes && !m_drop)
             return; // keep the connection open and silent
-        if (m_response.abortAfterBytes)
-            m_socket->abort();
+        // Later: a TLS socket must not be torn down inside its own signal. An early close is
+        // in order, so the client has every byte sent before the end arrives early.
+        if (m_closeEarly)
+            QMetaObject::invokeMethod(m_socket, &QTcpSocket::disconnectFromHost, Qt::QueuedConnection);
+        else if (m_drop)
+            QMetaObject::invokeMethod(m_socket, &QTcpSocket::abort, Qt::QueuedConnection);
         else
             m_socket->disconnectFromHost();
     }
@@ -73,10 +111,53 @@ private:
     QPointer<QTcpSocket> m_socket;
     HttpResponse m_response;
     QFile m_file;
+    qint64 m_first;
     qint64 m_limit;
+    std::atomic<qint64> &m_sentCounter;
+    std::shared_ptr<qint64> m_pathSent;
+    QElapsedTimer m_clock;
     qint64 m_sent = 0;
     bool m_finished = false;
+    bool m_drop = false;
+    bool m_closeEarly = false;
+    bool m_waiting = false;
 };
+
+QByteArray headerValue(const HttpRequest &request, const QByteArray &name)
+{
+    for (const auto &[key, value] : request.headers) {
+        if (key == name)
+            return value;
+    }
+    return {};
+}
+
+QByteArray responseHeader(const HttpResponse &response, const QByteArray &name)
+{
+    for (const auto &[key, value] : response.headers) {
+        if (key.compare(name, Qt::CaseInsensitive) == 0)
+            return value;
+    }
+    return {};
+}
+
+// The one range "bytes=A-B" or "bytes=A-" asked for, clipped to the body; nothing when the
+// request asks for none, several, or one outside the body.
+std::optional<std::pair<qint64, qint64>> requestedRange(const QByteArray &value, qint64 total)
+{
+    if (!value.startsWith("bytes=") || value.contains(','))
+        return std::nullopt;
+    const QList<QByteArray> bounds = value.mid(6).split('-');
+    bool firstOk = false;
+    const qint64 first = bounds.value(0).toLongLong(&firstOk);
+    bool lastOk = false;
+    qint64 last = bounds.value(1).toLongLong(&lastOk);
+    if (!lastOk || last >= total)
+        last = total - 1;
+    if (!firstOk || first > last)
+        return std::nullopt;
+    return std::pair{first, last};
+}
 
 QByteArray readTestData(const char *name)
 {
@@ -108,6 +189,11 @@ protected:
 
 } // namespace
 
+QString LocalHttpServer::testCertificatePath()
+{
+    return QStringLiteral(CORVALIN_SUPPORT_DATA "/localhost-cert.pem");
+}
+
 void LocalHttpServer::trustTestCertificate()
 {
     QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
@@ -134,6 +220,7 @@ LocalHttpServer::~LocalHttpServer() = default;
 void LocalHttpServer::setResponse(const QString &path, const HttpResponse &response)
 {
     m_responses.insert(path.toUtf8(), response);
+    m_sentPerPath.remove(path.toUtf8());
 }
 
 QUrl LocalHttpServer::url(const QString &path) const
@@ -178,15 +265,37 @@ void LocalHttpServer::respond(QTcpSocket *socket, const HttpRequest &request)
     const HttpResponse response = m_responses.value(path, HttpResponse::withStatus(404, "not found"));
     const qint64 total = response.bodyFile.isEmpty() ? response.body.size() : QFile(response.bodyFile).size();
 
-    QByteArray head = "HTTP/1.1 " + QByteArray::number(response.status) + ' ' +
-                      reasonPhrase(response.status) + "\r\nConnection: close\r\n";
+    qint64 first = 0;
+    qint64 count = total;
+    int status = response.status;
+    QByteArray head;
+    if (response.acceptRanges && status == 200) {
+        head += "Accept-Ranges: bytes\r\n";
+        const QByteArray guard = headerValue(request, "if-range");
+        const bool current = guard.isEmpty() || guard == responseHeader(response, "ETag") ||
+                             guard == responseHeader(response, "Last-Modified");
+        const auto range = requestedRange(headerValue(request, "range"), total);
+        if (range && current) {
+            status = 206;
+            first = range->first;
+            count = range->second - range->first + 1;
+            head += "Content-Range: bytes " + QByteArray::number(range->first) + '-' +
+                    QByteArray::number(range->second) + '/' + QByteArray::number(total) + "\r\n";
+        }
+    }
+    head.prepend("HTTP/1.1 " + QByteArray::number(status) + ' ' + reasonPhrase(status) +
+                 "\r\nConnection: close\r\n");
     if (!response.omitContentLength)
-        head += "Content-Length: " + QByteArray::number(total) + "\r\n";
+        head += "Content-Length: " + QByteArray::number(count) + "\r\n";
     for (const auto &[name, value] : response.headers)
         head += name + ": " + value + "\r\n";
     head += "\r\n";
     socket->write(head);
 
-    auto *writer = new BodyWriter(socket, response, request.method == "HEAD" ? 0 : total);
+    std::shared_ptr<qint64> &pathSent = m_sentPerPath[path];
+    if (!pathSent)
+        pathSent = std::make_shared<qint64>(0);
+    auto *writer = new BodyWriter(socket, response, first, request.method == "HEAD" ? 0 : count,
+                                  m_bodyBytesSent, pathSent);
     writer->writeMore();
 }

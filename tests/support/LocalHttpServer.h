@@ -7,6 +7,8 @@
 #include <QString>
 #include <QUrl>
 
+#include <atomic>
+#include <memory>
 #include <optional>
 
 class QTcpServer;
@@ -25,15 +27,28 @@ struct HttpResponse {
     std::optional<qint64> stallAfterBytes;
     // Send only this many body bytes, then drop the connection (an interrupted transfer).
     std::optional<qint64> abortAfterBytes;
+    // Answer "Range: bytes=A-B" (or "A-") with 206 and that part, unless an If-Range names
+    // another validator than this response's ETag or Last-Modified header.
+    bool acceptRanges = false;
+    // Once this many body bytes of the path have been sent over all its connections (since the
+    // response was set), every connection of it closes early, in order.
+    std::optional<qint64> dropAfterTotalBytes;
+    // Limits each connection to this many body bytes a second (0: as fast as possible).
+    qint64 bytesPerSecond = 0;
 
-    static HttpResponse ok(const QByteArray &body) { return HttpResponse{200, body, {}, {}, false, {}, {}}; }
+    static HttpResponse ok(const QByteArray &body) { return withStatus(200, body); }
     static HttpResponse withStatus(int status, const QByteArray &body = {})
     {
-        return HttpResponse{status, body, {}, {}, false, {}, {}};
+        HttpResponse response;
+        response.status = status;
+        response.body = body;
+        return response;
     }
     static HttpResponse redirect(const QString &location)
     {
-        return HttpResponse{302, {}, {}, {{"Location", location.toUtf8()}}, false, {}, {}};
+        HttpResponse response = withStatus(302);
+        response.headers = {{"Location", location.toUtf8()}};
+        return response;
     }
 };
 
@@ -61,10 +76,14 @@ public:
     void setResponse(const QString &path, const HttpResponse &response);
     // Adds the test certificate to the process's default TLS configuration.
     static void trustTestCertificate();
+    // The certificate's PEM file, for clients outside the process (curl --cacert).
+    static QString testCertificatePath();
 
     // http(s)://127.0.0.1:PORT + path
     QUrl url(const QString &path) const;
     const QList<HttpRequest> &requests() const { return m_requests; }
+    // Body bytes handed to sockets so far, over all connections; readable from any thread.
+    qint64 bodyBytesSent() const { return m_bodyBytesSent; }
 
 signals:
     void requestReceived();
@@ -77,4 +96,6 @@ private:
     Transport m_transport;
     QHash<QByteArray, HttpResponse> m_responses;
     QList<HttpRequest> m_requests;
+    QHash<QByteArray, std::shared_ptr<qint64>> m_sentPerPath;
+    std::atomic<qint64> m_bodyBytesSent = 0;
 };

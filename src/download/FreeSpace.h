@@ -1,0 +1,32 @@
+#pragma once
+
+#include "app/Failure.h"
+
+#include <QString>
+#include <QtGlobal>
+
+#include <optional>
+
+// Whether what is still to be received fits on the volume it will be written to.
+namespace FreeSpace {
+
+// Kept free beyond the image itself, for the file system's own bookkeeping and whatever
+// else writes to the volume meanwhile.
+constexpr qint64 margin = 100 * 1000 * 1000;
+
+// Bytes available to the user on the volume holding `folder`; -1 when unknown.
+qint64 available(const QString &folder);
+
+// A failure naming both figures when `stillToReceive` plus the margin does not fit;
+// nothing when it fits or when either figure is unknown.
+std::optional<Failure> check(const QString &folder, qint64 stillToReceive);
+
+// "3,5 ГБ", "700 МБ": decimal units, as the system's own file browsers show sizes.
+QString describe(qint64 bytes);
+
+namespace Testing {
+// Pretends the volume has this much free space (nothing: ask the volume again).
+void setAvailable(std::optional<qint64> bytes);
+} // namespace Testing
+
+} // namespace FreeSpace

@@ -180,10 +180,9 @@ void DownloadManager::handleTransferFailed(const Failure &failure)
         [this, failure] {
             setIsDownloading(false);
             setErrorText(failure.description());
-            // A file that cannot be written into the cache is a saving error, not a network one.
-            setStatusText(failure.domain() == Failure::Domain::fileSystem
-                              ? QStringLiteral("Ошибка сохранения")
-                              : QStringLiteral("Ошибка загрузки"));
+            // Everything up to the finished partial file is the transfer, its own writes and
+            // the space check included; only the final move into the cache is a saving error.
+            setStatusText(QStringLiteral("Ошибка загрузки"));
             complete(failure);
         },
         Qt::QueuedConnection);

@@ -280,7 +280,7 @@ private slots:
         QVERIFY(!log->last->ok());
         QCOMPARE(log->last->failure().domain(), Failure::Domain::fileSystem);
         QCOMPARE(log->last->failure().description(), QString::fromLocal8Bit(strerror(EFBIG)));
-        QCOMPARE(h.manager.statusText(), QStringLiteral("Ошибка сохранения"));
+        QCOMPARE(h.manager.statusText(), transferError);
         QVERIFY(h.cacheListing().isEmpty());
     }
 

@@ -1,9 +1,11 @@
 #include "app/StudioModel.h"
 #include "device/DeviceMonitor.h"
+#include "device/FakeUsbBus.h"
 #include "download/DownloadManager.h"
 #include "restore/RestoreManager.h"
 #include "support/FakeTools.h"
 #include "support/LocalHttpServer.h"
+#include "support/TestFiles.h"
 #include "support/TestPaths.h"
 
 #include <QCoroTask>
@@ -84,11 +86,7 @@ public:
     // Puts a watch in Recovery on the bus and lets the monitor find it.
     void attachWatch(const QString &productType)
     {
-        QDir(paths.usbDevices()).mkpath(QStringLiteral("1-1"));
-        QFile id(paths.usbDevices() + QStringLiteral("/1-1/idProduct"));
-        QVERIFY(id.open(QIODevice::WriteOnly));
-        id.write("1281\n");
-        id.close();
+        attachUsbDevices(paths, {"1281"});
         FakeToolBehaviour irecovery;
         irecovery.extraShell =
             "case \"$1\" in -q) printf 'MODE: Recovery\\nPRODUCT: " + productType.toUtf8() +
@@ -106,8 +104,7 @@ public:
     void putInCache(const QString &fileName)
     {
         QDir().mkpath(QFileInfo(cachedPath(fileName)).absolutePath());
-        QFile file(cachedPath(fileName));
-        QVERIFY(file.open(QIODevice::WriteOnly));
+        QVERIFY(writeFile(cachedPath(fileName)));
     }
 
     QStringList logLines() const

@@ -1,5 +1,5 @@
-#include "catalog/CanonicalComposition.h"
 #include "catalog/CatalogOrdering.h"
+#include "catalog/CanonicalComposition.h"
 #include "catalog/SemanticVersion.h"
 
 #include <QTest>
@@ -96,20 +96,6 @@ private slots:
         QCOMPARE(CatalogOrdering::productSortKey(u"Watch"), QList<qint64>());
     }
 
-    void ordersCandidatesByReleaseDate()
-    {
-        const QStringList dates{"2023-09-18", "", "2022-01-01", "2023-09-18", "2021-12-31"};
-        QList<FirmwareCandidate> candidates;
-        for (qsizetype i = 0; i < dates.size(); ++i)
-            candidates << FirmwareCandidate{{}, {}, QString::number(i), dates.at(i), false, {}, {}};
-        CatalogOrdering::orderByReleaseDate(candidates);
-
-        QStringList builds;
-        for (const FirmwareCandidate &candidate : candidates)
-            builds << candidate.build;
-        QCOMPARE(builds, (QStringList{"1", "4", "2", "0", "3"}));
-    }
-
     void comparesTextByScalars()
     {
         // U+FFFD is below U+1F600 as scalars, though not as UTF-16 code units.
@@ -151,20 +137,6 @@ private slots:
     {
         const QStringList dates{"2023-09-18", "", "e\u0301", "2022-01-01", "2023-09-18", "\u00E9"};
         QCOMPARE(CatalogOrdering::dateRanks(dates), (QList<qsizetype>{2, 0, 3, 1, 2, 3}));
-    }
-
-    void prefersMarkedLinks()
-    {
-        const auto link = [](const char *name, std::optional<bool> preferred) {
-            return AppleDBLink{QUrl(QString::fromUtf8(name)), QString::fromUtf8(name), preferred,
-                               std::nullopt};
-        };
-        QList<AppleDBLink> links{link("a", std::nullopt), link("b", true), link("c", false), link("d", true)};
-        CatalogOrdering::orderByLinkPreference(links);
-        QStringList names;
-        for (const AppleDBLink &entry : links)
-            names << entry.urlText;
-        QCOMPARE(names, (QStringList{"b", "d", "a", "c"}));
     }
 };
 

@@ -1,4 +1,4 @@
-#include "catalog/CatalogService.h"
+#include "CatalogLoad.h"
 #include "support/FakeTools.h"
 #include "support/LocalHttpServer.h"
 #include "support/TestPaths.h"
@@ -90,20 +90,6 @@ QByteArray singleImageWithLinks(const QByteArray &links)
                   "signed':true,"
                   "'sources':[{'type':'ipsw','deviceMap':['Watch6,1'],'links':") +
            links + "}]}]";
-}
-
-// QCoro::waitFor needs a default-constructible result, which Result is not.
-QCoro::Task<void> store(QCoro::Task<Result<QList<WatchFirmware>>> task,
-                        std::optional<Result<QList<WatchFirmware>>> *result)
-{
-    result->emplace(co_await std::move(task));
-}
-
-Result<QList<WatchFirmware>> waitForLoad(QCoro::Task<Result<QList<WatchFirmware>>> task)
-{
-    std::optional<Result<QList<WatchFirmware>>> result;
-    QCoro::waitFor(store(std::move(task), &result));
-    return std::move(*result);
 }
 
 } // namespace
@@ -218,7 +204,8 @@ private slots:
         QTest::newRow("upper-case scheme")
             << jsonOf("[{'url':'HTTPS://updates.cdn-apple.com/a'}]") << QString();
         QTest::newRow("relative") << jsonOf("[{'url':'/fw/a.ipsw'}]") << QString();
-        QTest::newRow("port past 65535") << jsonOf("[{'url':'https://updates.cdn-apple.com:99999/a'}]") << QString();
+        QTest::newRow("port past 65535")
+            << jsonOf("[{'url':'https://updates.cdn-apple.com:99999/a'}]") << QString();
         QTest::newRow("escaped host") << jsonOf("[{'url':'https://updates%2Ecdn-apple.com/a'}]") << QString();
         QTest::newRow("no links") << QByteArray("[]") << QString();
         QTest::newRow("second preferred") << both + jsonOf(",'preferred':true}]") << second;
@@ -305,17 +292,11 @@ private slots:
         QVERIFY(!result.failure().description().isEmpty());
     }
 
-    void emptyCatalogueIsNoError()
-    {
-        const Result<QList<WatchFirmware>> result = load(HttpResponse::ok("[]"));
-        QVERIFY(result);
-        QVERIFY(result.value().isEmpty());
-    }
-
-    void sendsOnlyItsUserAgent()
+    void emptyCatalogueIsNoErrorAndTheRequestCarriesOnlyOurUserAgent()
     {
         LocalHttpServer server;
-        QVERIFY(load(HttpResponse::ok("[]"), server));
+        const Result<QList<WatchFirmware>> result = load(HttpResponse::ok("[]"), server);
+        QVERIFY(result && result.value().isEmpty());
         QCOMPARE(server.requests().size(), 1);
         const HttpRequest &request = server.requests().constFirst();
         QCOMPARE(request.method, QByteArray("GET"));

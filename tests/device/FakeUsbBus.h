@@ -2,6 +2,7 @@
 
 #include "device/UsbProductMatch.h"
 #include "support/FakeTools.h"
+#include "support/TestFiles.h"
 #include "support/TestPaths.h"
 
 #include <QByteArrayList>
@@ -22,10 +23,8 @@ inline void attachUsbDevices(const TestPaths &paths, const QByteArrayList &hexPr
         const QString device = QStringLiteral("1-%1").arg(port++);
         bus.mkpath(device + QStringLiteral(":1.0")); // an interface, which has no idProduct
         bus.mkpath(device);
-        QFile file(bus.filePath(device + QStringLiteral("/idProduct")));
-        if (!file.open(QIODevice::WriteOnly))
+        if (!writeFile(bus.filePath(device + QStringLiteral("/idProduct")), productID + '\n'))
             qFatal("cannot write the fake bus");
-        file.write(productID + '\n');
 
         const int decimal = productID.toInt(nullptr, 16);
         ioregListing += "  | {\n  |   " + UsbProductMatch::pattern(decimal).toUtf8() + "\n  | }\n";

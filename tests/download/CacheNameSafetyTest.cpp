@@ -1,6 +1,7 @@
 #include "DownloadTestHarness.h"
 
 #include "download/CacheFileName.h"
+#include "support/TestFiles.h"
 
 #include <QStandardPaths>
 
@@ -97,10 +98,7 @@ private slots:
         DownloadTestHarness h;
         h.server.setResponse(QStringLiteral("/fw/image.ipsw"), HttpResponse::ok("Watch6,1's body"));
         const QString otherImage = h.cached(QStringLiteral("Watch7,1_11.0_Restore.ipsw"));
-        QFile other(otherImage);
-        QVERIFY(other.open(QIODevice::WriteOnly));
-        other.write("Watch7,1's image");
-        other.close();
+        QVERIFY(writeFile(otherImage, "Watch7,1's image"));
         const QString workingFolder = QDir::currentPath();
         const QStringList workingBefore = treeOf(workingFolder);
         const QStringList downloadsBefore = treeOf(h.paths.downloads());
@@ -132,16 +130,14 @@ private slots:
         DownloadTestHarness h;
         const QString path = QStringLiteral("/fw/Watch7,1_11.0_Restore.ipsw%00.ipsw");
         h.server.setResponse(path, HttpResponse::ok("Watch6,1's body"));
-        QFile other(h.cached(QStringLiteral("Watch7,1_11.0_Restore.ipsw")));
-        QVERIFY(other.open(QIODevice::WriteOnly));
-        other.write("Watch7,1's image");
-        other.close();
+        const QString other = h.cached(QStringLiteral("Watch7,1_11.0_Restore.ipsw"));
+        QVERIFY(writeFile(other, "Watch7,1's image"));
 
         WatchFirmware firmware = h.firmware(path);
         firmware.filename = QStringLiteral("listed.ipsw");
         const auto log = h.start(firmware);
         QVERIFY(waitForCalls(*log));
-        QCOMPARE(fileContents(other.fileName()), QByteArray("Watch7,1's image"));
+        QCOMPARE(fileContents(other), QByteArray("Watch7,1's image"));
         QVERIFY(log->last->ok());
         const QFileInfo saved(log->last->value());
         QCOMPARE(saved.absolutePath(), QFileInfo(h.cache()).absoluteFilePath());
@@ -156,9 +152,7 @@ private slots:
         h.server.setResponse(QStringLiteral("/k_Restore.ipsw"), HttpResponse::ok("image"));
         const QString cache = h.cache();
         QVERIFY(QDir(cache).removeRecursively());
-        QFile blocker(cache);
-        QVERIFY(blocker.open(QIODevice::WriteOnly)); // a file where the folder should be
-        blocker.close();
+        QVERIFY(writeFile(cache)); // a file where the folder should be
 
         const auto log = h.start(h.firmware(QStringLiteral("/k_Restore.ipsw")));
         QVERIFY(waitForCalls(*log));

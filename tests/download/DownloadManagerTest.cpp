@@ -1,4 +1,5 @@
 #include "DownloadTestHarness.h"
+#include "support/TestFiles.h"
 
 #include <QNetworkReply>
 #include <QSignalSpy>
@@ -124,34 +125,23 @@ private slots:
     {
         DownloadTestHarness h;
         h.server.setResponse(QStringLiteral("/b_Restore.ipsw"), HttpResponse::ok("bad bytes"));
-        QFile older(h.cached(QStringLiteral("b_Restore.ipsw.invalid")));
-        QVERIFY(older.open(QIODevice::WriteOnly));
-        older.write("older reject");
-        older.close();
+        const QString older = h.cached(QStringLiteral("b_Restore.ipsw.invalid"));
+        QVERIFY(writeFile(older, "older reject"));
 
         const WatchFirmware firmware = h.firmware(QStringLiteral("/b_Restore.ipsw"), sha256Hex("good bytes"));
-        auto log = h.start(firmware);
+        const auto log = h.start(firmware);
         QVERIFY(waitForCalls(*log));
         QVERIFY(isMismatch(*log->last));
         QCOMPARE(fileContents(h.cached(QStringLiteral("b_Restore.ipsw"))), QByteArray("bad bytes"));
-        QCOMPARE(fileContents(older.fileName()), QByteArray("older reject"));
-
-        // The bad file now counts as cached.
-        log = h.start(firmware);
-        QCOMPARE(h.manager.statusText(), QStringLiteral("Файл уже загружен"));
-        QVERIFY(waitForCalls(*log));
-        QVERIFY(log->last->ok());
-        QCOMPARE(h.server.requests().size(), 1);
+        QCOMPARE(fileContents(older), QByteArray("older reject"));
+        QCOMPARE(h.manager.existingFile(firmware), std::optional(h.cached(QStringLiteral("b_Restore.ipsw"))));
     }
 
     void cachedFileIsReusedWithoutNetworkOrVerification()
     {
         DownloadTestHarness h;
         const QString path = h.cached(QStringLiteral("c_Restore.ipsw"));
-        QFile partialImage(path);
-        QVERIFY(partialImage.open(QIODevice::WriteOnly));
-        partialImage.write("truncated");
-        partialImage.close();
+        QVERIFY(writeFile(path, "truncated"));
         QSignalSpy busySpy(&h.manager, &DownloadManager::isDownloadingChanged);
 
         const WatchFirmware firmware = h.firmware(QStringLiteral("/c_Restore.ipsw"), sha256Hex("whole"));
@@ -224,26 +214,6 @@ private slots:
         QCOMPARE(second->calls, 1);
     }
 
-    // A crash leaves a hidden partial file behind; a broken transfer must not add another.
-    void brokenConnectionLeavesNoPartialFile()
-    {
-        DownloadTestHarness h;
-        QFile leftover(h.cached(QStringLiteral(".corvalin-from-a-crash.part")));
-        QVERIFY(leftover.open(QIODevice::WriteOnly));
-        leftover.close();
-        HttpResponse broken = HttpResponse::ok(patternBody(2 * 1024 * 1024));
-        broken.abortAfterBytes = 300 * 1024;
-        h.server.setResponse(QStringLiteral("/h_Restore.ipsw"), broken);
-
-        const auto log = h.start(h.firmware(QStringLiteral("/h_Restore.ipsw")));
-        QVERIFY(waitForCalls(*log));
-        QVERIFY(!log->last->ok());
-        QCOMPARE(log->last->failure().domain(), Failure::Domain::network);
-        QCOMPARE(h.manager.statusText(), transferError);
-        QVERIFY(h.cacheListing().isEmpty());
-        QCOMPARE(FakeTools::runCount(h.paths.shasum()), 0);
-    }
-
     void managerDestroyedMidTransferLeavesNoPartialFile()
     {
         DownloadTestHarness h;
@@ -292,18 +262,16 @@ private slots:
         // see what lies at the destination.
         WatchFirmware firmware = h.firmware(QStringLiteral("/j_Restore.ipsw"));
         firmware.filename = QStringLiteral("listed-name.ipsw");
-        QFile older(h.cached(QStringLiteral("j_Restore.ipsw")));
-        QVERIFY(older.open(QIODevice::WriteOnly));
-        older.write("an older copy");
-        older.close();
+        const QString older = h.cached(QStringLiteral("j_Restore.ipsw"));
+        QVERIFY(writeFile(older, "an older copy"));
 
         auto log = h.start(firmware);
         QVERIFY(waitForCalls(*log));
         QVERIFY(log->last->ok());
-        QCOMPARE(fileContents(older.fileName()), QByteArray("fresh"));
+        QCOMPARE(fileContents(older), QByteArray("fresh"));
 
         // A folder in the way cannot be removed, so the move fails.
-        QVERIFY(QFile::remove(older.fileName()));
+        QVERIFY(QFile::remove(older));
         QVERIFY(QDir(h.cache()).mkpath(QStringLiteral("j_Restore.ipsw/inside")));
         log = h.start(firmware);
         QVERIFY(waitForCalls(*log));

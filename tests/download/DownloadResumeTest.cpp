@@ -3,6 +3,7 @@
 #include "download/FileTransfer.h"
 #include "download/FreeSpace.h"
 #include "download/ResumeRecord.h"
+#include "support/TestFiles.h"
 
 #include <QNetworkReply>
 #include <QProcess>
@@ -21,6 +22,14 @@ HttpResponse rangedResponse(const QByteArray &body, const QByteArray &etag, qint
     response.acceptRanges = true;
     response.bytesPerSecond = bytesPerSecond;
     response.headers = {{"ETag", etag}};
+    return response;
+}
+
+// The same, cut off after `bytes`: the connection stalls there, or drops.
+HttpResponse cutOff(const QByteArray &body, qint64 bytes, bool stall, qint64 bytesPerSecond = 0)
+{
+    HttpResponse response = rangedResponse(body, firstTag, bytesPerSecond);
+    (stall ? response.stallAfterBytes : response.dropAfterTotalBytes) = bytes;
     return response;
 }
 
@@ -97,16 +106,13 @@ private slots:
         DownloadTestHarness h(LocalHttpServer::Transport::tls);
         const QByteArray body = patternBody(size);
         const QString path = QStringLiteral("/fw/Watch6,1_Restore.ipsw");
-        HttpResponse interrupted = rangedResponse(body, firstTag, perConnectionRate);
-        if (stall) {
-            interrupted.stallAfterBytes = interruptAt;
+        if (stall)
             FileTransfer::Testing::setStallTimeout(std::chrono::milliseconds(300));
-        } else {
-            interrupted.dropAfterTotalBytes = interruptAt;
-        }
-        h.server.setResponse(path, interrupted);
+        h.server.setResponse(path, cutOff(body, interruptAt, stall, perConnectionRate));
         WatchFirmware firmware = h.firmware(path, sha256Hex(body));
         firmware.size = size;
+        // A crash leaves a hidden partial file behind; a broken transfer must not add another.
+        QVERIFY(QFile(h.cached(QStringLiteral(".corvalin-from-a-crash.part"))).open(QIODevice::WriteOnly));
 
         auto log = h.start(firmware);
         QVERIFY(waitForCalls(*log));
@@ -120,6 +126,7 @@ private slots:
         QCOMPARE(h.manager.errorText(), std::optional<QString>(log->last->failure().description()));
         QVERIFY(h.server.requests().size() >= minimumConnections);
         QVERIFY(h.cacheListing().isEmpty()); // nothing under the image's name, nothing beside it
+        QCOMPARE(FakeTools::runCount(h.paths.shasum()), 0);
         const qint64 held = heldBytes(firmware.downloadURL);
         QVERIFY2(held > 0, qPrintable(log->last->failure().description()));
         QVERIFY(held <= interruptAt);
@@ -164,9 +171,7 @@ private slots:
         DownloadTestHarness h(LocalHttpServer::Transport::tls);
         const QByteArray body = patternBody(3 * mebibyte);
         const QString path = QStringLiteral("/fw/Watch7,1_Restore.ipsw");
-        HttpResponse interrupted = rangedResponse(body, firstTag);
-        interrupted.dropAfterTotalBytes = mebibyte;
-        h.server.setResponse(path, interrupted);
+        h.server.setResponse(path, cutOff(body, mebibyte, false));
         WatchFirmware firmware = h.firmware(path);
         firmware.size = body.size();
         auto log = h.start(firmware);
@@ -195,9 +200,7 @@ private slots:
         DownloadTestHarness h(LocalHttpServer::Transport::tls);
         const QByteArray body = patternBody(4 * mebibyte);
         const QString path = QStringLiteral("/fw/Watch5,1_Restore.ipsw");
-        HttpResponse stalled = rangedResponse(body, firstTag);
-        stalled.stallAfterBytes = mebibyte;
-        h.server.setResponse(path, stalled);
+        h.server.setResponse(path, cutOff(body, mebibyte, true));
 
         auto log = h.start(h.firmware(path));
         QVERIFY(QTest::qWaitFor([&] { return h.manager.progress() > 0; }, 30000));
@@ -240,9 +243,7 @@ private slots:
         DownloadTestHarness h(LocalHttpServer::Transport::tls);
         const QByteArray body = patternBody(5 * mebibyte);
         const QString path = QStringLiteral("/fw/Watch4,2_Restore.ipsw");
-        HttpResponse stalled = rangedResponse(body, firstTag);
-        stalled.stallAfterBytes = 2 * mebibyte;
-        h.server.setResponse(path, stalled);
+        h.server.setResponse(path, cutOff(body, 2 * mebibyte, true));
         const WatchFirmware firmware = h.firmware(path, sha256Hex(body));
 
         QProcess child;
@@ -282,10 +283,7 @@ private slots:
         QFETCH(bool, kept);
         TestPaths paths;
         const QUrl url(QStringLiteral("https://updates.cdn-apple.com/a/Watch6,1_Restore.ipsw"));
-        QFile data(PartialDownloads::dataPath(url));
-        QVERIFY(data.open(QIODevice::WriteOnly));
-        data.write("held");
-        data.close();
+        QVERIFY(writeFile(PartialDownloads::dataPath(url), "held"));
         QVERIFY(PartialDownloads::save(ResumeRecord{url, 10, firstTag, {}, {Segment{0, 4, 10, false}}}));
         QFile record(PartialDownloads::recordPath(url));
         QVERIFY(record.open(QIODevice::ReadWrite));

@@ -2,11 +2,12 @@
 // watch attached: what these tools print and how they exit is taken as it comes, not as a fake
 // would imitate it.
 #include "support/RealTools.h"
-#include "catalog/CatalogService.h"
+#include "catalog/CatalogLoad.h"
 #include "device/DeviceMonitor.h"
 #include "device/FakeUsbBus.h"
 #include "restore/RestoreManager.h"
 #include "support/LocalHttpServer.h"
+#include "support/TestFiles.h"
 #include "support/TestPaths.h"
 #include "tools/ToolLocator.h"
 
@@ -50,14 +51,12 @@ QByteArray buildManifest(const QByteArray &productType, const QByteArray &device
 // no files, `notAZip` as it stands.
 bool writeImage(const QString &path, const ImageFiles &files, const QByteArray &notAZip = {})
 {
-    QFile image(path);
     if (files.isEmpty())
-        return image.open(QIODevice::WriteOnly) && image.write(notAZip) == notAZip.size();
+        return writeFile(path, notAZip);
     QTemporaryDir staging;
     QStringList arguments{QStringLiteral("-q"), QStringLiteral("-X"), path};
     for (const auto &[name, bytes] : files) {
-        QFile file(staging.filePath(name));
-        if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
+        if (!writeFile(staging.filePath(name), bytes))
             return false;
         arguments << name;
     }
@@ -73,18 +72,6 @@ const QByteArray catalogue =
                "'sources':[{'type':'ipsw','deviceMap':['Watch1,1','Watch6,18','Watch7,1'],"
                "'links':[{'url':'https://updates.cdn-apple.com/fw/Restore.ipsw'}]}]}]")
         .replace('\'', '"');
-
-// QCoro::waitFor needs a default-constructible result, which Result is not.
-QCoro::Task<void> store(QCoro::Task<Result<QList<WatchFirmware>>> task,
-                        std::optional<Result<QList<WatchFirmware>>> *result)
-{
-    result->emplace(co_await std::move(task));
-}
-
-QCoro::Task<void> storeIdentity(QString productType, DeviceMonitor::WatchIdentity *identity)
-{
-    *identity = co_await DeviceMonitor::recoveryIdentity(productType);
-}
 
 } // namespace
 
@@ -117,11 +104,10 @@ private slots:
         const QString path = QStringLiteral("/ios/watchOS/main.json");
         server.setResponse(path, HttpResponse::ok(catalogue));
         CatalogService service(server.url(path), CatalogService::defaultAllowedHosts());
-        std::optional<Result<QList<WatchFirmware>>> result;
-        QCoro::waitFor(store(service.load(), &result));
-        QVERIFY(result && *result);
+        const Result<QList<WatchFirmware>> result = waitForLoad(service.load());
+        QVERIFY(result);
         QHash<QString, QString> catalogueNames;
-        for (const WatchFirmware &firmware : result->value())
+        for (const WatchFirmware &firmware : result.value())
             catalogueNames.insert(firmware.productType, firmware.deviceName);
 
         struct Expected {
@@ -136,8 +122,7 @@ private slots:
         };
         for (const Expected &expected : table) {
             QCOMPARE(catalogueNames.value(expected.productType), expected.name);
-            DeviceMonitor::WatchIdentity identity;
-            QCoro::waitFor(storeIdentity(expected.productType, &identity));
+            const auto identity = QCoro::waitFor(DeviceMonitor::recoveryIdentity(expected.productType));
             QCOMPARE(identity.model, expected.model);
             QCOMPARE(identity.name, expected.name);
         }

@@ -1,5 +1,6 @@
 #include "restore/IpswInfo.h"
 #include "restore/RestoreLogFile.h"
+#include "support/TestFiles.h"
 
 #include <QFile>
 #include <QTest>
@@ -8,8 +9,7 @@ namespace {
 
 QString fixture(const char *name)
 {
-    QFile file(QStringLiteral(CORVALIN_TEST_DATA "/") + QString::fromLatin1(name));
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+    return QString::fromUtf8(testData(name));
 }
 
 } // namespace

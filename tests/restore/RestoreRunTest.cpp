@@ -1,5 +1,7 @@
 #include "restore/RestoreManager.h"
 #include "support/FakeTools.h"
+#include "support/StandardInputFrom.h"
+#include "support/TestFiles.h"
 #include "support/TestPaths.h"
 #include "tools/ToolLocator.h"
 
@@ -12,8 +14,6 @@
 #include <QTest>
 
 #include <csignal>
-#include <fcntl.h>
-#include <unistd.h>
 
 namespace {
 
@@ -22,13 +22,7 @@ const QString startingLine = QStringLiteral("Запуск восстановле
 const QString cancelLine = QStringLiteral("Пользователь запросил остановку процесса.");
 const QString successLine = QStringLiteral("Восстановление завершено успешно.");
 
-QByteArray fixture(const char *name)
-{
-    QFile file(QStringLiteral(CORVALIN_TEST_DATA "/") + QString::fromLatin1(name));
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-const QByteArray imageInfo = fixture("idevicerestore-ipsw-info.txt"); // lists Watch7,1
+const QByteArray imageInfo = testData("idevicerestore-ipsw-info.txt"); // lists Watch7,1
 
 ConnectedWatch watch(const QString &mode)
 {
@@ -46,11 +40,8 @@ QString writeRestoreTool(const TestPaths &paths, const QByteArray &output = {}, 
 {
     const QString tool = paths.tool(QStringLiteral("bin/idevicerestore"));
     QDir().mkpath(QFileInfo(tool).path());
-    for (const auto &[suffix, bytes] : {std::pair{".info", imageInfo}, std::pair{".restore", output}}) {
-        QFile file(tool + QString::fromLatin1(suffix));
-        if (file.open(QIODevice::WriteOnly))
-            file.write(bytes);
-    }
+    writeFile(tool + QStringLiteral(".info"), imageInfo);
+    writeFile(tool + QStringLiteral(".restore"), output);
     FakeToolBehaviour behaviour;
     behaviour.extraShell =
         "if [ \"$1\" = --ipsw-info ]; then cat \"$0.info\"; " + afterInfo + " exit 0; fi\ncat \"$0.restore\"";
@@ -167,33 +158,6 @@ private slots:
         QVERIFY(manager.completedSuccessfully());
     }
 
-    void kisRestoreWithAnImageThatFails()
-    {
-        TestPaths paths;
-        writeRestoreTool(paths);
-        const QString cfgutil =
-            FakeTools::write(paths.cfgutil(), FakeToolBehaviour::printing("no device\n", 1));
-        RestoreManager manager;
-        const QString image = QStringLiteral("/images/watchOS_10.ipsw");
-
-        runToEnd(manager, image, kisWatch);
-        QCOMPARE(FakeTools::recordedArguments(cfgutil),
-                 (QStringList{QStringLiteral("--ecid"), QStringLiteral("0x1A2B3C4D5E"),
-                              QStringLiteral("--progress"), QStringLiteral("restore"),
-                              QStringLiteral("--ipsw"), image}));
-        const QString failure = QStringLiteral("Восстановление завершилось с ошибкой 1.");
-        const QStringList lines = linesAfterStart(manager);
-        const QStringList expected =
-            QStringList{QStringLiteral("Проверка watchOS_10.ipsw…")} + infoLines() +
-            QStringList{QStringLiteral("Совместимость подтверждена: Watch7,1."),
-                        startingLine + announcedLogFile(lines),
-                        QStringLiteral("Транспорт: Apple Configurator KIS, ECID 0x1A2B3C4D5E."),
-                        QStringLiteral("no device"), failure};
-        QCOMPARE(lines, expected);
-        QCOMPARE(manager.lastError(), std::optional<QString>(failure));
-        QVERIFY(!manager.completedSuccessfully());
-    }
-
     void refusalsLaunchNothing_data()
     {
         QTest::addColumn<bool>("kis");
@@ -240,10 +204,22 @@ private slots:
         QCOMPARE(FakeTools::runCount(paths.cfgutil()), 0);
     }
 
-    void runningRestoreIgnoresAnotherStartAndCleanInterruptCountsAsSuccess()
+    // The stop button interrupts the tool; a start while it runs changes nothing.
+    void cancelWhileRunning_data()
     {
+        QTest::addColumn<bool>("exitsCleanly");
+        QTest::addColumn<QString>("ending");
+        QTest::newRow("clean exit counts as success")
+            << true << QStringLiteral("interrupted\n") + successLine;
+        QTest::newRow("ended by the interrupt")
+            << false << QStringLiteral("Восстановление завершилось с ошибкой 2."); // SIGINT
+    }
+    void cancelWhileRunning()
+    {
+        QFETCH(bool, exitsCleanly);
+        QFETCH(QString, ending);
         TestPaths paths;
-        const QString cfgutil = FakeTools::write(paths.cfgutil(), waitingTool(true));
+        const QString cfgutil = FakeTools::write(paths.cfgutil(), waitingTool(exitsCleanly));
         RestoreManager manager;
         QCoro::waitFor(manager.startRestore(std::nullopt, kisWatch));
         QTRY_VERIFY(manager.logText().endsWith(QStringLiteral("ready\n")));
@@ -259,25 +235,9 @@ private slots:
 
         manager.cancelRestore();
         QTRY_VERIFY(!manager.isRestoring());
-        QVERIFY(
-            manager.logText().endsWith(cancelLine + QStringLiteral("\ninterrupted\n") + successLine + u'\n'));
-        QVERIFY(manager.completedSuccessfully());
-    }
-
-    void toolEndedByTheInterruptReportsTheSignalNumber()
-    {
-        TestPaths paths;
-        FakeTools::write(paths.cfgutil(), waitingTool(false));
-        RestoreManager manager;
-        QCoro::waitFor(manager.startRestore(std::nullopt, kisWatch));
-        QTRY_VERIFY(manager.logText().endsWith(QStringLiteral("ready\n")));
-
-        manager.cancelRestore();
-        QTRY_VERIFY(!manager.isRestoring());
-        const QString failure = QStringLiteral("Восстановление завершилось с ошибкой 2."); // SIGINT
-        QCOMPARE(manager.lastError(), std::optional<QString>(failure));
-        QVERIFY(manager.logText().endsWith(cancelLine + QStringLiteral("\n") + failure + u'\n'));
-        QVERIFY(!manager.completedSuccessfully());
+        QVERIFY(manager.logText().endsWith(cancelLine + u'\n' + ending + u'\n'));
+        QCOMPARE(manager.completedSuccessfully(), exitsCleanly);
+        QCOMPARE(manager.lastError(), exitsCleanly ? std::nullopt : std::optional<QString>(ending));
     }
 
     void cancellingWhenIdleOnlyLogs()
@@ -345,24 +305,16 @@ private slots:
     void restoreToolInheritsStandardInput()
     {
         TestPaths paths;
-        const QString input = QDir(paths.root()).filePath(QStringLiteral("input.txt"));
-        QFile file(input);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write("answer from the terminal\n");
-        file.close();
         FakeToolBehaviour reader;
         reader.extraShell = "cat";
         FakeTools::write(paths.cfgutil(), reader);
 
-        const int saved = ::dup(STDIN_FILENO);
-        const int redirected = ::open(QFile::encodeName(input).constData(), O_RDONLY);
-        ::dup2(redirected, STDIN_FILENO);
         RestoreManager manager;
-        QCoro::waitFor(manager.startRestore(std::nullopt, kisWatch));
-        ::dup2(saved, STDIN_FILENO);
-        ::close(saved);
-        ::close(redirected);
-
+        {
+            const StandardInputFrom redirected(QDir(paths.root()).filePath(QStringLiteral("input.txt")),
+                                               "answer from the terminal\n");
+            QCoro::waitFor(manager.startRestore(std::nullopt, kisWatch));
+        }
         QTRY_VERIFY_WITH_TIMEOUT(!manager.isRestoring(), 10000);
         QVERIFY(
             manager.logText().endsWith(QStringLiteral("answer from the terminal\n") + successLine + u'\n'));

@@ -1,23 +1,16 @@
 #include "restore/RestoreManager.h"
 #include "support/FakeTools.h"
+#include "support/TestFiles.h"
 #include "support/TestPaths.h"
 #include "tools/ToolLocator.h"
 
 #include <QCoroTask>
 #include <QFile>
-#include <QSignalSpy>
 #include <QTest>
 
 namespace {
 
-const QString initialLog = QStringLiteral("Corvalin Studio готов к работе.\n");
 const QString damaged = QStringLiteral("Файл повреждён, является OTA или не поддерживается.");
-
-QByteArray fixture(const char *name)
-{
-    QFile file(QStringLiteral(CORVALIN_TEST_DATA "/") + QString::fromLatin1(name));
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 } // namespace
 
@@ -25,27 +18,6 @@ class RestoreValidationTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void supportedImageIsConfirmedInTheLog()
-    {
-        TestPaths paths;
-        const QByteArray info = fixture("idevicerestore-ipsw-info-color.txt");
-        const QString tool = FakeTools::write(paths.tool(QStringLiteral("bin/idevicerestore")),
-                                              FakeToolBehaviour::printing(info));
-        RestoreManager manager;
-        QSignalSpy validating(&manager, &RestoreManager::isValidatingChanged);
-        const QString image = paths.downloads() + QStringLiteral("/watchOS_10.ipsw");
-
-        QVERIFY(QCoro::waitFor(manager.validate(image, QStringLiteral("Watch7,1"))));
-        QCOMPARE(FakeTools::recordedArguments(tool), (QStringList{QStringLiteral("--ipsw-info"), image}));
-        QCOMPARE(FakeTools::recordedEnvironment(tool).value(QStringLiteral("LC_ALL")), QStringLiteral("C"));
-        QCOMPARE(manager.logText(), initialLog + QStringLiteral("Проверка watchOS_10.ipsw…\n") +
-                                        QString::fromUtf8(info) +
-                                        QStringLiteral("Совместимость подтверждена: Watch7,1.\n"));
-        QCOMPARE(manager.lastError(), std::nullopt);
-        QCOMPARE(validating.count(), 2);
-        QVERIFY(!manager.isValidating());
-    }
-
     void refusals_data()
     {
         QTest::addColumn<bool>("toolPresent");
@@ -57,7 +29,7 @@ private slots:
         const QString incompatible = QStringLiteral("IPSW не содержит модель Watch6,2 в BuildManifest.");
         QTest::newRow("failed with a matching line") << true << matching << 1 << damaged;
         QTest::newRow("model not listed")
-            << true << fixture("idevicerestore-ipsw-info-multi.txt") << 0 << incompatible;
+            << true << testData("idevicerestore-ipsw-info-multi.txt") << 0 << incompatible;
         QTest::newRow("tool missing") << false << QByteArray() << 0 << damaged;
     }
 

@@ -1,9 +1,5 @@
 #include "tools/DeviceTable.h"
-#include "support/FakeTools.h"
-#include "support/TestPaths.h"
 
-#include <QCoroTask>
-#include <QFile>
 #include <QTest>
 
 class DeviceTableTest : public QObject {
@@ -34,32 +30,6 @@ private slots:
         QFETCH(QString, line);
         QFETCH(QStringList, pieces);
         QCOMPARE(DeviceTable::splitLine(line), pieces);
-    }
-
-    void parseRecordedTable()
-    {
-        QFile file(QStringLiteral(CORVALIN_TEST_DATA "/irecovery-devices-excerpt.txt"));
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        const QList<DeviceTable::Row> rows =
-            DeviceTable::parse(QString::fromUtf8(file.readAll()) + QStringLiteral("\n\nshort line\n"));
-        QCOMPARE(rows.size(), 66);
-        const auto watch = std::find_if(rows.begin(), rows.end(),
-                                        [](const auto &row) { return row.productType == u"Watch1,1"; });
-        QVERIFY(watch != rows.end());
-        QCOMPARE(watch->hardwareModel, QStringLiteral("n27aap"));
-        QCOMPARE(watch->name, QStringLiteral("Apple Watch 38mm (1st gen)"));
-    }
-
-    void fetchRunsTheShippedTool()
-    {
-        TestPaths paths;
-        const QString tool = FakeTools::write(paths.tool(QStringLiteral("bin/irecovery")),
-                                              FakeToolBehaviour::printing("Watch1,1 a b c Name\n", 1));
-        QCOMPARE(QCoro::waitFor(DeviceTable::fetch()), QStringLiteral("Watch1,1 a b c Name\n"));
-        QCOMPARE(FakeTools::recordedArguments(tool), QStringList{QStringLiteral("--devices")});
-
-        QFile::remove(tool);
-        QVERIFY(QCoro::waitFor(DeviceTable::fetch()).startsWith(QStringLiteral("Инструмент не найден: ")));
     }
 };
 

@@ -1,5 +1,7 @@
 #include "tools/ProcessRunner.h"
 #include "support/FakeTools.h"
+#include "support/StandardInputFrom.h"
+#include "support/TestFiles.h"
 #include "support/TestPaths.h"
 #include "tools/ToolLocator.h"
 
@@ -9,37 +11,12 @@
 #include <QTest>
 #include <QTimer>
 
-#include <fcntl.h>
-#include <unistd.h>
-
 namespace {
 
 ProcessResult runNow(const QString &executable, const QStringList &arguments = {})
 {
     return QCoro::waitFor(ProcessRunner::run(executable, arguments));
 }
-
-// Gives this process a file as its standard input for the life of the object.
-class StandardInputFrom {
-public:
-    explicit StandardInputFrom(const QString &path)
-        : m_saved(::dup(STDIN_FILENO)), m_file(::open(QFile::encodeName(path).constData(), O_RDONLY))
-    {
-        ::dup2(m_file, STDIN_FILENO);
-    }
-    ~StandardInputFrom()
-    {
-        ::dup2(m_saved, STDIN_FILENO);
-        ::close(m_saved);
-        ::close(m_file);
-    }
-    StandardInputFrom(const StandardInputFrom &) = delete;
-    StandardInputFrom &operator=(const StandardInputFrom &) = delete;
-
-private:
-    int m_saved;
-    int m_file;
-};
 
 } // namespace
 
@@ -60,10 +37,7 @@ private slots:
         QCOMPARE(result.output, QStringLiteral("Инструмент не найден: ") + paths.tool(QStringLiteral("bin")));
 
         const QString plain = paths.tool(QStringLiteral("bin/plain"));
-        QFile file(plain);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write("#!/bin/sh\ntouch \"$0.ran\"\n");
-        file.close();
+        QVERIFY(writeFile(plain, "#!/bin/sh\ntouch \"$0.ran\"\n"));
         result = runNow(plain);
         QCOMPARE(result.status, -1);
         QCOMPARE(result.output, QStringLiteral("Инструмент не найден: ") + plain);
@@ -87,61 +61,50 @@ private slots:
         QVERIFY(!result.output.startsWith(QStringLiteral("Инструмент не найден")));
     }
 
-    void outputAndStatusAreCollected()
+    // Both streams in the order written, decoded as UTF-8, read until every writer has closed
+    // the pipe (a child's own background job counts), with the status or the ending signal.
+    void outputAndStatusAreCollected_data()
     {
-        TestPaths paths;
-        FakeToolBehaviour behaviour;
-        behaviour.chunks = {"first\n", "second"};
-        behaviour.exitStatus = 3;
-        behaviour.extraShell = "printf 'to stderr\\n' >&2";
-        const QString tool = FakeTools::write(paths.tool(QStringLiteral("bin/talker")), behaviour);
+        QTest::addColumn<FakeToolBehaviour>("behaviour");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QString>("output");
 
-        const ProcessResult result =
-            runNow(tool, {QStringLiteral("a b"), QStringLiteral("$HOME"), QString()});
-        QCOMPARE(result.status, 3);
-        QCOMPARE(result.output, QStringLiteral("first\nsecondto stderr\n"));
-        QCOMPARE(FakeTools::recordedArguments(tool),
-                 (QStringList{QStringLiteral("a b"), QStringLiteral("$HOME"), QString()}));
-    }
-
-    void stderrOnlyAndSilentChildren()
-    {
-        TestPaths paths;
+        FakeToolBehaviour both;
+        both.chunks = {"first\n", "second"};
+        both.exitStatus = 3;
+        both.extraShell = "printf 'to stderr\\n' >&2";
+        QTest::newRow("both streams") << both << 3 << QStringLiteral("first\nsecondto stderr\n");
         FakeToolBehaviour errorsOnly;
         errorsOnly.extraShell = "echo 'only errors' >&2";
         errorsOnly.exitStatus = 1;
-        ProcessResult result = runNow(FakeTools::write(paths.tool(QStringLiteral("bin/errors")), errorsOnly));
-        QCOMPARE(result.status, 1);
-        QCOMPARE(result.output, QStringLiteral("only errors\n"));
-
-        result = runNow(FakeTools::write(paths.tool(QStringLiteral("bin/silent")), FakeToolBehaviour{}));
-        QCOMPARE(result.status, 0);
-        QCOMPARE(result.output, QString());
+        QTest::newRow("standard error only") << errorsOnly << 1 << QStringLiteral("only errors\n");
+        QTest::newRow("silent") << FakeToolBehaviour{} << 0 << QString();
+        QTest::newRow("invalid UTF-8")
+            << FakeToolBehaviour::printing("ok \xff end\r\n") << 0 << QStringLiteral("ok \uFFFD end\r\n");
+        const QByteArray big = QByteArray(1023, 'x').append('\n').repeated(6 * 1024);
+        QTest::newRow("more than a pipe holds")
+            << FakeToolBehaviour::printing(big) << 0 << QString::fromLatin1(big);
+        FakeToolBehaviour killed = FakeToolBehaviour::printing("before\n");
+        killed.extraShell = "kill -TERM $$";
+        QTest::newRow("ended by a signal") << killed << 15 << QStringLiteral("before\n");
+        FakeToolBehaviour background = FakeToolBehaviour::printing("early\n");
+        background.extraShell = "(sleep 0.4; echo late) &";
+        QTest::newRow("background job writes after the exit")
+            << background << 0 << QStringLiteral("early\nlate\n");
     }
-
-    void largeOutputDoesNotDeadlock()
+    void outputAndStatusAreCollected()
     {
+        QFETCH(FakeToolBehaviour, behaviour);
+        QFETCH(int, status);
+        QFETCH(QString, output);
         TestPaths paths;
-        const QByteArray line(1023, 'x');
-        QByteArray big;
-        for (int i = 0; i < 6 * 1024; ++i)
-            big += line + '\n';
-        const ProcessResult result =
-            runNow(FakeTools::write(paths.tool(QStringLiteral("bin/big")), FakeToolBehaviour::printing(big)));
-        QCOMPARE(result.status, 0);
-        QCOMPARE(result.output.size(), big.size());
-    }
+        const QString tool = FakeTools::write(paths.tool(QStringLiteral("bin/talker")), behaviour);
+        const QStringList arguments{QStringLiteral("a b"), QStringLiteral("$HOME"), QString()};
 
-    void invalidUtf8BecomesReplacementCharacters()
-    {
-        TestPaths paths;
-        const QString tool = FakeTools::write(paths.tool(QStringLiteral("bin/bytes")),
-                                              FakeToolBehaviour::printing("ok \xff\xfe end\r\n"));
-        const ProcessResult result = runNow(tool);
-        QCOMPARE(result.status, 0);
-        QVERIFY(result.output.startsWith(QStringLiteral("ok ")));
-        QVERIFY(result.output.contains(QChar(0xFFFD)));
-        QVERIFY(result.output.endsWith(QStringLiteral(" end\r\n")));
+        const ProcessResult result = runNow(tool, arguments);
+        QCOMPARE(result.status, status);
+        QCOMPARE(result.output, output);
+        QCOMPARE(FakeTools::recordedArguments(tool), arguments);
     }
 
     void childSeesTheToolEnvironment()
@@ -159,43 +122,15 @@ private slots:
 #endif
     }
 
-    void signalTerminationReportsTheSignalNumber()
-    {
-        TestPaths paths;
-        FakeToolBehaviour behaviour = FakeToolBehaviour::printing("before\n");
-        behaviour.extraShell = "kill -TERM $$";
-        const ProcessResult result =
-            runNow(FakeTools::write(paths.tool(QStringLiteral("bin/killed")), behaviour));
-        QCOMPARE(result.status, 15);
-        QCOMPARE(result.output, QStringLiteral("before\n"));
-    }
-
-    // The output ends when every writer has closed the pipe, not when the child exits: what a
-    // child's own background job prints later belongs to the result too.
-    void outputIsReadToItsEndBeforeTheExit()
-    {
-        TestPaths paths;
-        FakeToolBehaviour behaviour = FakeToolBehaviour::printing("early\n");
-        behaviour.extraShell = "(sleep 0.4; echo late) &";
-        const ProcessResult result =
-            runNow(FakeTools::write(paths.tool(QStringLiteral("bin/background")), behaviour));
-        QCOMPARE(result.status, 0);
-        QCOMPARE(result.output, QStringLiteral("early\nlate\n"));
-    }
-
     void childInheritsStandardInput()
     {
         TestPaths paths;
-        const QString input = QDir(paths.root()).filePath(QStringLiteral("input.txt"));
-        QFile file(input);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write("typed by the user\n");
-        file.close();
         FakeToolBehaviour reader;
         reader.extraShell = "cat";
         const QString tool = FakeTools::write(paths.tool(QStringLiteral("bin/reader")), reader);
 
-        const StandardInputFrom redirected(input);
+        const StandardInputFrom redirected(QDir(paths.root()).filePath(QStringLiteral("input.txt")),
+                                           "typed by the user\n");
         const ProcessResult result = runNow(tool);
         QCOMPARE(result.status, 0);
         QCOMPARE(result.output, QStringLiteral("typed by the user\n"));

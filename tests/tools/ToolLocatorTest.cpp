@@ -1,4 +1,5 @@
 #include "tools/ToolLocator.h"
+#include "support/TestFiles.h"
 #include "support/TestPaths.h"
 #include "tools/SystemPaths.h"
 
@@ -21,9 +22,7 @@ private slots:
         QVERIFY(fallback != paths.toolsRoot());
 
         // Only existence counts: a plain file named Tools is still the tools folder.
-        QFile file(paths.toolsRoot());
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.close();
+        QVERIFY(writeFile(paths.toolsRoot()));
         QCOMPARE(ToolLocator::toolsRoot(), paths.toolsRoot());
     }
 
@@ -52,26 +51,12 @@ private slots:
         QCOMPARE(ToolLocator::cfgutil(), std::optional(paths.cfgutil()));
     }
 
-    void foldersAreCreatedOnDemand()
-    {
-        TestPaths paths;
-        const QString cache = ToolLocator::cacheDirectory();
-        QCOMPARE(cache, paths.downloads() + QStringLiteral("/Corvalin Firmware"));
-        QVERIFY(QFileInfo(cache).isDir());
-        QCOMPARE(ToolLocator::cacheDirectory(), cache);
-
-        const QString logs = ToolLocator::logsDirectory();
-        QCOMPARE(logs, paths.applicationSupport() + QStringLiteral("/Corvalin Studio/Logs"));
-        QVERIFY(QFileInfo(logs).isDir());
-    }
-
     void uncreatableFolderIsStillReturned()
     {
         TestPaths paths;
-        QFile blocker(paths.downloads() + QStringLiteral("/Corvalin Firmware"));
-        QVERIFY(blocker.open(QIODevice::WriteOnly)); // a file where the folder should be
-        blocker.close();
-        QCOMPARE(ToolLocator::cacheDirectory(), blocker.fileName());
+        const QString blocker = paths.downloads() + QStringLiteral("/Corvalin Firmware");
+        QVERIFY(writeFile(blocker)); // a file where the folder should be
+        QCOMPARE(ToolLocator::cacheDirectory(), blocker);
     }
 
     void environmentPrependsTheToolLibraries_data()

@@ -1,17 +1,10 @@
 #pragma once
 
+#include "support/TestFiles.h"
 #include "support/TestPaths.h"
 
 #include <QDir>
 #include <QFile>
-
-inline QByteArray testData(const char *name)
-{
-    QFile file(QStringLiteral(CORVALIN_TEST_DATA "/") + QString::fromLatin1(name));
-    if (!file.open(QIODevice::ReadOnly))
-        qFatal("missing test data %s", name);
-    return file.readAll();
-}
 
 // The built companion, copied into the tools folder of a test tree: it finds the tools placed
 // beside it there, fake or real, and the application finds it where it looks on Linux.

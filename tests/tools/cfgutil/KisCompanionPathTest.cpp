@@ -3,6 +3,7 @@
 #include "device/FakeUsbBus.h"
 #include "restore/RestoreManager.h"
 #include "support/FakeTools.h"
+#include "support/RealTools.h"
 #include "support/TestPaths.h"
 #include "tools/ToolLocator.h"
 
@@ -20,13 +21,8 @@ const QString kisUnreadableHint =
 void writeIrecovery(const TestPaths &paths)
 {
     const QString tool = paths.tool(QStringLiteral("bin/irecovery"));
-    for (const auto &[suffix, fixture] :
-         {std::pair{".query", "irecovery-q-kis.txt"}, std::pair{".table", "irecovery-devices-excerpt.txt"}}) {
-        QFile file(tool + QString::fromLatin1(suffix));
-        if (!file.open(QIODevice::WriteOnly))
-            qFatal("cannot write beside the fake irecovery");
-        file.write(testData(fixture));
-    }
+    writeFile(tool + QStringLiteral(".query"), testData("irecovery-q-kis.txt"));
+    writeFile(tool + QStringLiteral(".table"), testData("irecovery-devices-excerpt.txt"));
     FakeToolBehaviour behaviour;
     behaviour.extraShell = "if [ \"$1\" = -q ]; then cat \"$0.query\"; else cat \"$0.table\"; fi";
     FakeTools::write(tool, behaviour);
@@ -71,6 +67,7 @@ private slots:
             QDir(paths.downloads()).filePath(QStringLiteral("Corvalin Firmware/watchOS 11.ipsw"));
         QCoro::waitFor(manager.startRestore(image, watch));
         QTRY_VERIFY_WITH_TIMEOUT(manager.logText().endsWith(QStringLiteral("ready\n")), 10000);
+        QVERIFY(manager.logText().contains(QStringLiteral("Совместимость подтверждена: Watch7,5.\n")));
 
         QVERIFY(manager.process());
         QCOMPARE(manager.process()->program(), companion);
@@ -94,16 +91,11 @@ private slots:
     // hint: irecovery finds nothing and the companion lists nothing.
     void realToolsWithoutAWatchListNothing()
     {
-        const QString realTools = QStringLiteral(CORVALIN_TOOLS_DIR);
-        if (realTools.isEmpty())
-            QSKIP("no built tools folder: configure with -DCORVALIN_TOOLS_DIR=<folder with bin/ and lib/>");
-
+        if (RealTools::folder().isEmpty())
+            QSKIP(RealTools::unavailableMessage());
         TestPaths paths;
+        QVERIFY(RealTools::installInto(paths));
         const QString companion = installCompanion(paths);
-        QFile::link(QDir(realTools).filePath(QStringLiteral("bin/irecovery")),
-                    paths.tool(QStringLiteral("bin/irecovery")));
-        QDir(paths.tool(QStringLiteral("lib"))).removeRecursively();
-        QFile::link(QDir(realTools).filePath(QStringLiteral("lib")), paths.tool(QStringLiteral("lib")));
 
         QProcess process;
         process.start(companion, {"--format", "JSON", "list"});

@@ -33,7 +33,6 @@ private slots:
         version("9223372036854775807.-9223372036854775808", std::numeric_limits<qint64>::max(),
                 std::numeric_limits<qint64>::min(), 0);
         notVersion("build in parentheses", QStringLiteral("9.6.3 (20U502)"));
-        notVersion("beta", QStringLiteral("10.0b1"));
         notVersion("four parts", QStringLiteral("1.2.3.4"));
         notVersion("empty", QString());
         notVersion("dots only", QStringLiteral("..."));
@@ -60,20 +59,6 @@ private slots:
             QCOMPARE(version->minor, minor);
             QCOMPARE(version->patch, patch);
         }
-    }
-
-    void comparesVersions()
-    {
-        const auto v = [](const char *text) {
-            return SemanticVersion::parse(QString::fromUtf8(text)).value();
-        };
-        QVERIFY(v("10.0") < v("10.0.1"));
-        QVERIFY(v("10.0.1") < v("10.1"));
-        QVERIFY(v("9.6.3") < v("10.0"));
-        QVERIFY(v("-1.5") < v("0"));
-        QVERIFY(v("10.0") == v("10.0.0"));
-        QVERIFY(v("10.0") <= v("10.0.0") && v("10.0") >= v("10.0.0"));
-        QVERIFY(v("10.1") > v("10.0.9"));
     }
 
     void ordersModelsByNumbers()

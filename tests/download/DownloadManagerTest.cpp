@@ -160,11 +160,13 @@ private slots:
 
     // Cancelling shows "cancelled" at once; the transfer's own report of the cancellation
     // then arrives as a transfer error and is what the caller receives.
+    // Cancel means cancel: nothing is kept for a later attempt.
     void cancelDuringTransferAndStartWhileBusy()
     {
         DownloadTestHarness h;
-        HttpResponse stalled = HttpResponse::ok(patternBody(1024 * 1024));
-        stalled.stallAfterBytes = 64 * 1024;
+        const QByteArray body = patternBody(4 * 1024 * 1024);
+        HttpResponse stalled = rangedResponse(body);
+        stalled.stallAfterBytes = 1024 * 1024;
         h.server.setResponse(QStringLiteral("/d_Restore.ipsw"), stalled);
         h.server.setResponse(QStringLiteral("/e_Restore.ipsw"), HttpResponse::ok("other"));
 
@@ -188,6 +190,14 @@ private slots:
         QTest::qWait(50);
         QCOMPARE(ignored->calls, 0);
         QCOMPARE(h.server.requests().size(), 1);
+        QVERIFY(partialListing().isEmpty());
+
+        h.server.setResponse(QStringLiteral("/d_Restore.ipsw"), rangedResponse(body));
+        const auto again = h.start(h.firmware(QStringLiteral("/d_Restore.ipsw")));
+        QVERIFY(waitForCalls(*again));
+        QVERIFY(again->last->ok());
+        QCOMPARE(rangeStart(h.server.requests().at(1)), 0);
+        QCOMPARE(header(h.server.requests().at(1), "if-range"), QByteArray());
     }
 
     // The late report of a cancelled transfer is not matched against the transfer that

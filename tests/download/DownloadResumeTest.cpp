@@ -16,42 +16,12 @@ const QByteArray firstTag = "\"v1\"";
 const QString transferError = QStringLiteral("Ошибка загрузки");
 const QString timedOut = QStringLiteral("Превышен лимит времени на запрос.");
 
-HttpResponse rangedResponse(const QByteArray &body, const QByteArray &etag, qint64 bytesPerSecond = 0)
-{
-    HttpResponse response = HttpResponse::ok(body);
-    response.acceptRanges = true;
-    response.bytesPerSecond = bytesPerSecond;
-    response.headers = {{"ETag", etag}};
-    return response;
-}
-
 // The same, cut off after `bytes`: the connection stalls there, or drops.
 HttpResponse cutOff(const QByteArray &body, qint64 bytes, bool stall, qint64 bytesPerSecond = 0)
 {
     HttpResponse response = rangedResponse(body, firstTag, bytesPerSecond);
     (stall ? response.stallAfterBytes : response.dropAfterTotalBytes) = bytes;
     return response;
-}
-
-QByteArray header(const HttpRequest &request, const QByteArray &name)
-{
-    for (const auto &[key, value] : request.headers) {
-        if (key == name)
-            return value;
-    }
-    return {};
-}
-
-// The first byte a request asked for: 0 without a Range header.
-qint64 rangeStart(const HttpRequest &request)
-{
-    const QByteArray range = header(request, "range");
-    return range.startsWith("bytes=") ? range.mid(6, range.indexOf('-') - 6).toLongLong() : 0;
-}
-
-QStringList partialListing()
-{
-    return QDir(PartialDownloads::folder()).entryList(QDir::Files | QDir::Hidden);
 }
 
 qint64 heldBytes(const QUrl &url)
@@ -192,30 +162,6 @@ private slots:
         QVERIFY2(log->last->ok(), qPrintable(h.manager.errorText().value_or(QString())));
         QCOMPARE(fileContents(h.cached(QStringLiteral("Watch7,1_Restore.ipsw"))), second);
         QCOMPARE(h.server.bodyBytesSent() - sentBefore, qint64(second.size()));
-    }
-
-    // Cancel means cancel: nothing is kept for a later attempt.
-    void cancelDiscardsWhatWasReceived()
-    {
-        DownloadTestHarness h(LocalHttpServer::Transport::tls);
-        const QByteArray body = patternBody(4 * mebibyte);
-        const QString path = QStringLiteral("/fw/Watch5,1_Restore.ipsw");
-        h.server.setResponse(path, cutOff(body, mebibyte, true));
-
-        auto log = h.start(h.firmware(path));
-        QVERIFY(QTest::qWaitFor([&] { return h.manager.progress() > 0; }, 30000));
-        h.manager.cancel();
-        QVERIFY(waitForCalls(*log));
-        QCOMPARE(log->last->failure().code(), int(QNetworkReply::OperationCanceledError));
-        QVERIFY(partialListing().isEmpty());
-
-        h.server.setResponse(path, rangedResponse(body, firstTag));
-        const qsizetype requestsBefore = h.server.requests().size();
-        log = h.start(h.firmware(path));
-        QVERIFY(waitForCalls(*log));
-        QVERIFY(log->last->ok());
-        QCOMPARE(rangeStart(h.server.requests().at(requestsBefore)), 0);
-        QCOMPARE(header(h.server.requests().at(requestsBefore), "if-range"), QByteArray());
     }
 
     void tooLittleSpaceFailsBeforeTheFirstByte()

@@ -2,6 +2,7 @@
 
 #include "app/WatchFirmware.h"
 #include "download/DownloadManager.h"
+#include "download/ResumeRecord.h"
 #include "support/FakeTools.h"
 #include "support/LocalHttpServer.h"
 #include "support/TestPaths.h"
@@ -101,4 +102,36 @@ inline QByteArray fileContents(const QString &path)
 inline bool waitForCalls(const CompletionLog &log, int calls = 1)
 {
     return QTest::qWaitFor([&] { return log.calls >= calls; }, 30000);
+}
+
+// Serves `body` with ranges and an ETag.
+inline HttpResponse rangedResponse(const QByteArray &body, const QByteArray &etag = "\"v1\"",
+                                   qint64 bytesPerSecond = 0)
+{
+    HttpResponse response = HttpResponse::ok(body);
+    response.acceptRanges = true;
+    response.bytesPerSecond = bytesPerSecond;
+    response.headers = {{"ETag", etag}};
+    return response;
+}
+
+inline QByteArray header(const HttpRequest &request, const QByteArray &name)
+{
+    for (const auto &[key, value] : request.headers) {
+        if (key == name)
+            return value;
+    }
+    return {};
+}
+
+// The first byte a request asked for: 0 without a Range header.
+inline qint64 rangeStart(const HttpRequest &request)
+{
+    const QByteArray range = header(request, "range");
+    return range.startsWith("bytes=") ? range.mid(6, range.indexOf('-') - 6).toLongLong() : 0;
+}
+
+inline QStringList partialListing()
+{
+    return QDir(PartialDownloads::folder()).entryList(QDir::Files | QDir::Hidden);
 }

@@ -24,41 +24,41 @@ class ProcessRunnerTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void missingOrNonExecutablePathsStartNothing()
+    // Nothing runs: a missing path, a folder or a file without the execute bit is "not found";
+    // a file the system cannot start gets the platform's own description.
+    void pathsThatStartNothing_data()
     {
-        TestPaths paths;
-        const QString missing = paths.tool(QStringLiteral("bin/absent"));
-        ProcessResult result = runNow(missing);
-        QCOMPARE(result.status, -1);
-        QCOMPARE(result.output, QStringLiteral("Инструмент не найден: ") + missing);
-
-        result = runNow(paths.tool(QStringLiteral("bin")));
-        QCOMPARE(result.status, -1);
-        QCOMPARE(result.output, QStringLiteral("Инструмент не найден: ") + paths.tool(QStringLiteral("bin")));
-
-        const QString plain = paths.tool(QStringLiteral("bin/plain"));
-        QVERIFY(writeFile(plain, "#!/bin/sh\ntouch \"$0.ran\"\n"));
-        result = runNow(plain);
-        QCOMPARE(result.status, -1);
-        QCOMPARE(result.output, QStringLiteral("Инструмент не найден: ") + plain);
-        QVERIFY(!QFile::exists(plain + QStringLiteral(".ran")));
+        QTest::addColumn<QString>("path");        // inside the tools folder
+        QTest::addColumn<QByteArray>("contents"); // empty: nothing written there
+        QTest::addColumn<bool>("executable");
+        QTest::addColumn<bool>("notFound");
+        QTest::newRow("missing") << "bin/absent" << QByteArray() << false << true;
+        QTest::newRow("folder") << "bin" << QByteArray() << false << true;
+        QTest::newRow("not executable")
+            << "bin/plain" << QByteArray("#!/bin/sh\ntouch \"$0.ran\"\n") << false << true;
+        QTest::newRow("not a program") << "bin/broken"
+                                       << QByteArray("\x7f"
+                                                     "ELF not really a program")
+                                       << true << false;
     }
-
-    void startFailureGivesThePlatformDescription()
+    void pathsThatStartNothing()
     {
+        QFETCH(QString, path);
+        QFETCH(QByteArray, contents);
+        QFETCH(bool, executable);
+        QFETCH(bool, notFound);
         TestPaths paths;
-        const QString broken = paths.tool(QStringLiteral("bin/broken"));
-        QFile file(broken);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write("\x7f"
-                   "ELF not really a program");
-        file.close();
-        QVERIFY(file.setPermissions(file.permissions() | QFileDevice::ExeOwner));
+        const QString tool = paths.tool(path);
+        if (!contents.isEmpty())
+            QVERIFY(writeFile(tool, contents));
+        if (executable)
+            QVERIFY(QFile::setPermissions(tool, QFile::permissions(tool) | QFileDevice::ExeOwner));
 
-        const ProcessResult result = runNow(broken);
+        const ProcessResult result = runNow(tool);
         QCOMPARE(result.status, -1);
         QVERIFY(!result.output.isEmpty());
-        QVERIFY(!result.output.startsWith(QStringLiteral("Инструмент не найден")));
+        QCOMPARE(result.output == QStringLiteral("Инструмент не найден: ") + tool, notFound);
+        QVERIFY(!QFile::exists(tool + QStringLiteral(".ran")));
     }
 
     // Both streams in the order written, decoded as UTF-8, read until every writer has closed

@@ -4,13 +4,15 @@
 #include "tools/ToolLocator.h"
 
 #include <QProcess>
-
 #include <QTest>
+
 #include <memory>
 
 namespace {
 
-FakeToolBehaviour printingOnStandardError(const QByteArray &line, int status)
+using MaybeTool = std::optional<FakeToolBehaviour>; // none: the tool is missing
+
+MaybeTool printingOnStandardError(const QByteArray &line, int status)
 {
     FakeToolBehaviour behaviour;
     behaviour.extraShell = "echo '" + line + "' >&2";
@@ -60,6 +62,15 @@ private:
     std::unique_ptr<TestPaths> m_paths;
     QString m_companion;
 
+    // bin/<name> in the test's tools folder, a fake tool there unless it is to be missing.
+    QString fakeTool(const char *name, const MaybeTool &behaviour) const
+    {
+        const QString path = m_paths->tool(QStringLiteral("bin/") + QLatin1String(name));
+        if (behaviour)
+            FakeTools::write(path, *behaviour);
+        return path;
+    }
+
 private slots:
     void init()
     {
@@ -71,47 +82,41 @@ private slots:
     // A watch attached or none is listed by the real-tools run; the fakes stand in for watches.
     void listing_data()
     {
-        QTest::addColumn<bool>("hasIrecovery");
-        QTest::addColumn<FakeToolBehaviour>("irecovery");
+        QTest::addColumn<MaybeTool>("irecovery");
         QTest::addColumn<int>("status");
         QTest::addColumn<QByteArray>("standardOutput");
         QTest::addColumn<QByteArray>("complaint"); // how standard error begins
 
-        const auto printing = [](const char *fixture) {
-            return FakeToolBehaviour::printing(testData(fixture));
+        const auto printing = [](const QByteArray &output, int status = 0) {
+            return MaybeTool(FakeToolBehaviour::printing(output, status));
         };
-        QTest::newRow("KIS watch") << true << printing("irecovery-q-kis.txt") << 0
+        QTest::newRow("KIS watch") << printing(testData("irecovery-q-kis.txt")) << 0
                                    << listingOf("0xB24F61A9C0D5E", "Watch7,5") << QByteArray();
-        QTest::newRow("Recovery watch") << true << printing("irecovery-q-recovery.txt") << 0
+        QTest::newRow("Recovery watch") << printing(testData("irecovery-q-recovery.txt")) << 0
                                         << listingOf("0xE1A52C8F4303A", "Watch6,18") << QByteArray();
         QTest::newRow("device this irecovery does not know")
-            << true << printing("irecovery-q-unknown-device.txt") << 0 << listingOf("0x3F7C1E2D4A6B8", {})
+            << printing(testData("irecovery-q-unknown-device.txt")) << 0 << listingOf("0x3F7C1E2D4A6B8", {})
             << QByteArray();
         // The application reads both streams as one: a failure must not look like a list.
-        QTest::newRow("irecovery missing") << false << FakeToolBehaviour{} << 1 << QByteArray()
-                                           << QByteArray("cfgutil: irecovery not found at ");
+        QTest::newRow("irecovery missing")
+            << MaybeTool() << 1 << QByteArray() << QByteArray("cfgutil: irecovery not found at ");
         QTest::newRow("another irecovery error")
-            << true << printingOnStandardError("ERROR: Operation unsupported by driver", 255) << 1
-            << QByteArray()
+            << printingOnStandardError("ERROR: Operation unsupported by driver", 255) << 1 << QByteArray()
             << QByteArray(
                    "cfgutil: irecovery -q failed with status 255: ERROR: Operation unsupported by driver");
         QTest::newRow("listing without an ECID")
-            << true << FakeToolBehaviour::printing("PRODUCT: Watch7,5\nECID: none\n") << 1 << QByteArray()
+            << printing("PRODUCT: Watch7,5\nECID: none\n") << 1 << QByteArray()
             << QByteArray("cfgutil: irecovery -q printed no readable ECID");
     }
 
     void listing()
     {
-        QFETCH(bool, hasIrecovery);
-        QFETCH(FakeToolBehaviour, irecovery);
+        QFETCH(MaybeTool, irecovery);
         QFETCH(int, status);
         QFETCH(QByteArray, standardOutput);
         QFETCH(QByteArray, complaint);
 
-        const TestPaths &paths = *m_paths;
-        const QString tool = paths.tool(QStringLiteral("bin/irecovery"));
-        if (hasIrecovery)
-            FakeTools::write(tool, irecovery);
+        const QString tool = fakeTool("irecovery", irecovery);
 
         const Finished run = runCompanion(m_companion, {"--format", "JSON", "list"});
         QCOMPARE(run.status, status);
@@ -119,9 +124,9 @@ private slots:
         QVERIFY2(run.standardError.startsWith(complaint) &&
                      (run.standardError.isEmpty() == complaint.isEmpty()),
                  run.standardError.constData());
-        if (hasIrecovery) {
+        if (irecovery) {
             QCOMPARE(FakeTools::recordedArguments(tool), QStringList{QStringLiteral("-q")});
-            verifyToolEnvironment(paths, tool);
+            verifyToolEnvironment(*m_paths, tool);
         }
     }
 
@@ -149,13 +154,9 @@ private slots:
         QFETCH(int, status);
         QFETCH(QString, restoreTarget);
 
-        const TestPaths &paths = *m_paths;
-        const QString tool = paths.tool(QStringLiteral("bin/idevicerestore"));
-        if (hasRestoreTool) {
-            FakeToolBehaviour restoring = FakeToolBehaviour::printing("Progress: 1%\n", status);
-            restoring.extraShell = "echo 'Waiting for device' >&2";
-            FakeTools::write(tool, restoring);
-        }
+        FakeToolBehaviour restoring = FakeToolBehaviour::printing("Progress: 1%\n", status);
+        restoring.extraShell = "echo 'Waiting for device' >&2";
+        const QString tool = fakeTool("idevicerestore", hasRestoreTool ? MaybeTool(restoring) : std::nullopt);
 
         const Finished run = runCompanion(m_companion, arguments);
         QCOMPARE(run.status, status);
@@ -171,13 +172,13 @@ private slots:
         QCOMPARE(run.standardOutput, QByteArray("Progress: 1%\n"));
         QCOMPARE(run.standardError, QByteArray("Waiting for device\n"));
         QStringList recorded = FakeTools::recordedArguments(tool);
-        const QString logsFolder = QDir(paths.applicationSupport()).filePath("Corvalin Studio/Logs");
+        const QString logsFolder = QDir(m_paths->applicationSupport()).filePath("Corvalin Studio/Logs");
         QVERIFY(recorded.value(6).startsWith("--logfile=" + logsFolder + "/restore-"));
         recorded.removeAt(6);
         QCOMPARE(recorded,
                  (QStringList{"--ecid", "0xB24F61A9C0D5E", "--erase", "--plain-progress", "--cache-path",
-                              QDir(paths.downloads()).filePath("Corvalin Firmware"), restoreTarget}));
-        verifyToolEnvironment(paths, tool);
+                              QDir(m_paths->downloads()).filePath("Corvalin Firmware"), restoreTarget}));
+        verifyToolEnvironment(*m_paths, tool);
     }
 };
 

@@ -112,6 +112,7 @@ private slots:
         QCOMPARE(Navigation::fromRawValue(QString()), std::nullopt);
     }
 
+    // The texts the end-to-end tests do not already show.
     void errorDescriptions()
     {
         QCOMPARE(StudioError::toolMissing(QStringLiteral("irecovery")).errorDescription(),
@@ -119,16 +120,10 @@ private slots:
         QCOMPARE(StudioError::processFailed(QString()).errorDescription(), QString());
         QCOMPARE(StudioError::processFailed(QStringLiteral("сбой")).errorDescription(),
                  QStringLiteral("сбой"));
-        QCOMPARE(StudioError::incompatibleIPSW(QStringLiteral("Watch6,1")).errorDescription(),
-                 QStringLiteral("IPSW не содержит модель Watch6,1 в BuildManifest."));
-        QCOMPARE(StudioError::invalidCatalog().errorDescription(),
-                 QStringLiteral("Каталог прошивок имеет неизвестный формат."));
         QCOMPARE(StudioError::noFirmware().errorDescription(),
                  QStringLiteral("Полный Restore.ipsw для этой модели не найден."));
         QCOMPARE(StudioError::invalidDownloadURL().errorDescription(),
                  QStringLiteral("Каталог вернул ссылку не на CDN Apple."));
-        QCOMPARE(StudioError::checksumMismatch().errorDescription(),
-                 QStringLiteral("Контрольная сумма SHA-256 не совпадает."));
     }
 };
 

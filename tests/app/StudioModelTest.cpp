@@ -7,6 +7,7 @@
 #include "support/LocalHttpServer.h"
 #include "support/TestFiles.h"
 #include "support/TestPaths.h"
+#include "tools/ToolLocator.h"
 
 #include <QCoroTask>
 #include <QCryptographicHash>
@@ -356,8 +357,14 @@ private slots:
                  (QStringList{QStringLiteral("Транспорт: libimobiledevice Recovery/DFU."),
                               QStringLiteral("Sending iBEC"), QStringLiteral("[==========] 100%"),
                               QStringLiteral("DONE"), QStringLiteral("Восстановление завершено успешно.")}));
-        QCOMPARE(FakeTools::recordedArguments(studio.paths.tool(QStringLiteral("bin/idevicerestore"))).last(),
-                 imagePath);
+        const QString restoreTool = studio.paths.tool(QStringLiteral("bin/idevicerestore"));
+        const QString logFile = lines.at(7).section(QStringLiteral("Журнал: "), 1);
+        QCOMPARE(FakeTools::recordedArguments(restoreTool),
+                 (QStringList{"--erase", "--plain-progress", "--cache-path", ToolLocator::cacheDirectory(),
+                              "--logfile=" + logFile, imagePath}));
+        const QProcessEnvironment environment = FakeTools::recordedEnvironment(restoreTool);
+        QCOMPARE(environment.value(QStringLiteral("LC_ALL")), QStringLiteral("C"));
+        QVERIFY(environment.value(ToolLocator::librarySearchVariable()).startsWith(studio.paths.tool("lib")));
     }
 };
 

@@ -176,64 +176,53 @@ private slots:
         QCOMPARE(empty.logLines().last(), QStringLiteral("Каталог обновлён: 0 моделей."));
     }
 
-    void refreshPrefersTheAttachedWatchAndKeepsAChosenImage()
+    void selectionFollowsTheCacheTheWatchAndTheChooser()
     {
         Studio studio;
         studio.serve({{"Watch3,1", "8.0", "19R1"}, {"Watch6,1", "10.0", "21R1"}});
         studio.refresh();
-        QCOMPARE(studio.model->selectedFirmware()->productType, QStringLiteral("Watch3,1"));
+        StudioModel &model = *studio.model;
+        QCOMPARE(model.selectedFirmware()->productType, QStringLiteral("Watch3,1"));
 
-        // A hand-chosen image is not cleared by a refresh that finds nothing in the cache.
-        studio.model->setManualIPSWChooser([] {
-            return ManualIPSWChoice{true, QStringLiteral("/tmp/own.ipsw")};
-        });
-        studio.model->chooseManualIPSW();
+        // Selecting takes the cached image, or none.
+        studio.putInCache(QStringLiteral("Watch3,1_8.0_Restore.ipsw"));
+        model.select(model.firmware().at(0));
+        QCOMPARE(model.selectedIPSW(), std::optional(studio.cachedPath("Watch3,1_8.0_Restore.ipsw")));
+        model.select(model.firmware().at(1));
+        QVERIFY(!model.selectedIPSW());
+
+        // A refresh selects the attached watch but keeps a hand-chosen image when the cache has none.
+        const QString own = QStringLiteral("/tmp/own.ipsw");
+        model.select(model.firmware().at(0));
+        model.setManualIPSWChooser([own] { return ManualIPSWChoice{true, own}; });
+        model.chooseManualIPSW();
+        QCOMPARE(studio.logLines().last(), QStringLiteral("Выбран локальный файл: ") + own);
         studio.attachWatch(QStringLiteral("Watch6,1"));
         studio.refresh();
-        QCOMPARE(studio.model->selectedFirmware()->productType, QStringLiteral("Watch6,1"));
-        QCOMPARE(studio.model->selectedIPSW(), std::optional(QStringLiteral("/tmp/own.ipsw")));
+        QCOMPARE(model.selectedFirmware()->productType, QStringLiteral("Watch6,1"));
+        QCOMPARE(model.selectedIPSW(), std::optional(own));
 
+        // Each detection cycle re-selects the attached model, replacing an image chosen by hand.
+        model.syncConnectedDevice(model.deviceMonitor()->connectedWatch());
+        QVERIFY(!model.selectedIPSW());
         // With the image in the cache the refresh points at it.
         studio.putInCache(QStringLiteral("Watch6,1_10.0_Restore.ipsw"));
         studio.refresh();
-        QCOMPARE(studio.model->selectedIPSW(),
-                 std::optional(studio.cachedPath("Watch6,1_10.0_Restore.ipsw")));
-    }
-
-    void selectingAndFollowingTheWatchTakeTheCachedImageOrNone()
-    {
-        Studio studio;
-        studio.serve({{"Watch3,1", "8.0", "19R1"}, {"Watch6,1", "10.0", "21R1"}});
-        studio.refresh();
-        studio.putInCache(QStringLiteral("Watch3,1_8.0_Restore.ipsw"));
-        studio.model->select(studio.model->firmware().at(0));
-        QCOMPARE(studio.model->selectedIPSW(), std::optional(studio.cachedPath("Watch3,1_8.0_Restore.ipsw")));
-        studio.model->select(studio.model->firmware().at(1));
-        QVERIFY(!studio.model->selectedIPSW());
-
-        // Each detection cycle re-selects the attached model, replacing an image chosen by hand.
-        studio.model->setManualIPSWChooser([] {
-            return ManualIPSWChoice{true, QStringLiteral("/tmp/own.ipsw")};
-        });
-        studio.model->chooseManualIPSW();
-        QCOMPARE(studio.logLines().last(), QStringLiteral("Выбран локальный файл: /tmp/own.ipsw"));
-        studio.attachWatch(QStringLiteral("Watch6,1"));
-        studio.model->syncConnectedDevice(studio.model->deviceMonitor()->connectedWatch());
-        QVERIFY(!studio.model->selectedIPSW());
+        QCOMPARE(model.selectedIPSW(), std::optional(studio.cachedPath("Watch6,1_10.0_Restore.ipsw")));
 
         // An unlisted model and a detached watch change nothing.
-        studio.model->select(studio.model->firmware().at(0));
+        model.select(model.firmware().at(0));
         ConnectedWatch unknown;
         unknown.productType = QStringLiteral("Watch9,9");
-        studio.model->syncConnectedDevice(unknown);
-        studio.model->syncConnectedDevice(std::nullopt);
-        QCOMPARE(studio.model->selectedFirmware()->productType, QStringLiteral("Watch3,1"));
+        model.syncConnectedDevice(unknown);
+        model.syncConnectedDevice(std::nullopt);
+        QCOMPARE(model.selectedFirmware()->productType, QStringLiteral("Watch3,1"));
 
         // A cancelled chooser changes nothing and logs nothing.
-        const QString log = studio.model->restoreManager()->logText();
-        studio.model->setManualIPSWChooser([] { return ManualIPSWChoice{}; });
-        studio.model->chooseManualIPSW();
-        QCOMPARE(studio.model->restoreManager()->logText(), log);
+        const QString log = model.restoreManager()->logText();
+        model.setManualIPSWChooser([] { return ManualIPSWChoice{}; });
+        model.chooseManualIPSW();
+        QCOMPARE(model.restoreManager()->logText(), log);
     }
 
     void aFailedRefreshKeepsTheListAndReportsTheError()

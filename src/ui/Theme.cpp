@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QFontDatabase>
+#include <QGraphicsOpacityEffect>
 #include <QPalette>
 #include <QStyleFactory>
 #include <QWidget>
@@ -225,6 +226,22 @@ void applyDarkAppearance(QApplication &application)
 void applyDarkAppearance(QWidget *widget)
 {
     widget->setPalette(darkPalette());
+}
+
+void followEnabledState(QWidget *control)
+{
+    if (control->isEnabled()) {
+        control->setCursor(Qt::PointingHandCursor);
+        control->setGraphicsEffect(nullptr);
+        return;
+    }
+    control->unsetCursor();
+    // The painted colours stay the style's own; the dimming applies to the finished drawing.
+    if (!qobject_cast<QGraphicsOpacityEffect *>(control->graphicsEffect())) {
+        auto *dimming = new QGraphicsOpacityEffect;
+        dimming->setOpacity(Opacity::disabledControl);
+        control->setGraphicsEffect(dimming);
+    }
 }
 
 namespace Metrics {

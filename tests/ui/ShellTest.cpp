@@ -9,8 +9,8 @@
 #include "ui/screens/RestoreView.h"
 #include "ui/shell/DesktopOpener.h"
 #include "ui/shell/MainWindow.h"
-#include "ui/shell/RootView.h"
-#include "ui/shell/Sidebar.h"
+#include "ui/shell/StudioRootView.h"
+#include "ui/shell/StudioSidebar.h"
 #include "ui/shell/SidebarRow.h"
 #include "ui/shell/UnsignedFirmwareAlert.h"
 
@@ -38,7 +38,7 @@ private slots:
         m_paths = std::make_unique<TestPaths>();
         // Nothing listens there: the first catalogue load fails at once without the network.
         const QUrl nowhere(QStringLiteral("http://127.0.0.1:9/ios/watchOS/main.json"));
-        m_root = std::make_unique<RootView>(new StudioModel(nowhere, {QStringLiteral("127.0.0.1")}));
+        m_root = std::make_unique<StudioRootView>(new StudioModel(nowhere, {QStringLiteral("127.0.0.1")}));
     }
 
     void cleanup()
@@ -51,7 +51,7 @@ private slots:
     void sectionsSwitchTheScreenAndTheHighlight()
     {
         StudioModel *model = m_root->model();
-        Sidebar *sidebar = m_root->sidebar();
+        StudioSidebar *sidebar = m_root->sidebar();
         const auto highlighted = [sidebar] {
             QList<NavigationSection> selected;
             for (const NavigationSection section : Navigation::allCases()) {
@@ -205,7 +205,7 @@ private slots:
 
 private:
     std::unique_ptr<TestPaths> m_paths;
-    std::unique_ptr<RootView> m_root;
+    std::unique_ptr<StudioRootView> m_root;
 };
 
 QTEST_MAIN(ShellTest)

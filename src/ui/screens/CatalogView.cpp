@@ -38,7 +38,7 @@ QWidget *loadingIndicator()
 
 CatalogView::CatalogView(StudioModel *model, QWidget *parent)
     : QWidget(parent), m_model(model),
-      m_refresh(new StudioButton(StudioButtonStyle::secondary, QStringLiteral("Обновить"),
+      m_refresh(new StudioButton(SecondaryButtonStyle{}, QStringLiteral("Обновить"),
                                  QStringLiteral("arrow.clockwise"))),
       m_loading(loadingIndicator()), m_rows(new FirmwareListModel(model, this)), m_list(new QListView)
 {

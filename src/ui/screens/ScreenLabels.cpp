@@ -56,7 +56,7 @@ QWidget *ScreenLabels::checkNowButton(DeviceMonitor *monitor, const QString &tex
                                       QWidget *parent)
 {
     auto *button =
-        new StudioButton(StudioButtonStyle::secondary, text, QStringLiteral("arrow.clockwise"), parent);
+        new StudioButton(SecondaryButtonStyle{}, text, QStringLiteral("arrow.clockwise"), parent);
     button->setObjectName(objectName);
     button->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     QObject::connect(button, &StudioButton::clicked, monitor, [monitor] { monitor->poll(); });

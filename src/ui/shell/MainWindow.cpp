@@ -1,7 +1,7 @@
 #include "ui/shell/MainWindow.h"
 
 #include "app/StudioModel.h"
-#include "ui/shell/RootView.h"
+#include "ui/shell/StudioRootView.h"
 #include "ui/shell/ShellCommands.h"
 
 #include <QAction>
@@ -10,7 +10,7 @@
 #include <QPointer>
 
 MainWindow::MainWindow(StudioModel *model, QWidget *parent)
-    : QMainWindow(parent), m_root(new RootView(model, this))
+    : QMainWindow(parent), m_root(new StudioRootView(model, this))
 {
     setWindowTitle(QStringLiteral("Corvalin Studio"));
     setCentralWidget(m_root);

@@ -2,7 +2,7 @@
 
 #include <QMainWindow>
 
-class RootView;
+class StudioRootView;
 class StudioModel;
 
 // The application's single window: the root view and the menu. No command opens a second
@@ -16,11 +16,11 @@ public:
     explicit MainWindow(StudioModel *model, QWidget *parent = nullptr);
     ~MainWindow() override;
 
-    RootView *rootView() const { return m_root; }
+    StudioRootView *rootView() const { return m_root; }
 
 private:
     void buildMenu();
     void showAbout();
 
-    RootView *m_root;
+    StudioRootView *m_root;
 };

@@ -37,9 +37,14 @@ const QStringList &standardFamilies()
     return families;
 }
 
+// The platform's rounded face where it is installed under that name; otherwise the embedded
+// Manrope, whose bold Cyrillic keeps its shapes (round faces such as Comfortaa draw "т" as "m").
 const QStringList &roundedFamilies()
 {
-    static const QStringList families{QStringLiteral("SF Pro Rounded"), QStringLiteral("Comfortaa")};
+    static const QStringList families = [] {
+        QFontDatabase::addApplicationFont(QStringLiteral(":/fonts/Manrope-Bold.ttf"));
+        return QStringList{QStringLiteral("SF Pro Rounded"), QStringLiteral("Manrope")};
+    }();
     return families;
 }
 

@@ -13,9 +13,14 @@
 #include "ui/shell/StudioSidebar.h"
 #include "ui/shell/SidebarRow.h"
 #include "ui/shell/UnsignedFirmwareAlert.h"
+#include "ui/shell/IpswFileDialog.h"
+#include "ui/shell/QtTranslations.h"
 #include "ui/Theme.h"
 
+#include <QDialogButtonBox>
 #include <QDir>
+#include <QLineEdit>
+#include <QPushButton>
 #include <QMenuBar>
 #include <QSignalSpy>
 #include <QSplitter>
@@ -202,6 +207,43 @@ private slots:
         DesktopOpener::Testing::setOpener({});
         QCOMPARE(opened, QList{QUrl::fromLocalFile(folder)});
         QVERIFY(QFileInfo(folder).isDir());
+    }
+
+    void chooserTakesOnlyRestoreImages_data()
+    {
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<bool>("accepted");
+        QTest::newRow("image") << QStringLiteral("Watch6_1.ipsw") << true;
+        QTest::newRow("upper-case extension") << QStringLiteral("WATCH.IPSW") << true;
+        QTest::newRow("other file") << QStringLiteral("notes.txt") << false;
+        QTest::newRow("file outside the folder") << QStringLiteral("/etc/hostname") << false;
+        QTest::newRow("extension only in the name") << QStringLiteral("image.ipsw.zip") << false;
+    }
+
+    // The chooser starts in the firmware folder, in Russian, and a typed name must still be an image.
+    void chooserTakesOnlyRestoreImages()
+    {
+        QFETCH(QString, typed);
+        QFETCH(bool, accepted);
+        QVERIFY(QtTranslations::install(*qApp));
+        const QDir folder(m_paths->downloads());
+        for (const char *name : {"Watch6_1.ipsw", "WATCH.IPSW", "notes.txt", "image.ipsw.zip"}) {
+            QFile file(folder.filePath(QString::fromLatin1(name)));
+            QVERIFY(file.open(QIODevice::WriteOnly));
+        }
+        IpswFileDialog dialog(nullptr, folder.path());
+        dialog.setOption(QFileDialog::DontUseNativeDialog);
+        dialog.open();
+        QCOMPARE(QDir(dialog.directory()).canonicalPath(), folder.canonicalPath());
+        const auto *buttons = dialog.findChild<QDialogButtonBox *>();
+        QVERIFY(buttons);
+        QCOMPARE(buttons->button(QDialogButtonBox::Cancel)->text(), QStringLiteral("Отмена"));
+        auto *name = dialog.findChild<QLineEdit *>(QStringLiteral("fileNameEdit"));
+        QVERIFY(name);
+        name->setText(typed);
+        dialog.accept();
+        QCOMPARE(dialog.result() == QDialog::Accepted, accepted);
+        QCOMPARE(dialog.isVisible(), !accepted);
     }
 
     // The backdrop runs from the start colour in the top-leading corner of the detail column to

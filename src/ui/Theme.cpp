@@ -87,7 +87,7 @@ QPalette darkPalette()
     palette.setColor(QPalette::AlternateBase, window);
     palette.setColor(QPalette::ToolTipBase, base);
     palette.setColor(QPalette::ToolTipText, textPrimary());
-    palette.setColor(QPalette::PlaceholderText, textTertiary());
+    palette.setColor(QPalette::PlaceholderText, textPlaceholder());
     palette.setColor(QPalette::Text, textPrimary());
     palette.setColor(QPalette::Button, fromComponents(0.16, 0.11, 0.22));
     palette.setColor(QPalette::ButtonText, textPrimary());
@@ -172,6 +172,11 @@ QColor textSecondary()
 QColor textTertiary()
 {
     return QColor(235, 235, 245, 77);
+}
+
+QColor textPlaceholder()
+{
+    return QColor(235, 235, 245, 140);
 }
 
 QColor logText()

@@ -30,6 +30,9 @@ QColor green();
 QColor textPrimary();
 QColor textSecondary();
 QColor textTertiary();
+// Placeholder text of the text fields: dimmer than typed text, yet at least 4.5:1 against
+// every field of the window.
+QColor textPlaceholder();
 
 // The process log's pale green text.
 QColor logText();

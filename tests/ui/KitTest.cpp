@@ -9,6 +9,7 @@
 #include "ui/StudioButton.h"
 #include "ui/Theme.h"
 
+#include <QApplication>
 #include <QDir>
 #include <QHBoxLayout>
 #include <QImage>
@@ -63,6 +64,27 @@ static QImage renderOnBlack(QWidget *widget)
     return image;
 }
 
+// WCAG contrast of a translucent colour laid over an opaque one.
+static qreal contrast(QColor over, QColor under)
+{
+    const auto luminance = [](QColor colour) {
+        const auto channel = [](qreal value) {
+            return value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
+        };
+        return 0.2126 * channel(colour.redF()) + 0.7152 * channel(colour.greenF()) +
+               0.0722 * channel(colour.blueF());
+    };
+    const auto blend = [](QColor top, QColor bottom) {
+        const qreal alpha = top.alphaF();
+        return QColor::fromRgbF(float(top.redF() * alpha + bottom.redF() * (1 - alpha)),
+                                float(top.greenF() * alpha + bottom.greenF() * (1 - alpha)),
+                                float(top.blueF() * alpha + bottom.blueF() * (1 - alpha)));
+    };
+    const qreal lighter = luminance(blend(over, under));
+    const qreal darker = luminance(under);
+    return (std::max(lighter, darker) + 0.05) / (std::min(lighter, darker) + 0.05);
+}
+
 class KitTest final : public QObject {
     Q_OBJECT
 
@@ -99,7 +121,8 @@ private slots:
         QTest::addColumn<QColor>("pressedFill");
         QTest::addColumn<qreal>("pressedOpacity");
         QTest::addColumn<qreal>("pressedScale");
-        QTest::newRow("primary") << 0 << Theme::studioAccentDeep() << Theme::studioAccentDeep() << 0.75 << 0.98;
+        QTest::newRow("primary") << 0 << Theme::studioAccentDeep() << Theme::studioAccentDeep() << 0.75
+                                 << 0.98;
         QTest::newRow("secondary") << 1 << Theme::withOpacity(Theme::white(), 0.07)
                                    << Theme::withOpacity(Theme::white(), 0.12) << 1.0 << 1.0;
         QTest::newRow("danger") << 2 << Theme::withOpacity(Theme::red(), 0.9)
@@ -114,7 +137,8 @@ private slots:
         QFETCH(qreal, pressedOpacity);
         QFETCH(qreal, pressedScale);
 
-        StudioButton button(styles().at(style), QStringLiteral("Скачать"), QStringLiteral("arrow.down.to.line"));
+        StudioButton button(styles().at(style), QStringLiteral("Скачать"),
+                            QStringLiteral("arrow.down.to.line"));
         button.resize(button.sizeHint());
         button.setEnabled(false); // disabled buttons keep the style's colours
         QCOMPARE(button.look().fill, fill);
@@ -154,8 +178,8 @@ private slots:
             button = new StudioButton(styles().at(style), QStringLiteral("Начать восстановление"),
                                       QStringLiteral("bolt.fill"), &window);
         else
-            button = new PlainButton(new ActionRow(QStringLiteral("wrench.and.screwdriver.fill"), Theme::orange(),
-                                                   QStringLiteral("Восстановление"),
+            button = new PlainButton(new ActionRow(QStringLiteral("wrench.and.screwdriver.fill"),
+                                                   Theme::orange(), QStringLiteral("Восстановление"),
                                                    QStringLiteral("Проверка и прошивка")),
                                      QStringLiteral("Восстановление"), &window);
         button->resize(button->sizeHint().expandedTo(QSize(240, 40)));
@@ -178,7 +202,8 @@ private slots:
                 const QColor after = disabled.pixelColor(x, y);
                 bool same = true;
                 for (const auto &[was, is] : {std::pair{before.red(), after.red()},
-                                              {before.green(), after.green()}, {before.blue(), after.blue()}}) {
+                                              {before.green(), after.green()},
+                                              {before.blue(), after.blue()}}) {
                     same = same && qAbs(was * Theme::Opacity::disabledControl - is) <= 3;
                     enabledSum += was;
                     disabledSum += is;
@@ -187,8 +212,10 @@ private slots:
             }
         }
         QVERIFY(enabledSum > 20 * enabled.width() * enabled.height()); // something was drawn
-        QVERIFY2(matching >= enabled.width() * enabled.height() * 9 / 10, qPrintable(QString::number(matching)));
-        QVERIFY2(qAbs(qreal(disabledSum) / enabledSum - Theme::Opacity::disabledControl) < 0.05, qPrintable(QString::number(qreal(disabledSum) / enabledSum)));
+        QVERIFY2(matching >= enabled.width() * enabled.height() * 9 / 10,
+                 qPrintable(QString::number(matching)));
+        QVERIFY2(qAbs(qreal(disabledSum) / enabledSum - Theme::Opacity::disabledControl) < 0.05,
+                 qPrintable(QString::number(qreal(disabledSum) / enabledSum)));
 
         QTest::mousePress(button, Qt::LeftButton);
         QVERIFY(!button->isDown());
@@ -198,6 +225,33 @@ private slots:
         button->setEnabled(true);
         QCOMPARE(button->cursor().shape(), Qt::PointingHandCursor);
         QCOMPARE(renderOnBlack(button), enabled);
+    }
+
+    // The search field lies on white at 0.07 over the backdrop; the sheet's field on the palette's base.
+    void placeholderTextIsReadableOnEveryField_data()
+    {
+        QTest::addColumn<QColor>("field");
+        const QColor searchFill = Theme::withOpacity(Theme::white(), 0.07);
+        const auto over = [](QColor top, QColor bottom) {
+            const qreal alpha = top.alphaF();
+            return QColor::fromRgbF(float(top.redF() * alpha + bottom.redF() * (1 - alpha)),
+                                    float(top.greenF() * alpha + bottom.greenF() * (1 - alpha)),
+                                    float(top.blueF() * alpha + bottom.blueF() * (1 - alpha)));
+        };
+        QTest::newRow("search, backdrop start") << over(searchFill, Theme::studioBackgroundStart());
+        QTest::newRow("search, backdrop end") << over(searchFill, Theme::studioBackgroundEnd());
+        Theme::applyDarkAppearance(*qApp);
+        QTest::newRow("sheet field") << QApplication::palette().color(QPalette::Base);
+    }
+
+    void placeholderTextIsReadableOnEveryField()
+    {
+        QFETCH(QColor, field);
+        Theme::applyDarkAppearance(*qApp);
+        const QColor placeholder = QApplication::palette().color(QPalette::PlaceholderText);
+        QVERIFY2(contrast(placeholder, field) >= 4.5,
+                 qPrintable(QString::number(contrast(placeholder, field))));
+        QVERIFY(placeholder.alpha() < Theme::textPrimary().alpha()); // still reads as a placeholder
     }
 
     void keyboardActivatesButtons()

@@ -10,6 +10,7 @@
 #include "ui/screens/FirmwareRow.h"
 #include "ui/screens/ScreenLabels.h"
 
+#include <QKeyEvent>
 #include <QLabel>
 #include <QListView>
 #include <QVBoxLayout>
@@ -51,8 +52,12 @@ CatalogView::CatalogView(StudioModel *model, QWidget *parent)
     // its own, the model's selection is what the rows show.
     m_list->setModel(m_rows);
     m_list->setItemDelegate(new FirmwareRowDelegate(m_rows, m_list));
+    // The keyboard moves the current row with the arrows and picks it with Return or Space;
+    // the current row shows a focus ring while the list has keyboard focus.
     m_list->setSelectionMode(QAbstractItemView::NoSelection);
-    m_list->setFocusPolicy(Qt::NoFocus);
+    m_list->setFocusPolicy(Qt::StrongFocus);
+    m_list->setAccessibleName(QStringLiteral("Прошивки"));
+    m_list->installEventFilter(this);
     m_list->setFrameShape(QFrame::NoFrame);
     m_list->setUniformItemSizes(true);
     m_list->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
@@ -81,6 +86,22 @@ CatalogView::CatalogView(StudioModel *model, QWidget *parent)
 }
 
 CatalogView::~CatalogView() = default;
+
+bool CatalogView::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == m_list && event->type() == QEvent::KeyPress) {
+        const int key = static_cast<QKeyEvent *>(event)->key();
+        const QModelIndex current = m_list->currentIndex();
+        if ((key == Qt::Key_Return || key == Qt::Key_Enter || key == Qt::Key_Space) && current.isValid()) {
+            m_model->select(m_rows->firmwareAt(current.row()));
+            return true;
+        }
+    }
+    if (watched == m_list && event->type() == QEvent::FocusIn && !m_list->currentIndex().isValid() &&
+        m_rows->rowCount() > 0)
+        m_list->setCurrentIndex(m_rows->index(0));
+    return QWidget::eventFilter(watched, event);
+}
 
 void CatalogView::refresh()
 {

@@ -2,26 +2,28 @@
 #include "download/DownloadManager.h"
 #include "support/LocalHttpServer.h"
 #include "support/TestPaths.h"
+#include "ui/FocusRing.h"
+#include "ui/Theme.h"
 #include "ui/screens/CatalogView.h"
 #include "ui/screens/LogView.h"
 #include "ui/screens/OverviewView.h"
 #include "ui/screens/RestoreConfirmationSheet.h"
 #include "ui/screens/RestoreView.h"
 #include "ui/shell/DesktopOpener.h"
+#include "ui/shell/IpswFileDialog.h"
 #include "ui/shell/MainWindow.h"
+#include "ui/shell/QtTranslations.h"
+#include "ui/shell/SidebarRow.h"
 #include "ui/shell/StudioRootView.h"
 #include "ui/shell/StudioSidebar.h"
-#include "ui/shell/SidebarRow.h"
 #include "ui/shell/UnsignedFirmwareAlert.h"
-#include "ui/shell/IpswFileDialog.h"
-#include "ui/shell/QtTranslations.h"
-#include "ui/Theme.h"
 
+#include <QAccessible>
 #include <QDialogButtonBox>
 #include <QDir>
 #include <QLineEdit>
-#include <QPushButton>
 #include <QMenuBar>
+#include <QPushButton>
 #include <QSignalSpy>
 #include <QSplitter>
 #include <QTest>
@@ -246,6 +248,46 @@ private slots:
         QCOMPARE(dialog.isVisible(), !accepted);
     }
 
+    // Tab visits every control of the window once per round; each stop is on screen, shows that
+    // it has focus and carries a name for assistive tools.
+    void tabWalksOnlyVisibleNamedStops()
+    {
+        MainWindow window(new StudioModel(QUrl(QStringLiteral("http://127.0.0.1:9/")), {}));
+        window.resize(1280, 800);
+        window.show();
+        QApplication::setActiveWindow(&window);
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        StudioModel *model = window.rootView()->model();
+        QTRY_VERIFY(!model->isLoadingCatalog());
+        for (const NavigationSection section : Navigation::allCases()) {
+            model->setNavigation(section);
+            QWidget *first = window.rootView()->sidebar()->row(NavigationSection::overview);
+            first->clearFocus();
+            first->setFocus(Qt::TabFocusReason);
+            QStringList walk;
+            QList<QWidget *> seen;
+            for (int step = 0; step < 60; ++step) {
+                QWidget *stop = QApplication::focusWidget();
+                QVERIFY(stop);
+                if (seen.contains(stop))
+                    break;
+                seen.append(stop);
+                QAccessibleInterface *accessible = QAccessible::queryAccessibleInterface(stop);
+                const QString name = accessible ? accessible->text(QAccessible::Name) : QString();
+                walk.append(name);
+                const QString where = Navigation::rawValue(section) + QStringLiteral(": ") +
+                                      QString::fromLatin1(stop->metaObject()->className()) +
+                                      QLatin1Char(' ') + stop->objectName();
+                QVERIFY2(!name.isEmpty(), qPrintable(where));
+                QVERIFY2(stop->isVisible() && !stop->visibleRegion().isEmpty(), qPrintable(where));
+                QVERIFY2(FocusRing::isVisible(stop) || qobject_cast<QLineEdit *>(stop), qPrintable(where));
+                QTest::keyClick(stop, Qt::Key_Tab);
+            }
+            qInfo().noquote() << Navigation::rawValue(section) << "—" << walk.join(QStringLiteral(" → "));
+            QVERIFY(seen.size() > 6); // the sidebar's five and the screen's own
+        }
+    }
+
     // The backdrop runs from the start colour in the top-leading corner of the detail column to
     // the end colour in the bottom-trailing one, behind every screen alike.
     void everyScreenLiesOnTheBackdropGradient()
@@ -267,7 +309,8 @@ private slots:
             const QColor bottomTrailing = image.pixelColor(area.bottomRight() - QPoint(24, 4));
             const QString where = Navigation::rawValue(section) + QLatin1Char(' ');
             QVERIFY2(near(topLeading, Theme::studioBackgroundStart()), qPrintable(where + topLeading.name()));
-            QVERIFY2(near(bottomTrailing, Theme::studioBackgroundEnd()), qPrintable(where + bottomTrailing.name()));
+            QVERIFY2(near(bottomTrailing, Theme::studioBackgroundEnd()),
+                     qPrintable(where + bottomTrailing.name()));
         }
     }
 

@@ -65,6 +65,14 @@ CatalogView::CatalogView(StudioModel *model, QWidget *parent)
     m_list->setMouseTracking(true);
     m_list->viewport()->setAutoFillBackground(false);
     m_list->setAutoFillBackground(false);
+    // An empty list would be a Tab stop that shows nothing.
+    const auto followRows = [this] {
+        m_list->setFocusPolicy(m_rows->rowCount() > 0 ? Qt::StrongFocus : Qt::NoFocus);
+    };
+    connect(m_rows, &QAbstractItemModel::modelReset, this, followRows);
+    connect(m_rows, &QAbstractItemModel::rowsInserted, this, followRows);
+    connect(m_rows, &QAbstractItemModel::rowsRemoved, this, followRows);
+    followRows();
     connect(m_list, &QListView::clicked, model,
             [this](const QModelIndex &index) { m_model->select(m_rows->firmwareAt(index.row())); });
 

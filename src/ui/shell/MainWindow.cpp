@@ -1,8 +1,10 @@
 #include "ui/shell/MainWindow.h"
 
 #include "app/StudioModel.h"
-#include "ui/shell/StudioRootView.h"
+#include "ui/StudioButton.h"
+#include "ui/Theme.h"
 #include "ui/shell/ShellCommands.h"
+#include "ui/shell/StudioRootView.h"
 
 #include <QAction>
 #include <QMenuBar>
@@ -42,7 +44,12 @@ void MainWindow::showAbout()
     auto *box =
         new QMessageBox(QMessageBox::NoIcon, QStringLiteral("Corvalin Studio"),
                         QStringLiteral("Corvalin Studio %1").arg(QCoreApplication::applicationVersion()),
-                        QMessageBox::Ok, this);
+                        QMessageBox::NoButton, this);
+    box->setObjectName(QStringLiteral("aboutBox"));
+    Theme::applyDarkAppearance(box);
+    auto *close = new StudioButton(PrimaryButtonStyle{}, QStringLiteral("ОК"));
+    box->addButton(close, QMessageBox::AcceptRole);
+    box->setEscapeButton(close);
     box->setAttribute(Qt::WA_DeleteOnClose);
     box->open();
 }

@@ -14,16 +14,18 @@
 
 namespace {
 
-constexpr int transferTimeoutMilliseconds = 30000;
+// Marks a reply that the service abandoned on its way out: its cancellation is the caller's
+// doing, whereas any other cancellation of a catalogue request is the transfer time-out firing.
+const char *const abandonedProperty = "corvalinAbandoned";
 
 // A GET that sets exactly one header of its own, the User-Agent. Qt's HTTP/1.1 layer still
 // adds what every request carries (Host, Connection, Accept-Encoding, Accept-Language), much as
 // URLSession does; no Accept header is sent. HTTP/2 is off so the request goes out exactly so,
 // without an upgrade negotiation.
-QNetworkRequest catalogRequest(const QUrl &url)
+QNetworkRequest catalogRequest(const QUrl &url, std::chrono::milliseconds transferTimeout)
 {
     QNetworkRequest request(url);
-    request.setTransferTimeout(transferTimeoutMilliseconds);
+    request.setTransferTimeout(int(transferTimeout.count()));
     request.setRawHeader("User-Agent", "Corvalin-Studio/1.0");
     request.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
     return request;
@@ -35,6 +37,19 @@ bool isTransferFailure(QNetworkReply::NetworkError error)
 {
     return (error != QNetworkReply::NoError && error < QNetworkReply::ContentAccessDenied) ||
            error == QNetworkReply::ProtocolUnknownError || error == QNetworkReply::ProtocolFailure;
+}
+
+// Qt ends a transfer whose time-out fires as if it had been cancelled and describes it so; the
+// user is told that the request ran out of time instead.
+Failure transferFailure(const QNetworkReply &reply)
+{
+    const QNetworkReply::NetworkError error = reply.error();
+    const bool timedOut = error == QNetworkReply::TimeoutError ||
+                          (error == QNetworkReply::OperationCanceledError && !reply.property(abandonedProperty).toBool());
+    if (timedOut)
+        return Failure::platform(Failure::Domain::network, CatalogService::timeoutDescription(),
+                                 QNetworkReply::TimeoutError);
+    return Failure::platform(Failure::Domain::network, reply.errorString(), error);
 }
 
 } // namespace
@@ -49,13 +64,20 @@ CatalogService::~CatalogService()
     // A reply destroyed with the network manager never reports that it finished, so its caller
     // would wait forever; aborted now, the caller resumes with the cancellation instead.
     const QList<QNetworkReply *> replies = m_network->findChildren<QNetworkReply *>();
-    for (QNetworkReply *reply : replies)
+    for (QNetworkReply *reply : replies) {
+        reply->setProperty(abandonedProperty, true);
         reply->abort();
+    }
 }
 
 QUrl CatalogService::defaultCatalogURL()
 {
     return QUrl(QStringLiteral("https://api.appledb.dev/ios/watchOS/main.json"));
+}
+
+QString CatalogService::timeoutDescription()
+{
+    return QStringLiteral("Превышен лимит времени на запрос.");
 }
 
 QStringList CatalogService::defaultAllowedHosts()
@@ -69,7 +91,7 @@ QCoro::Task<Result<QList<WatchFirmware>>> CatalogService::load()
     // Everything needed later is copied first: the service is not touched after the transfer,
     // so a load still running when the service goes away touches nothing of it.
     const QSet<QString> allowedHosts(m_allowedHosts.cbegin(), m_allowedHosts.cend());
-    QNetworkReply *reply = m_network->get(catalogRequest(m_catalogURL));
+    QNetworkReply *reply = m_network->get(catalogRequest(m_catalogURL, m_transferTimeout));
     co_await reply;
     reply->deleteLater();
 
@@ -77,7 +99,7 @@ QCoro::Task<Result<QList<WatchFirmware>>> CatalogService::load()
     // failed transfer (connection, TLS, time-out, redirect loop) is handed on.
     const QNetworkReply::NetworkError error = reply->error();
     if (isTransferFailure(error))
-        co_return Failure::platform(Failure::Domain::network, reply->errorString(), error);
+        co_return transferFailure(*reply);
     const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
     if (!status.isValid() || status.toInt() != 200)
         co_return StudioError::invalidCatalog(); // not an HTTP response, or not exactly 200

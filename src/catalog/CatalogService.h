@@ -10,6 +10,8 @@
 #include <QStringList>
 #include <QUrl>
 
+#include <chrono>
+
 class QNetworkAccessManager;
 
 // Fetches the AppleDB watchOS catalogue and reduces it to one restorable full image per
@@ -28,6 +30,11 @@ public:
 
     const QUrl &catalogURL() const { return m_catalogURL; }
     const QStringList &allowedHosts() const { return m_allowedHosts; }
+    // How long a request may go without receiving anything; 30 s unless changed.
+    void setTransferTimeout(std::chrono::milliseconds timeout) { m_transferTimeout = timeout; }
+
+    // A request that ran out of time is described by this text rather than as cancelled.
+    static QString timeoutDescription();
 
     // The firmware list in model order, or the failure (transport errors unchanged).
     QCoro::Task<Result<QList<WatchFirmware>>> load();
@@ -39,4 +46,5 @@ private:
     QUrl m_catalogURL;
     QStringList m_allowedHosts;
     QNetworkAccessManager *m_network = nullptr;
+    std::chrono::milliseconds m_transferTimeout{30000};
 };

@@ -22,7 +22,7 @@ const QHash<QString, QString> &table()
     static const QHash<QString, QString> glyphs{
         {QStringLiteral("applewatch"), QStringLiteral("outline/device-watch")},
         {QStringLiteral("applewatch.radiowaves.left.and.right"),
-         QStringLiteral("outline/device-watch-stats")},
+         QStringLiteral("composed/device-watch-radiowaves")},
         {QStringLiteral("arrow.clockwise"), QStringLiteral("outline/refresh")},
         {QStringLiteral("arrow.down.circle.fill"), QStringLiteral("filled/circle-arrow-down")},
         {QStringLiteral("arrow.down.to.line"), QStringLiteral("outline/arrow-bar-to-down")},
@@ -50,7 +50,7 @@ const QHash<QString, QString> &table()
         {QStringLiteral("square.and.arrow.down"), QStringLiteral("outline/download")},
         {QStringLiteral("square.grid.2x2"), QStringLiteral("outline/layout-grid")},
         {QStringLiteral("text.alignleft"), QStringLiteral("outline/align-left")},
-        {QStringLiteral("wrench.and.screwdriver.fill"), QStringLiteral("outline/tools")},
+        {QStringLiteral("wrench.and.screwdriver.fill"), QStringLiteral("bootstrap/tools")},
         {QStringLiteral("xmark.circle.fill"), QStringLiteral("filled/circle-x")},
     };
     return glyphs;

@@ -15,7 +15,7 @@ PlainButton::PlainButton(QWidget *content, const QString &accessibleName, QWidge
     // Clicks on the content belong to the button.
     content->setAttribute(Qt::WA_TransparentForMouseEvents);
     setFocusPolicy(Qt::StrongFocus);
-    setCursor(Qt::PointingHandCursor);
+    Theme::followEnabledState(this);
     setAccessibleName(accessibleName);
     setSizePolicy(content->sizePolicy());
 }
@@ -40,6 +40,13 @@ void PlainButton::keyPressEvent(QKeyEvent *event)
         return;
     }
     QAbstractButton::keyPressEvent(event);
+}
+
+void PlainButton::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::EnabledChange)
+        Theme::followEnabledState(this);
+    QAbstractButton::changeEvent(event);
 }
 
 void PlainButton::paintEvent(QPaintEvent *)

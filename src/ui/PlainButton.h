@@ -5,7 +5,7 @@
 class QVBoxLayout;
 
 // A button without chrome around any content widget (an ActionRow, a card): it draws only a
-// focus ring, and clicks anywhere on the content trigger it.
+// focus ring, and clicks anywhere on the content trigger it. Disabled, it dims its content.
 class PlainButton final : public QAbstractButton {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(PlainButton)
@@ -23,6 +23,7 @@ public:
 protected:
     void paintEvent(QPaintEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
+    void changeEvent(QEvent *event) override;
 
 private:
     QWidget *m_content;

@@ -13,49 +13,25 @@ namespace {
 
 constexpr int symbolSpacing = 6;
 
-struct StyleMetrics {
-    int height;
-    int padding;
-    qreal radius;
-    QFont font;
-    QColor label;
-};
-
-StyleMetrics metricsFor(StudioButtonStyle style)
-{
-    using namespace Theme::Metrics;
-    switch (style) {
-    case StudioButtonStyle::secondary:
-        return {secondaryButtonHeight, secondaryButtonPadding, secondaryButtonRadius,
-                Theme::font(12, QFont::DemiBold), Theme::textPrimary()};
-    case StudioButtonStyle::danger:
-        return {primaryButtonHeight, primaryButtonPadding, primaryButtonRadius,
-                Theme::font(13, QFont::DemiBold), Theme::white()};
-    case StudioButtonStyle::primary: break;
-    }
-    return {primaryButtonHeight, primaryButtonPadding, primaryButtonRadius, Theme::font(13, QFont::DemiBold),
-            Theme::white()};
-}
-
 } // namespace
 
-StudioButton::StudioButton(StudioButtonStyle style, const QString &text, const QString &symbol,
+StudioButton::StudioButton(ButtonStyle style, const QString &text, const QString &symbol,
                            QWidget *parent)
     : QAbstractButton(parent), m_style(style), m_symbol(symbol)
 {
     setText(text);
     setFocusPolicy(Qt::StrongFocus);
-    setCursor(Qt::PointingHandCursor);
+    Theme::followEnabledState(this);
     setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
     setButtonStyle(style);
 }
 
 StudioButton::~StudioButton() = default;
 
-void StudioButton::setButtonStyle(StudioButtonStyle style)
+void StudioButton::setButtonStyle(ButtonStyle style)
 {
     m_style = style;
-    setFixedHeight(metricsFor(style).height);
+    setFixedHeight(metricsOf(m_style).height);
     updateGeometry();
     update();
 }
@@ -67,27 +43,14 @@ void StudioButton::setSymbol(const QString &symbol)
     update();
 }
 
-StudioButton::Look StudioButton::look() const
+ButtonLook StudioButton::look() const
 {
-    const bool pressed = isDown();
-    switch (m_style) {
-    case StudioButtonStyle::secondary:
-        return {Theme::withOpacity(Theme::white(), pressed ? Theme::Opacity::secondaryFillPressed
-                                                           : Theme::Opacity::secondaryFill),
-                1.0, 1.0};
-    case StudioButtonStyle::danger:
-        return {Theme::withOpacity(Theme::red(),
-                                   pressed ? Theme::Opacity::dangerFillPressed : Theme::Opacity::dangerFill),
-                1.0, 1.0};
-    case StudioButtonStyle::primary: break;
-    }
-    return {Theme::studioAccentDeep(), pressed ? Theme::Opacity::primaryPressed : 1.0,
-            pressed ? Theme::Opacity::primaryPressedScale : 1.0};
+    return lookOf(m_style, isDown());
 }
 
 QSize StudioButton::sizeHint() const
 {
-    const StyleMetrics metrics = metricsFor(m_style);
+    const ButtonMetrics metrics = metricsOf(m_style);
     // Rounded up: a label whose exact width has a fraction must not be elided at its own size.
     int content = qCeil(QFontMetricsF(metrics.font).horizontalAdvance(text()));
     if (!m_symbol.isEmpty())
@@ -111,10 +74,17 @@ void StudioButton::keyPressEvent(QKeyEvent *event)
     QAbstractButton::keyPressEvent(event);
 }
 
+void StudioButton::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::EnabledChange)
+        Theme::followEnabledState(this);
+    QAbstractButton::changeEvent(event);
+}
+
 void StudioButton::paintEvent(QPaintEvent *)
 {
-    const StyleMetrics metrics = metricsFor(m_style);
-    const Look current = look();
+    const ButtonMetrics metrics = metricsOf(m_style);
+    const ButtonLook current = look();
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
 
@@ -123,24 +93,7 @@ void StudioButton::paintEvent(QPaintEvent *)
     painter.scale(current.scale, current.scale);
     painter.translate(-centre);
 
-    const QRectF shape = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
-    painter.save();
-    painter.setOpacity(current.opacity);
-    if (m_style == StudioButtonStyle::primary) {
-        QLinearGradient gradient(shape.topLeft(), shape.topRight());
-        gradient.setColorAt(0, Theme::studioAccentDeep());
-        gradient.setColorAt(1, Theme::withOpacity(Theme::studioAccent(), Theme::Opacity::primaryGradientEnd));
-        painter.setBrush(gradient);
-    } else {
-        painter.setBrush(current.fill);
-    }
-    if (m_style == StudioButtonStyle::secondary)
-        painter.setPen(QPen(Theme::withOpacity(Theme::white(), Theme::Opacity::secondaryOutline),
-                            Theme::Metrics::outlineWidth));
-    else
-        painter.setPen(Qt::NoPen);
-    painter.drawRoundedRect(shape, metrics.radius, metrics.radius);
-    painter.restore();
+    drawBackgroundOf(m_style, painter, QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), isDown());
 
     if (FocusRing::isVisible(this)) {
         painter.setPen(QPen(Theme::withOpacity(Theme::white(), 0.7), 2));

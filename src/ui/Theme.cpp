@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QFontDatabase>
+#include <QGraphicsOpacityEffect>
 #include <QPalette>
 #include <QStyleFactory>
 #include <QWidget>
@@ -36,9 +37,14 @@ const QStringList &standardFamilies()
     return families;
 }
 
+// The platform's rounded face where it is installed under that name; otherwise the embedded
+// Manrope, whose bold Cyrillic keeps its shapes (round faces such as Comfortaa draw "т" as "m").
 const QStringList &roundedFamilies()
 {
-    static const QStringList families{QStringLiteral("SF Pro Rounded"), QStringLiteral("Comfortaa")};
+    static const QStringList families = [] {
+        QFontDatabase::addApplicationFont(QStringLiteral(":/fonts/Manrope-Bold.ttf"));
+        return QStringList{QStringLiteral("SF Pro Rounded"), QStringLiteral("Manrope")};
+    }();
     return families;
 }
 
@@ -81,7 +87,7 @@ QPalette darkPalette()
     palette.setColor(QPalette::AlternateBase, window);
     palette.setColor(QPalette::ToolTipBase, base);
     palette.setColor(QPalette::ToolTipText, textPrimary());
-    palette.setColor(QPalette::PlaceholderText, textTertiary());
+    palette.setColor(QPalette::PlaceholderText, textPlaceholder());
     palette.setColor(QPalette::Text, textPrimary());
     palette.setColor(QPalette::Button, fromComponents(0.16, 0.11, 0.22));
     palette.setColor(QPalette::ButtonText, textPrimary());
@@ -168,6 +174,11 @@ QColor textTertiary()
     return QColor(235, 235, 245, 77);
 }
 
+QColor textPlaceholder()
+{
+    return QColor(235, 235, 245, 140);
+}
+
 QColor logText()
 {
     return QColor::fromRgbF(0.7f, 0.95f, 0.85f);
@@ -225,6 +236,22 @@ void applyDarkAppearance(QApplication &application)
 void applyDarkAppearance(QWidget *widget)
 {
     widget->setPalette(darkPalette());
+}
+
+void followEnabledState(QWidget *control)
+{
+    if (control->isEnabled()) {
+        control->setCursor(Qt::PointingHandCursor);
+        control->setGraphicsEffect(nullptr);
+        return;
+    }
+    control->unsetCursor();
+    // The painted colours stay the style's own; the dimming applies to the finished drawing.
+    if (!qobject_cast<QGraphicsOpacityEffect *>(control->graphicsEffect())) {
+        auto *dimming = new QGraphicsOpacityEffect;
+        dimming->setOpacity(Opacity::disabledControl);
+        control->setGraphicsEffect(dimming);
+    }
 }
 
 namespace Metrics {

@@ -30,6 +30,9 @@ QColor green();
 QColor textPrimary();
 QColor textSecondary();
 QColor textTertiary();
+// Placeholder text of the text fields: dimmer than typed text, yet at least 4.5:1 against
+// every field of the window.
+QColor textPlaceholder();
 
 // The process log's pale green text.
 QColor logText();
@@ -55,6 +58,12 @@ void styleText(QWidget *widget, const QFont &font, const QColor &color);
 void applyDarkAppearance(QApplication &application);
 // The dark palette alone, for a window shown separately (a sheet, an alert).
 void applyDarkAppearance(QWidget *widget);
+
+// A clickable painted control shows the pointing hand while it is enabled; disabled, it shows
+// the ordinary arrow and is drawn whole (content and children together) at reduced opacity,
+// the way native controls are dimmed. Call on construction and on every change of the
+// enabled state.
+void followEnabledState(QWidget *control);
 
 // Geometry of the kit's components.
 namespace Metrics {
@@ -94,6 +103,8 @@ inline constexpr qreal dangerFillPressed = 0.7;
 inline constexpr qreal primaryGradientEnd = 0.85;
 inline constexpr qreal primaryPressed = 0.75;
 inline constexpr qreal primaryPressedScale = 0.98;
+// A disabled painted control is drawn whole at this opacity, as native controls are dimmed.
+inline constexpr qreal disabledControl = 0.45;
 } // namespace Opacity
 
 } // namespace Theme

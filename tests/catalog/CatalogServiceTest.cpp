@@ -328,6 +328,23 @@ private slots:
         const Result<QList<WatchFirmware>> result = waitForLoad(std::move(loading));
         QVERIFY(!result);
         QCOMPARE(result.failure().code(), int(QNetworkReply::OperationCanceledError));
+        QVERIFY(result.failure().description() != CatalogService::timeoutDescription());
+    }
+
+    void stalledRequestTimesOut()
+    {
+        LocalHttpServer server;
+        HttpResponse stalled = HttpResponse::ok(reductionCatalogue);
+        stalled.stallAfterBytes = 10;
+        server.setResponse(catalogPath, stalled);
+        CatalogService service(server.url(catalogPath), CatalogService::defaultAllowedHosts());
+        service.setTransferTimeout(std::chrono::milliseconds(300));
+        const Result<QList<WatchFirmware>> result = waitForLoad(service.load());
+        QVERIFY(!result);
+        QCOMPARE(result.failure().domain(), Failure::Domain::network);
+        QCOMPARE(result.failure().code(), int(QNetworkReply::TimeoutError));
+        QCOMPARE(result.failure().description(), QStringLiteral("Превышен лимит времени на запрос."));
+        QCOMPARE(FakeTools::runCount(m_irecovery), 0);
     }
 
     void reducesTheRealCatalogue()

@@ -12,7 +12,7 @@
 #include "ui/StudioButton.h"
 #include "ui/StudioCard.h"
 #include "ui/Theme.h"
-#include "ui/shell/RootView.h"
+#include "ui/shell/StudioRootView.h"
 #include "ui/shell/UnsignedFirmwareAlert.h"
 
 #include <QApplication>
@@ -40,7 +40,7 @@ private slots:
     {
         TestPaths paths;
         placeBrandPicture(paths);
-        RootView root(new StudioModel(QUrl(QStringLiteral("http://127.0.0.1:9/")), {}));
+        StudioRootView root(new StudioModel(QUrl(QStringLiteral("http://127.0.0.1:9/")), {}));
         root.resize(1280, 800);
         const QList<std::pair<std::optional<NavigationSection>, QString>> sections{
             {NavigationSection::overview, QStringLiteral("overview")},
@@ -96,7 +96,7 @@ private slots:
         auto *header =
             new PageHeader(QStringLiteral("AppleDB · CDN Apple"), QStringLiteral("Каталог прошивок"),
                            QStringLiteral("Полные Restore.ipsw с проверкой модели и контрольной суммы"),
-                           new StudioButton(StudioButtonStyle::secondary, QStringLiteral("Обновить"),
+                           new StudioButton(SecondaryButtonStyle{}, QStringLiteral("Обновить"),
                                             QStringLiteral("arrow.clockwise")));
         auto *card = new StudioCard;
         card->contentLayout()->addWidget(new QLabel(QStringLiteral("Карточка с содержимым")));
@@ -119,18 +119,19 @@ private slots:
             {QStringLiteral("action-row"), row},      {QStringLiteral("action-row-in-plain-button"), plain},
             {QStringLiteral("status-label"), status}, {QStringLiteral("error-banner"), banner},
             {QStringLiteral("brand-icon"), brand}};
-        for (const StudioButtonStyle style :
-             {StudioButtonStyle::primary, StudioButtonStyle::secondary, StudioButtonStyle::danger}) {
-            const QString kind = style == StudioButtonStyle::primary     ? QStringLiteral("primary")
-                                 : style == StudioButtonStyle::secondary ? QStringLiteral("secondary")
-                                                                         : QStringLiteral("danger");
-            auto *button =
-                new StudioButton(style, QStringLiteral("Проверить и прошить"), QStringLiteral("bolt.fill"));
-            auto *pressed =
-                new StudioButton(style, QStringLiteral("Проверить и прошить"), QStringLiteral("bolt.fill"));
+        const QList<std::pair<QString, ButtonStyle>> styles{{QStringLiteral("primary"), PrimaryButtonStyle{}},
+                                                            {QStringLiteral("secondary"), SecondaryButtonStyle{}},
+                                                            {QStringLiteral("danger"), DangerButtonStyle{}}};
+        for (const auto &[kind, style] : styles) {
+            const QString label = QStringLiteral("Проверить и прошить");
+            auto *button = new StudioButton(style, label, QStringLiteral("bolt.fill"));
+            auto *pressed = new StudioButton(style, label, QStringLiteral("bolt.fill"));
             pressed->setDown(true);
+            auto *disabled = new StudioButton(style, label, QStringLiteral("bolt.fill"));
+            disabled->setEnabled(false);
             parts.append({QStringLiteral("button-") + kind, button});
             parts.append({QStringLiteral("button-") + kind + QStringLiteral("-pressed"), pressed});
+            parts.append({QStringLiteral("button-") + kind + QStringLiteral("-disabled"), disabled});
         }
 
         StudioBackground gallery;

@@ -1,13 +1,16 @@
 #include "support/TestPaths.h"
+#include "ui/ActionRow.h"
 #include "ui/BrandPicture.h"
 #include "ui/CheckLine.h"
 #include "ui/FocusRing.h"
 #include "ui/Icons.h"
 #include "ui/PageHeader.h"
+#include "ui/PlainButton.h"
 #include "ui/StudioBrandIcon.h"
 #include "ui/StudioButton.h"
 #include "ui/Theme.h"
 
+#include <QApplication>
 #include <QDir>
 #include <QHBoxLayout>
 #include <QImage>
@@ -48,6 +51,42 @@ static const QStringList usedSymbols{"applewatch",
                                      "wrench.and.screwdriver.fill",
                                      "xmark.circle.fill"};
 
+static const QList<ButtonStyle> &styles()
+{
+    static const QList<ButtonStyle> all{PrimaryButtonStyle{}, SecondaryButtonStyle{}, DangerButtonStyle{}};
+    return all;
+}
+
+// The widget as its window draws it.
+static QImage renderOnBlack(QWidget *widget)
+{
+    QImage image(widget->size(), QImage::Format_RGB32);
+    image.fill(Qt::black);
+    widget->parentWidget()->render(&image, {}, widget->geometry(), QWidget::DrawChildren);
+    return image;
+}
+
+// WCAG contrast of a translucent colour laid over an opaque one.
+static qreal contrast(QColor over, QColor under)
+{
+    const auto luminance = [](QColor colour) {
+        const auto channel = [](qreal value) {
+            return value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
+        };
+        return 0.2126 * channel(colour.redF()) + 0.7152 * channel(colour.greenF()) +
+               0.0722 * channel(colour.blueF());
+    };
+    const auto blend = [](QColor top, QColor bottom) {
+        const qreal alpha = top.alphaF();
+        return QColor::fromRgbF(float(top.redF() * alpha + bottom.redF() * (1 - alpha)),
+                                float(top.greenF() * alpha + bottom.greenF() * (1 - alpha)),
+                                float(top.blueF() * alpha + bottom.blueF() * (1 - alpha)));
+    };
+    const qreal lighter = luminance(blend(over, under));
+    const qreal darker = luminance(under);
+    return (std::max(lighter, darker) + 0.05) / (std::min(lighter, darker) + 0.05);
+}
+
 class KitTest final : public QObject {
     Q_OBJECT
 
@@ -79,28 +118,29 @@ private slots:
 
     void pressingChangesOnlyWhatTheStyleSays_data()
     {
-        QTest::addColumn<StudioButtonStyle>("style");
+        QTest::addColumn<int>("style");
         QTest::addColumn<QColor>("fill");
         QTest::addColumn<QColor>("pressedFill");
         QTest::addColumn<qreal>("pressedOpacity");
         QTest::addColumn<qreal>("pressedScale");
-        QTest::newRow("primary") << StudioButtonStyle::primary << Theme::studioAccentDeep()
-                                 << Theme::studioAccentDeep() << 0.75 << 0.98;
-        QTest::newRow("secondary") << StudioButtonStyle::secondary << Theme::withOpacity(Theme::white(), 0.07)
+        QTest::newRow("primary") << 0 << Theme::studioAccentDeep() << Theme::studioAccentDeep() << 0.75
+                                 << 0.98;
+        QTest::newRow("secondary") << 1 << Theme::withOpacity(Theme::white(), 0.07)
                                    << Theme::withOpacity(Theme::white(), 0.12) << 1.0 << 1.0;
-        QTest::newRow("danger") << StudioButtonStyle::danger << Theme::withOpacity(Theme::red(), 0.9)
+        QTest::newRow("danger") << 2 << Theme::withOpacity(Theme::red(), 0.9)
                                 << Theme::withOpacity(Theme::red(), 0.7) << 1.0 << 1.0;
     }
 
     void pressingChangesOnlyWhatTheStyleSays()
     {
-        QFETCH(StudioButtonStyle, style);
+        QFETCH(int, style);
         QFETCH(QColor, fill);
         QFETCH(QColor, pressedFill);
         QFETCH(qreal, pressedOpacity);
         QFETCH(qreal, pressedScale);
 
-        StudioButton button(style, QStringLiteral("Скачать"), QStringLiteral("arrow.down.to.line"));
+        StudioButton button(styles().at(style), QStringLiteral("Скачать"),
+                            QStringLiteral("arrow.down.to.line"));
         button.resize(button.sizeHint());
         button.setEnabled(false); // disabled buttons keep the style's colours
         QCOMPARE(button.look().fill, fill);
@@ -120,9 +160,105 @@ private slots:
         QCOMPARE(button.grab().toImage(), released);
     }
 
+    // A disabled control looks like a native disabled one: the whole enabled drawing, dimmed
+    // (every pixel the same colour at lower opacity), the arrow pointer, and no press feedback.
+    void disabledButtonsAreDimmedAsAWhole_data()
+    {
+        QTest::addColumn<int>("style"); // -1 is a plain button around an action row
+        QTest::newRow("primary") << 0;
+        QTest::newRow("secondary") << 1;
+        QTest::newRow("danger") << 2;
+        QTest::newRow("plain") << -1;
+    }
+
+    void disabledButtonsAreDimmedAsAWhole()
+    {
+        QFETCH(int, style);
+        QWidget window;
+        QAbstractButton *button = nullptr;
+        if (style >= 0)
+            button = new StudioButton(styles().at(style), QStringLiteral("Начать восстановление"),
+                                      QStringLiteral("bolt.fill"), &window);
+        else
+            button = new PlainButton(new ActionRow(QStringLiteral("wrench.and.screwdriver.fill"),
+                                                   Theme::orange(), QStringLiteral("Восстановление"),
+                                                   QStringLiteral("Проверка и прошивка")),
+                                     QStringLiteral("Восстановление"), &window);
+        button->resize(button->sizeHint().expandedTo(QSize(240, 40)));
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        QCOMPARE(button->cursor().shape(), Qt::PointingHandCursor);
+        const QImage enabled = renderOnBlack(button);
+
+        button->setEnabled(false);
+        QCOMPARE(button->cursor().shape(), Qt::ArrowCursor);
+        const QImage disabled = renderOnBlack(button);
+        // Glyph edges are smoothed a little differently once drawn into the dimming layer; everything
+        // else is the enabled pixel at the dimming opacity.
+        qint64 enabledSum = 0;
+        qint64 disabledSum = 0;
+        int matching = 0;
+        for (int y = 0; y < enabled.height(); ++y) {
+            for (int x = 0; x < enabled.width(); ++x) {
+                const QColor before = enabled.pixelColor(x, y);
+                const QColor after = disabled.pixelColor(x, y);
+                bool same = true;
+                for (const auto &[was, is] : {std::pair{before.red(), after.red()},
+                                              {before.green(), after.green()},
+                                              {before.blue(), after.blue()}}) {
+                    same = same && qAbs(was * Theme::Opacity::disabledControl - is) <= 3;
+                    enabledSum += was;
+                    disabledSum += is;
+                }
+                matching += same ? 1 : 0;
+            }
+        }
+        QVERIFY(enabledSum > 20 * enabled.width() * enabled.height()); // something was drawn
+        QVERIFY2(matching >= enabled.width() * enabled.height() * 9 / 10,
+                 qPrintable(QString::number(matching)));
+        QVERIFY2(qAbs(qreal(disabledSum) / enabledSum - Theme::Opacity::disabledControl) < 0.05,
+                 qPrintable(QString::number(qreal(disabledSum) / enabledSum)));
+
+        QTest::mousePress(button, Qt::LeftButton);
+        QVERIFY(!button->isDown());
+        QCOMPARE(renderOnBlack(button), disabled);
+        QTest::mouseRelease(button, Qt::LeftButton);
+
+        button->setEnabled(true);
+        QCOMPARE(button->cursor().shape(), Qt::PointingHandCursor);
+        QCOMPARE(renderOnBlack(button), enabled);
+    }
+
+    // The search field lies on white at 0.07 over the backdrop; the sheet's field on the palette's base.
+    void placeholderTextIsReadableOnEveryField_data()
+    {
+        QTest::addColumn<QColor>("field");
+        const QColor searchFill = Theme::withOpacity(Theme::white(), 0.07);
+        const auto over = [](QColor top, QColor bottom) {
+            const qreal alpha = top.alphaF();
+            return QColor::fromRgbF(float(top.redF() * alpha + bottom.redF() * (1 - alpha)),
+                                    float(top.greenF() * alpha + bottom.greenF() * (1 - alpha)),
+                                    float(top.blueF() * alpha + bottom.blueF() * (1 - alpha)));
+        };
+        QTest::newRow("search, backdrop start") << over(searchFill, Theme::studioBackgroundStart());
+        QTest::newRow("search, backdrop end") << over(searchFill, Theme::studioBackgroundEnd());
+        Theme::applyDarkAppearance(*qApp);
+        QTest::newRow("sheet field") << QApplication::palette().color(QPalette::Base);
+    }
+
+    void placeholderTextIsReadableOnEveryField()
+    {
+        QFETCH(QColor, field);
+        Theme::applyDarkAppearance(*qApp);
+        const QColor placeholder = QApplication::palette().color(QPalette::PlaceholderText);
+        QVERIFY2(contrast(placeholder, field) >= 4.5,
+                 qPrintable(QString::number(contrast(placeholder, field))));
+        QVERIFY(placeholder.alpha() < Theme::textPrimary().alpha()); // still reads as a placeholder
+    }
+
     void keyboardActivatesButtons()
     {
-        StudioButton button(StudioButtonStyle::secondary, QStringLiteral("Проверить"));
+        StudioButton button(SecondaryButtonStyle{}, QStringLiteral("Проверить"));
         QCOMPARE(button.focusPolicy(), Qt::StrongFocus);
         int clicks = 0;
         connect(&button, &QAbstractButton::clicked, this, [&clicks] { ++clicks; });
@@ -137,8 +273,8 @@ private slots:
     {
         QWidget window;
         auto *layout = new QHBoxLayout(&window);
-        auto *button = new StudioButton(StudioButtonStyle::secondary, QStringLiteral("Проверить"));
-        auto *other = new StudioButton(StudioButtonStyle::secondary, QStringLiteral("Другая"));
+        auto *button = new StudioButton(SecondaryButtonStyle{}, QStringLiteral("Проверить"));
+        auto *other = new StudioButton(SecondaryButtonStyle{}, QStringLiteral("Другая"));
         layout->addWidget(button);
         layout->addWidget(other);
         window.show();

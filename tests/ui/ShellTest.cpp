@@ -2,20 +2,28 @@
 #include "download/DownloadManager.h"
 #include "support/LocalHttpServer.h"
 #include "support/TestPaths.h"
+#include "ui/FocusRing.h"
+#include "ui/Theme.h"
 #include "ui/screens/CatalogView.h"
 #include "ui/screens/LogView.h"
 #include "ui/screens/OverviewView.h"
 #include "ui/screens/RestoreConfirmationSheet.h"
 #include "ui/screens/RestoreView.h"
 #include "ui/shell/DesktopOpener.h"
+#include "ui/shell/IpswFileDialog.h"
 #include "ui/shell/MainWindow.h"
-#include "ui/shell/RootView.h"
-#include "ui/shell/Sidebar.h"
+#include "ui/shell/QtTranslations.h"
 #include "ui/shell/SidebarRow.h"
+#include "ui/shell/StudioRootView.h"
+#include "ui/shell/StudioSidebar.h"
 #include "ui/shell/UnsignedFirmwareAlert.h"
 
+#include <QAccessible>
+#include <QDialogButtonBox>
 #include <QDir>
+#include <QLineEdit>
 #include <QMenuBar>
+#include <QPushButton>
 #include <QSignalSpy>
 #include <QSplitter>
 #include <QTest>
@@ -38,7 +46,7 @@ private slots:
         m_paths = std::make_unique<TestPaths>();
         // Nothing listens there: the first catalogue load fails at once without the network.
         const QUrl nowhere(QStringLiteral("http://127.0.0.1:9/ios/watchOS/main.json"));
-        m_root = std::make_unique<RootView>(new StudioModel(nowhere, {QStringLiteral("127.0.0.1")}));
+        m_root = std::make_unique<StudioRootView>(new StudioModel(nowhere, {QStringLiteral("127.0.0.1")}));
     }
 
     void cleanup()
@@ -51,7 +59,7 @@ private slots:
     void sectionsSwitchTheScreenAndTheHighlight()
     {
         StudioModel *model = m_root->model();
-        Sidebar *sidebar = m_root->sidebar();
+        StudioSidebar *sidebar = m_root->sidebar();
         const auto highlighted = [sidebar] {
             QList<NavigationSection> selected;
             for (const NavigationSection section : Navigation::allCases()) {
@@ -203,9 +211,112 @@ private slots:
         QVERIFY(QFileInfo(folder).isDir());
     }
 
+    void chooserTakesOnlyRestoreImages_data()
+    {
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<bool>("accepted");
+        QTest::newRow("image") << QStringLiteral("Watch6_1.ipsw") << true;
+        QTest::newRow("upper-case extension") << QStringLiteral("WATCH.IPSW") << true;
+        QTest::newRow("other file") << QStringLiteral("notes.txt") << false;
+        QTest::newRow("file outside the folder") << QStringLiteral("/etc/hostname") << false;
+        QTest::newRow("extension only in the name") << QStringLiteral("image.ipsw.zip") << false;
+    }
+
+    // The chooser starts in the firmware folder, in Russian, and a typed name must still be an image.
+    void chooserTakesOnlyRestoreImages()
+    {
+        QFETCH(QString, typed);
+        QFETCH(bool, accepted);
+        QVERIFY(QtTranslations::install(*qApp));
+        const QDir folder(m_paths->downloads());
+        for (const char *name : {"Watch6_1.ipsw", "WATCH.IPSW", "notes.txt", "image.ipsw.zip"}) {
+            QFile file(folder.filePath(QString::fromLatin1(name)));
+            QVERIFY(file.open(QIODevice::WriteOnly));
+        }
+        IpswFileDialog dialog(nullptr, folder.path());
+        dialog.setOption(QFileDialog::DontUseNativeDialog);
+        dialog.open();
+        QCOMPARE(QDir(dialog.directory()).canonicalPath(), folder.canonicalPath());
+        const auto *buttons = dialog.findChild<QDialogButtonBox *>();
+        QVERIFY(buttons);
+        QCOMPARE(buttons->button(QDialogButtonBox::Cancel)->text(), QStringLiteral("Отмена"));
+        auto *name = dialog.findChild<QLineEdit *>(QStringLiteral("fileNameEdit"));
+        QVERIFY(name);
+        name->setText(typed);
+        dialog.accept();
+        QCOMPARE(dialog.result() == QDialog::Accepted, accepted);
+        QCOMPARE(dialog.isVisible(), !accepted);
+    }
+
+    // Tab visits every control of the window once per round; each stop is on screen, shows that
+    // it has focus and carries a name for assistive tools.
+    void tabWalksOnlyVisibleNamedStops()
+    {
+        MainWindow window(new StudioModel(QUrl(QStringLiteral("http://127.0.0.1:9/")), {}));
+        window.resize(1280, 800);
+        window.show();
+        QApplication::setActiveWindow(&window);
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        StudioModel *model = window.rootView()->model();
+        QTRY_VERIFY(!model->isLoadingCatalog());
+        for (const NavigationSection section : Navigation::allCases()) {
+            model->setNavigation(section);
+            QWidget *first = window.rootView()->sidebar()->row(NavigationSection::overview);
+            first->clearFocus();
+            first->setFocus(Qt::TabFocusReason);
+            QStringList walk;
+            QList<QWidget *> seen;
+            for (int step = 0; step < 60; ++step) {
+                QWidget *stop = QApplication::focusWidget();
+                QVERIFY(stop);
+                if (seen.contains(stop))
+                    break;
+                seen.append(stop);
+                QAccessibleInterface *accessible = QAccessible::queryAccessibleInterface(stop);
+                const QString name = accessible ? accessible->text(QAccessible::Name) : QString();
+                walk.append(name);
+                const QString where = Navigation::rawValue(section) + QStringLiteral(": ") +
+                                      QString::fromLatin1(stop->metaObject()->className()) +
+                                      QLatin1Char(' ') + stop->objectName();
+                QVERIFY2(!name.isEmpty(), qPrintable(where));
+                QVERIFY2(stop->isVisible() && !stop->visibleRegion().isEmpty(), qPrintable(where));
+                QVERIFY2(FocusRing::isVisible(stop) || qobject_cast<QLineEdit *>(stop), qPrintable(where));
+                QTest::keyClick(stop, Qt::Key_Tab);
+            }
+            qInfo().noquote() << Navigation::rawValue(section) << "—" << walk.join(QStringLiteral(" → "));
+            QVERIFY(seen.size() > 6); // the sidebar's five and the screen's own
+        }
+    }
+
+    // The backdrop runs from the start colour in the top-leading corner of the detail column to
+    // the end colour in the bottom-trailing one, behind every screen alike.
+    void everyScreenLiesOnTheBackdropGradient()
+    {
+        QWidget *detail = m_root->findChild<QWidget *>(QStringLiteral("detailColumn"));
+        QVERIFY(detail);
+        m_root->resize(1280, 800);
+        m_root->show();
+        QVERIFY(QTest::qWaitForWindowExposed(m_root.get()));
+        const auto near = [](QColor sampled, QColor wanted) {
+            return qAbs(sampled.red() - wanted.red()) <= 3 && qAbs(sampled.green() - wanted.green()) <= 3 &&
+                   qAbs(sampled.blue() - wanted.blue()) <= 3;
+        };
+        for (const NavigationSection section : Navigation::allCases()) {
+            m_root->model()->setNavigation(section);
+            const QImage image = m_root->grab().toImage();
+            const QRect area(detail->mapTo(m_root.get(), QPoint(0, 0)), detail->size());
+            const QColor topLeading = image.pixelColor(area.topLeft() + QPoint(4, 4));
+            const QColor bottomTrailing = image.pixelColor(area.bottomRight() - QPoint(24, 4));
+            const QString where = Navigation::rawValue(section) + QLatin1Char(' ');
+            QVERIFY2(near(topLeading, Theme::studioBackgroundStart()), qPrintable(where + topLeading.name()));
+            QVERIFY2(near(bottomTrailing, Theme::studioBackgroundEnd()),
+                     qPrintable(where + bottomTrailing.name()));
+        }
+    }
+
 private:
     std::unique_ptr<TestPaths> m_paths;
-    std::unique_ptr<RootView> m_root;
+    std::unique_ptr<StudioRootView> m_root;
 };
 
 QTEST_MAIN(ShellTest)

@@ -45,7 +45,12 @@ CatalogSearchField::CatalogSearchField(StudioModel *model, QWidget *parent)
     row->addWidget(m_clear);
 
     connect(m_field, &QLineEdit::textEdited, model, &StudioModel::setSearchText);
-    connect(m_clear, &PlainButton::clicked, model, [model] { model->setSearchText(QString()); });
+    // The clear button disappears with the text, so the typing goes on in the field.
+    connect(m_clear, &PlainButton::clicked, this, [this] {
+        m_field->setFocus(Qt::OtherFocusReason);
+        m_model->setSearchText(QString());
+    });
+    m_field->setAccessibleName(QStringLiteral("Поиск прошивки"));
     connect(model, &StudioModel::searchTextChanged, this, &CatalogSearchField::refresh);
     refresh();
 }

@@ -10,6 +10,7 @@
 #include "ui/screens/FirmwareRow.h"
 #include "ui/screens/ScreenLabels.h"
 
+#include <QKeyEvent>
 #include <QLabel>
 #include <QListView>
 #include <QVBoxLayout>
@@ -38,7 +39,7 @@ QWidget *loadingIndicator()
 
 CatalogView::CatalogView(StudioModel *model, QWidget *parent)
     : QWidget(parent), m_model(model),
-      m_refresh(new StudioButton(StudioButtonStyle::secondary, QStringLiteral("Обновить"),
+      m_refresh(new StudioButton(SecondaryButtonStyle{}, QStringLiteral("Обновить"),
                                  QStringLiteral("arrow.clockwise"))),
       m_loading(loadingIndicator()), m_rows(new FirmwareListModel(model, this)), m_list(new QListView)
 {
@@ -51,8 +52,12 @@ CatalogView::CatalogView(StudioModel *model, QWidget *parent)
     // its own, the model's selection is what the rows show.
     m_list->setModel(m_rows);
     m_list->setItemDelegate(new FirmwareRowDelegate(m_rows, m_list));
+    // The keyboard moves the current row with the arrows and picks it with Return or Space;
+    // the current row shows a focus ring while the list has keyboard focus.
     m_list->setSelectionMode(QAbstractItemView::NoSelection);
-    m_list->setFocusPolicy(Qt::NoFocus);
+    m_list->setFocusPolicy(Qt::StrongFocus);
+    m_list->setAccessibleName(QStringLiteral("Прошивки"));
+    m_list->installEventFilter(this);
     m_list->setFrameShape(QFrame::NoFrame);
     m_list->setUniformItemSizes(true);
     m_list->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
@@ -60,6 +65,14 @@ CatalogView::CatalogView(StudioModel *model, QWidget *parent)
     m_list->setMouseTracking(true);
     m_list->viewport()->setAutoFillBackground(false);
     m_list->setAutoFillBackground(false);
+    // An empty list would be a Tab stop that shows nothing.
+    const auto followRows = [this] {
+        m_list->setFocusPolicy(m_rows->rowCount() > 0 ? Qt::StrongFocus : Qt::NoFocus);
+    };
+    connect(m_rows, &QAbstractItemModel::modelReset, this, followRows);
+    connect(m_rows, &QAbstractItemModel::rowsInserted, this, followRows);
+    connect(m_rows, &QAbstractItemModel::rowsRemoved, this, followRows);
+    followRows();
     connect(m_list, &QListView::clicked, model,
             [this](const QModelIndex &index) { m_model->select(m_rows->firmwareAt(index.row())); });
 
@@ -81,6 +94,22 @@ CatalogView::CatalogView(StudioModel *model, QWidget *parent)
 }
 
 CatalogView::~CatalogView() = default;
+
+bool CatalogView::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == m_list && event->type() == QEvent::KeyPress) {
+        const int key = static_cast<QKeyEvent *>(event)->key();
+        const QModelIndex current = m_list->currentIndex();
+        if ((key == Qt::Key_Return || key == Qt::Key_Enter || key == Qt::Key_Space) && current.isValid()) {
+            m_model->select(m_rows->firmwareAt(current.row()));
+            return true;
+        }
+    }
+    if (watched == m_list && event->type() == QEvent::FocusIn && !m_list->currentIndex().isValid() &&
+        m_rows->rowCount() > 0)
+        m_list->setCurrentIndex(m_rows->index(0));
+    return QWidget::eventFilter(watched, event);
+}
 
 void CatalogView::refresh()
 {

@@ -16,6 +16,9 @@ public:
     CatalogView(StudioModel *model, QWidget *parent = nullptr);
     ~CatalogView() override;
 
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
 private:
     void refresh();
 

@@ -3,6 +3,7 @@
 #include "app/StudioModel.h"
 #include "download/DownloadManager.h"
 #include "ui/screens/FirmwareRow.h"
+#include "ui/screens/FirmwareText.h"
 
 FirmwareListModel::FirmwareListModel(StudioModel *model, QObject *parent)
     : QAbstractListModel(parent), m_model(model), m_rows(model->filteredFirmware())
@@ -33,8 +34,20 @@ QVariant FirmwareListModel::data(const QModelIndex &index, int role) const
     case IsSelectedRole: return isSelected(index.row());
     case IsDownloadedRole: return isDownloaded(index.row());
     case StatusTextRole: return FirmwareRow::status(firmware, isDownloaded(index.row())).text;
+    case Qt::AccessibleTextRole: return accessibleText(index.row());
     default: return {};
     }
+}
+
+// What a screen reader announces for a row: everything the row shows, and whether it is the
+// chosen firmware.
+QString FirmwareListModel::accessibleText(int row) const
+{
+    const WatchFirmware &firmware = m_rows.at(row);
+    return QStringLiteral("%1 %2, %3, %4")
+        .arg(firmware.productType, firmware.deviceName, FirmwareText::rowDetail(firmware),
+             FirmwareRow::status(firmware, isDownloaded(row)).text)
+        .append(isSelected(row) ? QStringLiteral(", выбрана") : QStringLiteral(", не выбрана"));
 }
 
 bool FirmwareListModel::isSelected(int row) const

@@ -31,6 +31,7 @@ public:
     const WatchFirmware &firmwareAt(int row) const { return m_rows.at(row); }
     bool isSelected(int row) const;
     bool isDownloaded(int row) const;
+    QString accessibleText(int row) const;
 
 private:
     void reloadRows();

@@ -1,5 +1,6 @@
 #include "ui/screens/FirmwareRow.h"
 
+#include "ui/FocusRing.h"
 #include "ui/Icons.h"
 #include "ui/StatusLabel.h"
 #include "ui/Theme.h"
@@ -85,6 +86,11 @@ void FirmwareRowDelegate::paint(QPainter *painter, const QStyleOptionViewItem &o
                                   : Theme::withOpacity(Theme::white(), idleOutlineOpacity),
                          Theme::Metrics::outlineWidth));
     painter->drawPath(shape);
+    // The keyboard's current row, while the list has keyboard focus.
+    if ((option.state & QStyle::State_HasFocus) && option.widget && FocusRing::isVisible(option.widget)) {
+        painter->setPen(QPen(Theme::withOpacity(accent, 0.9), 2));
+        painter->drawPath(roundedRect(frame.adjusted(1, 1, -1, -1), rowRadius - 1));
+    }
 
     const QRect content = option.rect.adjusted(rowPadding, rowPadding, -rowPadding, -rowPadding - rowGap);
 

@@ -1,5 +1,6 @@
 #include "ui/screens/LogBox.h"
 
+#include "ui/FocusRing.h"
 #include "ui/Theme.h"
 #include "ui/screens/LogTextView.h"
 
@@ -19,6 +20,7 @@ constexpr qreal outlineOpacity = 0.15;
 LogBox::LogBox(const QString *text, QWidget *parent) : QWidget(parent), m_text(new LogTextView(text))
 {
     m_text->setObjectName(QStringLiteral("logText"));
+    m_text->setAccessibleName(QStringLiteral("Журнал процесса"));
 
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(padding, padding, padding, padding);
@@ -36,4 +38,10 @@ void LogBox::paintEvent(QPaintEvent *)
     painter.fillPath(shape, Theme::withOpacity(QColor(Qt::black), fillOpacity));
     painter.setPen(QPen(Theme::withOpacity(Theme::green(), outlineOpacity), Theme::Metrics::outlineWidth));
     painter.drawPath(shape);
+    if (FocusRing::isVisible(m_text)) {
+        QPainterPath ring;
+        ring.addRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), radius - 0.5, radius - 0.5);
+        painter.setPen(QPen(Theme::withOpacity(Theme::studioAccent(), 0.9), 2));
+        painter.drawPath(ring);
+    }
 }

@@ -3,8 +3,10 @@
 #include "ui/Theme.h"
 
 #include <QClipboard>
+#include <QContextMenuEvent>
 #include <QGuiApplication>
 #include <QKeyEvent>
+#include <QMenu>
 #include <QPainter>
 #include <QScrollBar>
 
@@ -51,6 +53,11 @@ void LogTextView::catchUp()
     updateScrollBar();
     verticalScrollBar()->setValue(verticalScrollBar()->maximum());
     viewport()->update();
+    // Assistive tools announce the newest line; the whole log is read by selecting and copying.
+    qsizetype last = m_lineStarts.size() - 1;
+    if (last > 0 && lineStart(last) == m_seen)
+        --last;
+    setAccessibleDescription(lineText(last));
 }
 
 void LogTextView::countRowsFrom(qsizetype line)
@@ -206,11 +213,42 @@ void LogTextView::mouseDoubleClickEvent(QMouseEvent *event)
     viewport()->update();
 }
 
+void LogTextView::copySelection() const
+{
+    if (m_anchor != m_cursor)
+        QGuiApplication::clipboard()->setText(selectedText());
+}
+
+void LogTextView::contextMenuEvent(QContextMenuEvent *event)
+{
+    QMenu menu(this);
+    QAction *copy = menu.addAction(QStringLiteral("Копировать"), this, &LogTextView::copySelection);
+    copy->setShortcut(QKeySequence::Copy);
+    copy->setEnabled(m_anchor != m_cursor);
+    menu.addAction(QStringLiteral("Выделить всё"), this, &LogTextView::selectAll)
+        ->setShortcut(QKeySequence::SelectAll);
+    menu.exec(event->globalPos());
+}
+
+// The box around the view draws the focus ring.
+void LogTextView::focusInEvent(QFocusEvent *event)
+{
+    QAbstractScrollArea::focusInEvent(event);
+    if (parentWidget())
+        parentWidget()->update();
+}
+
+void LogTextView::focusOutEvent(QFocusEvent *event)
+{
+    QAbstractScrollArea::focusOutEvent(event);
+    if (parentWidget())
+        parentWidget()->update();
+}
+
 void LogTextView::keyPressEvent(QKeyEvent *event)
 {
     if (event->matches(QKeySequence::Copy)) {
-        if (m_anchor != m_cursor)
-            QGuiApplication::clipboard()->setText(selectedText());
+        copySelection();
         return;
     }
     if (event->matches(QKeySequence::SelectAll)) {

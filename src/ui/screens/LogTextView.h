@@ -26,6 +26,7 @@ public:
     qsizetype length() const { return m_seen; }
     QString selectedText() const;
     void selectAll();
+    void copySelection() const;
     bool isAtEnd() const;
 
 protected:
@@ -35,6 +36,9 @@ protected:
     void mouseMoveEvent(QMouseEvent *event) override;
     void mouseDoubleClickEvent(QMouseEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
+    void contextMenuEvent(QContextMenuEvent *event) override;
+    void focusInEvent(QFocusEvent *event) override;
+    void focusOutEvent(QFocusEvent *event) override;
 
 private:
     qsizetype lineStart(qsizetype line) const { return m_lineStarts.at(line); }

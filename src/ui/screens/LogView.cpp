@@ -23,7 +23,7 @@ constexpr int frameMilliseconds = 16;
 
 LogView::LogView(StudioModel *, RestoreManager *restoreManager, QWidget *parent)
     : QWidget(parent), m_restore(restoreManager),
-      m_copy(new StudioButton(StudioButtonStyle::secondary, QStringLiteral("Копировать"),
+      m_copy(new StudioButton(SecondaryButtonStyle{}, QStringLiteral("Копировать"),
                               QStringLiteral("doc.on.doc"))),
       m_status(new LogStatusLine(restoreManager)), m_logUpdate(new QTimer(this))
 {

@@ -33,7 +33,7 @@ constexpr int warningSymbolSize = 28;
 RestoreConfirmationSheet::RestoreConfirmationSheet(StudioModel *model, DeviceMonitor *monitor,
                                                    RestoreManager *restoreManager, QWidget *parent)
     : QDialog(parent), m_model(model), m_monitor(monitor), m_restore(restoreManager), m_phrase(new QLineEdit),
-      m_begin(new StudioButton(StudioButtonStyle::danger, QStringLiteral("Начать восстановление")))
+      m_begin(new StudioButton(DangerButtonStyle{}, QStringLiteral("Начать восстановление")))
 {
     setObjectName(QStringLiteral("restoreConfirmationSheet"));
     setWindowTitle(QStringLiteral("Подтверждение восстановления"));
@@ -75,7 +75,7 @@ RestoreConfirmationSheet::RestoreConfirmationSheet(StudioModel *model, DeviceMon
                                           Theme::font(12, QFont::DemiBold), Theme::textPrimary()));
     prompt->addWidget(m_phrase);
 
-    auto *cancel = new StudioButton(StudioButtonStyle::secondary, QStringLiteral("Отменить"));
+    auto *cancel = new StudioButton(SecondaryButtonStyle{}, QStringLiteral("Отменить"));
     cancel->setObjectName(QStringLiteral("cancelRestoreButton"));
     auto *buttons = new QHBoxLayout;
     buttons->addWidget(cancel);

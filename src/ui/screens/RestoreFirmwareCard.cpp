@@ -59,7 +59,7 @@ RestoreFirmwareCard::RestoreFirmwareCard(StudioModel *model, DeviceMonitor *moni
     stack->addWidget(m_image);
     stack->addWidget(m_configurator);
     stack->addWidget(m_noFile);
-    auto *choose = new StudioButton(StudioButtonStyle::secondary, QStringLiteral("Выбрать другой IPSW"),
+    auto *choose = new StudioButton(SecondaryButtonStyle{}, QStringLiteral("Выбрать другой IPSW"),
                                     QStringLiteral("folder"));
     choose->setObjectName(QStringLiteral("chooseIPSWButton"));
     choose->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);

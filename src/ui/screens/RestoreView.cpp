@@ -30,9 +30,9 @@ RestoreView::RestoreView(StudioModel *model, DeviceMonitor *monitor, RestoreMana
                          QWidget *parent)
     : QWidget(parent), m_model(model), m_monitor(monitor), m_restore(restoreManager),
       m_firstCheck(new CheckLine({}, false)), m_error(new ErrorBanner({})),
-      m_start(new StudioButton(StudioButtonStyle::primary, QStringLiteral("Проверить и прошить"),
+      m_start(new StudioButton(PrimaryButtonStyle{}, QStringLiteral("Проверить и прошить"),
                                QStringLiteral("bolt.fill"))),
-      m_stop(new StudioButton(StudioButtonStyle::danger, QStringLiteral("Остановить")))
+      m_stop(new StudioButton(DangerButtonStyle{}, QStringLiteral("Остановить")))
 {
     setObjectName(QStringLiteral("restoreView"));
     m_firstCheck->setObjectName(QStringLiteral("transportCheck"));

@@ -44,11 +44,15 @@ QScrollArea *ScreenLabels::scrollingPage(QWidget *page, QWidget *parent)
     scroll->setFrameShape(QFrame::NoFrame);
     scroll->setWidgetResizable(true);
     scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    // The backdrop belongs to the window; the page is see-through.
+    // The scroll area itself is no Tab stop: it would take focus without showing it. The page's
+    // controls are, and the area scrolls each of them into view as it gains focus.
+    scroll->setFocusPolicy(Qt::NoFocus);
+    // The backdrop belongs to the window; the page is see-through. setWidget turns the page's own
+    // fill on, so it is turned off only afterwards.
     scroll->setAutoFillBackground(false);
     scroll->viewport()->setAutoFillBackground(false);
-    page->setAutoFillBackground(false);
     scroll->setWidget(page);
+    page->setAutoFillBackground(false);
     return scroll;
 }
 
@@ -56,7 +60,7 @@ QWidget *ScreenLabels::checkNowButton(DeviceMonitor *monitor, const QString &tex
                                       QWidget *parent)
 {
     auto *button =
-        new StudioButton(StudioButtonStyle::secondary, text, QStringLiteral("arrow.clockwise"), parent);
+        new StudioButton(SecondaryButtonStyle{}, text, QStringLiteral("arrow.clockwise"), parent);
     button->setObjectName(objectName);
     button->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     QObject::connect(button, &StudioButton::clicked, monitor, [monitor] { monitor->poll(); });

@@ -53,9 +53,9 @@ SelectedFirmwareCard::SelectedFirmwareCard(StudioModel *model, QWidget *parent)
                             QStringLiteral("firmwareCurrentNote"), Theme::orange())),
       m_unsignedCaution(caution(QStringLiteral("exclamationmark.shield.fill"),
                                 QStringLiteral("firmwareUnsignedCaution"), Theme::red())),
-      m_toRestore(new StudioButton(StudioButtonStyle::primary, QStringLiteral("К восстановлению"),
+      m_toRestore(new StudioButton(PrimaryButtonStyle{}, QStringLiteral("К восстановлению"),
                                    QStringLiteral("arrow.right"))),
-      m_download(new StudioButton(StudioButtonStyle::primary, QStringLiteral("Скачать"),
+      m_download(new StudioButton(PrimaryButtonStyle{}, QStringLiteral("Скачать"),
                                   QStringLiteral("arrow.down.to.line")))
 {
     setObjectName(QStringLiteral("selectedFirmwareCard"));

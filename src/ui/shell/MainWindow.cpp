@@ -1,9 +1,11 @@
 #include "ui/shell/MainWindow.h"
 
 #include "app/StudioModel.h"
+#include "ui/StudioButton.h"
+#include "ui/Theme.h"
 #include "ui/shell/RestoreQuitGuard.h"
-#include "ui/shell/RootView.h"
 #include "ui/shell/ShellCommands.h"
+#include "ui/shell/StudioRootView.h"
 
 #include <QAction>
 #include <QCloseEvent>
@@ -12,7 +14,7 @@
 #include <QPointer>
 
 MainWindow::MainWindow(StudioModel *model, QWidget *parent)
-    : QMainWindow(parent), m_root(new RootView(model, this)),
+    : QMainWindow(parent), m_root(new StudioRootView(model, this)),
       m_quitGuard(new RestoreQuitGuard(model->restoreManager(), this))
 {
     setWindowTitle(QStringLiteral("Corvalin Studio"));
@@ -50,7 +52,12 @@ void MainWindow::showAbout()
     auto *box =
         new QMessageBox(QMessageBox::NoIcon, QStringLiteral("Corvalin Studio"),
                         QStringLiteral("Corvalin Studio %1").arg(QCoreApplication::applicationVersion()),
-                        QMessageBox::Ok, this);
+                        QMessageBox::NoButton, this);
+    box->setObjectName(QStringLiteral("aboutBox"));
+    Theme::applyDarkAppearance(box);
+    auto *close = new StudioButton(PrimaryButtonStyle{}, QStringLiteral("ОК"));
+    box->addButton(close, QMessageBox::AcceptRole);
+    box->setEscapeButton(close);
     box->setAttribute(Qt::WA_DeleteOnClose);
     box->open();
 }

@@ -3,7 +3,7 @@
 #include <QMainWindow>
 
 class RestoreQuitGuard;
-class RootView;
+class StudioRootView;
 class StudioModel;
 
 // The application's single window: the root view and the menu. No command opens a second
@@ -17,7 +17,7 @@ public:
     explicit MainWindow(StudioModel *model, QWidget *parent = nullptr);
     ~MainWindow() override;
 
-    RootView *rootView() const { return m_root; }
+    StudioRootView *rootView() const { return m_root; }
 
 protected:
     void closeEvent(QCloseEvent *event) override;
@@ -26,6 +26,6 @@ private:
     void buildMenu();
     void showAbout();
 
-    RootView *m_root;
+    StudioRootView *m_root;
     RestoreQuitGuard *m_quitGuard;
 };

@@ -2,8 +2,8 @@
 
 #include "tools/ToolLocator.h"
 #include "ui/shell/DesktopOpener.h"
+#include "ui/shell/IpswFileDialog.h"
 
-#include <QFileDialog>
 
 namespace ShellCommands {
 
@@ -14,18 +14,18 @@ void openFirmwareFolder()
 
 ManualIPSWChoice chooseManualIPSW(QWidget *parent)
 {
-    QFileDialog dialog(parent, QStringLiteral("Выберите полный Restore.ipsw"));
-    dialog.setFileMode(QFileDialog::ExistingFile);
-    dialog.setAcceptMode(QFileDialog::AcceptOpen);
-    dialog.setNameFilter(QStringLiteral("IPSW (*.ipsw)"));
-    dialog.setWindowModality(Qt::WindowModal);
-    if (dialog.exec() != QDialog::Accepted)
-        return {};
-    const QStringList files = dialog.selectedFiles();
-    ManualIPSWChoice choice{true, std::nullopt};
-    if (!files.isEmpty())
-        choice.path = files.constFirst();
-    return choice;
+    // A platform's own chooser answers for itself; should it hand back anything but a restore
+    // image, the user is asked again.
+    for (;;) {
+        IpswFileDialog dialog(parent, ToolLocator::cacheDirectory());
+        if (dialog.exec() != QDialog::Accepted)
+            return {};
+        const QStringList files = dialog.selectedFiles();
+        if (files.isEmpty())
+            return {true, std::nullopt};
+        if (IpswFileDialog::isRestoreImage(files.constFirst()))
+            return {true, files.constFirst()};
+    }
 }
 
 } // namespace ShellCommands

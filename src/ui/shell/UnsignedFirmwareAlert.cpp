@@ -1,9 +1,8 @@
 #include "ui/shell/UnsignedFirmwareAlert.h"
 
 #include "ui/Icons.h"
+#include "ui/StudioButton.h"
 #include "ui/Theme.h"
-
-#include <QPushButton>
 
 UnsignedFirmwareAlert::UnsignedFirmwareAlert(QWidget *parent) : QMessageBox(parent)
 {
@@ -16,12 +15,15 @@ UnsignedFirmwareAlert::UnsignedFirmwareAlert(QWidget *parent) : QMessageBox(pare
         QStringLiteral("Каталог Apple не отмечает этот полный образ как подписываемый. Файл можно "
                        "скачать и проверить, но Apple TSS может отказать при восстановлении."));
     Theme::applyDarkAppearance(this);
-    m_cancel = addButton(QStringLiteral("Отмена"), QMessageBox::RejectRole);
+    // The kit's buttons: cancel in the secondary style, the destructive choice in the danger style.
+    m_cancel = new StudioButton(SecondaryButtonStyle{}, QStringLiteral("Отмена"));
     m_cancel->setObjectName(QStringLiteral("cancelButton"));
-    m_downloadAnyway = addButton(QStringLiteral("Скачать всё равно"), QMessageBox::DestructiveRole);
+    addButton(m_cancel, QMessageBox::RejectRole);
+    m_downloadAnyway = new StudioButton(DangerButtonStyle{}, QStringLiteral("Скачать всё равно"));
     m_downloadAnyway->setObjectName(QStringLiteral("downloadAnywayButton"));
-    setDefaultButton(qobject_cast<QPushButton *>(m_cancel));
+    addButton(m_downloadAnyway, QMessageBox::DestructiveRole);
     setEscapeButton(m_cancel);
+    m_cancel->setFocus();
     setWindowModality(Qt::WindowModal);
 
     connect(this, &QMessageBox::buttonClicked, this, [this](QAbstractButton *button) {

@@ -1,10 +1,12 @@
 #include "ScreenStudio.h"
+#include "ui/screens/FirmwareText.h"
 
 #include "ui/Theme.h"
 #include "ui/screens/CatalogView.h"
 #include "ui/screens/FirmwareListModel.h"
 #include "ui/screens/FirmwareRow.h"
 
+#include <QApplication>
 #include <QCoroTask>
 #include <QLineEdit>
 #include <QListView>
@@ -18,6 +20,9 @@ struct Catalogue {
     {
         view.resize(870, 720);
         view.show();
+        QApplication::setActiveWindow(&view);
+        if (!QTest::qWaitForWindowActive(&view))
+            qFatal("the catalogue window never became active");
     }
 
     template <typename T = QWidget> T *part(const char *name) const
@@ -90,7 +95,10 @@ private slots:
         QVERIFY(catalogue.shows("firmwareList"));
         QVERIFY(catalogue.shows("catalogSearchClear"));
 
-        QTest::mouseClick(catalogue.part("catalogSearchClear"), Qt::LeftButton);
+        // Cleared from the keyboard, the typing goes on in the field.
+        catalogue.part("catalogSearchClear")->setFocus(Qt::TabFocusReason);
+        QTest::keyClick(catalogue.part("catalogSearchClear"), Qt::Key_Space);
+        QVERIFY(catalogue.part("catalogSearchField")->hasFocus());
         QCOMPARE(studio.model()->searchText(), QString());
         QCOMPARE(catalogue.part<QLineEdit>("catalogSearchField")->text(), QString());
         QCOMPARE(catalogue.rows()->rowCount(), 3);
@@ -114,6 +122,28 @@ private slots:
         QCOMPARE(studio.model()->selectedFirmware()->productType, QStringLiteral("Watch6,1"));
         QCOMPARE(catalogue.column(FirmwareListModel::IsSelectedRole),
                  (QStringList{QStringLiteral("false"), QStringLiteral("false"), QStringLiteral("true")}));
+
+        // From the keyboard: the arrows move, Return and Space pick the current row.
+        list->setFocus(Qt::TabFocusReason);
+        QCOMPARE(list->currentIndex().row(), 2);
+        QTest::keyClick(list, Qt::Key_Up);
+        QTest::keyClick(list, Qt::Key_Up);
+        QCOMPARE(studio.model()->selectedFirmware()->productType, QStringLiteral("Watch6,1"));
+        QTest::keyClick(list, Qt::Key_Return);
+        QCOMPARE(studio.model()->selectedFirmware()->productType, QStringLiteral("Watch3,1"));
+        QTest::keyClick(list, Qt::Key_Down);
+        QTest::keyClick(list, Qt::Key_Space);
+        QCOMPARE(studio.model()->selectedFirmware()->productType, QStringLiteral("Watch5,9"));
+
+        // What assistive tools read: everything the row shows, and whether it is picked.
+        const QStringList spoken = catalogue.column(Qt::AccessibleTextRole);
+        QVERIFY2(spoken.at(1).startsWith(QStringLiteral("Watch5,9 ")), qPrintable(spoken.at(1)));
+        const WatchFirmware &picked = studio.firmware(QStringLiteral("Watch5,9"));
+        for (const QString &part :
+             {picked.deviceName, picked.version, picked.build, FirmwareText::sizeText(picked.size),
+              QStringLiteral("Загружено"), QStringLiteral(", выбрана")})
+            QVERIFY2(spoken.at(1).contains(part), qPrintable(spoken.at(1)));
+        QVERIFY(spoken.at(0).endsWith(QStringLiteral(", не выбрана")));
     }
 
     void statusPriority_data()

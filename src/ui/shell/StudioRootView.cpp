@@ -1,4 +1,4 @@
-#include "ui/shell/RootView.h"
+#include "ui/shell/StudioRootView.h"
 
 #include "app/StudioModel.h"
 #include "device/DeviceMonitor.h"
@@ -8,7 +8,7 @@
 #include "ui/screens/OverviewView.h"
 #include "ui/screens/RestoreConfirmationSheet.h"
 #include "ui/screens/RestoreView.h"
-#include "ui/shell/Sidebar.h"
+#include "ui/shell/StudioSidebar.h"
 #include "ui/shell/UnsignedFirmwareAlert.h"
 
 #include <QHBoxLayout>
@@ -29,8 +29,8 @@ int pageOf(std::optional<NavigationSection> section)
 }
 } // namespace
 
-RootView::RootView(StudioModel *model, QWidget *parent)
-    : QWidget(parent), m_model(model), m_sidebar(new Sidebar), m_screens(new QStackedWidget)
+StudioRootView::StudioRootView(StudioModel *model, QWidget *parent)
+    : QWidget(parent), m_model(model), m_sidebar(new StudioSidebar), m_screens(new QStackedWidget)
 {
     m_model->setParent(this);
     setObjectName(QStringLiteral("rootView"));
@@ -63,12 +63,12 @@ RootView::RootView(StudioModel *model, QWidget *parent)
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(split);
 
-    connect(m_sidebar, &Sidebar::sectionActivated, m_model,
+    connect(m_sidebar, &StudioSidebar::sectionActivated, m_model,
             [this](NavigationSection section) { m_model->setNavigation(section); });
-    connect(m_model, &StudioModel::navigationChanged, this, &RootView::showNavigation);
-    connect(m_model, &StudioModel::showUnsignedWarningChanged, this, &RootView::followUnsignedWarning);
+    connect(m_model, &StudioModel::navigationChanged, this, &StudioRootView::showNavigation);
+    connect(m_model, &StudioModel::showUnsignedWarningChanged, this, &StudioRootView::followUnsignedWarning);
     connect(m_model, &StudioModel::showRestoreConfirmationChanged, this,
-            &RootView::followRestoreConfirmation);
+            &StudioRootView::followRestoreConfirmation);
 
     // Every publication of the watch, the current one included, re-selects its firmware.
     connect(monitor, &DeviceMonitor::connectedWatchChanged, m_model,
@@ -81,29 +81,29 @@ RootView::RootView(StudioModel *model, QWidget *parent)
 }
 
 // The screens, the alert and the sheet observe the model: they go first, the model last.
-RootView::~RootView()
+StudioRootView::~StudioRootView()
 {
     delete m_alert;
     delete m_sheet;
     qDeleteAll(findChildren<QWidget *>(Qt::FindDirectChildrenOnly));
 }
 
-QWidget *RootView::currentScreen() const
+QWidget *StudioRootView::currentScreen() const
 {
     return m_screens->currentWidget();
 }
 
-UnsignedFirmwareAlert *RootView::unsignedAlert() const
+UnsignedFirmwareAlert *StudioRootView::unsignedAlert() const
 {
     return m_alert;
 }
 
-RestoreConfirmationSheet *RootView::restoreSheet() const
+RestoreConfirmationSheet *StudioRootView::restoreSheet() const
 {
     return m_sheet;
 }
 
-void RootView::showEvent(QShowEvent *event)
+void StudioRootView::showEvent(QShowEvent *event)
 {
     QWidget::showEvent(event);
     if (m_started)
@@ -112,14 +112,14 @@ void RootView::showEvent(QShowEvent *event)
     QTimer::singleShot(0, m_model, &StudioModel::start);
 }
 
-void RootView::showNavigation()
+void StudioRootView::showNavigation()
 {
     m_screens->setCurrentIndex(pageOf(m_model->navigation()));
     m_sidebar->setSelection(m_model->navigation());
 }
 
 // The flag is re-published on every assignment: an alert already on screen stays as it is.
-void RootView::followUnsignedWarning()
+void StudioRootView::followUnsignedWarning()
 {
     if (!m_model->showUnsignedWarning()) {
         if (UnsignedFirmwareAlert *alert = m_alert) {
@@ -152,7 +152,7 @@ void RootView::followUnsignedWarning()
 }
 
 // A fresh sheet for every presentation, so its typed word always starts empty.
-void RootView::followRestoreConfirmation()
+void StudioRootView::followRestoreConfirmation()
 {
     if (!m_model->showRestoreConfirmation()) {
         if (RestoreConfirmationSheet *sheet = m_sheet) {

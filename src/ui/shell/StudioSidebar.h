@@ -11,13 +11,13 @@ class SidebarRow;
 
 // The sidebar column: brand, the section list and the support footer. Its only state is the
 // selection, bound both ways to the model's navigation by the root view.
-class Sidebar final : public QWidget {
+class StudioSidebar final : public QWidget {
     Q_OBJECT
-    Q_DISABLE_COPY_MOVE(Sidebar)
+    Q_DISABLE_COPY_MOVE(StudioSidebar)
 
 public:
-    explicit Sidebar(QWidget *parent = nullptr);
-    ~Sidebar() override;
+    explicit StudioSidebar(QWidget *parent = nullptr);
+    ~StudioSidebar() override;
 
     std::optional<NavigationSection> selection() const { return m_selection; }
     // Shows the highlight only; emits nothing.

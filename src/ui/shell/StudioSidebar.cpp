@@ -1,4 +1,4 @@
-#include "ui/shell/Sidebar.h"
+#include "ui/shell/StudioSidebar.h"
 
 #include "ui/StudioBrandIcon.h"
 #include "ui/Theme.h"
@@ -16,7 +16,7 @@ constexpr int rowInset = 8;
 constexpr int footerPadding = 14;
 } // namespace
 
-Sidebar::Sidebar(QWidget *parent) : QWidget(parent)
+StudioSidebar::StudioSidebar(QWidget *parent) : QWidget(parent)
 {
     setObjectName(QStringLiteral("sidebar"));
     auto *column = new QVBoxLayout(this);
@@ -48,9 +48,9 @@ Sidebar::Sidebar(QWidget *parent) : QWidget(parent)
     column->addLayout(footer);
 }
 
-Sidebar::~Sidebar() = default;
+StudioSidebar::~StudioSidebar() = default;
 
-QWidget *Sidebar::makeBrandHeader()
+QWidget *StudioSidebar::makeBrandHeader()
 {
     auto *header = new QWidget(this);
     auto *row = new QHBoxLayout(header);
@@ -75,7 +75,7 @@ QWidget *Sidebar::makeBrandHeader()
     return header;
 }
 
-QWidget *Sidebar::makeSectionCaption()
+QWidget *StudioSidebar::makeSectionCaption()
 {
     auto *caption = new QLabel(QStringLiteral("РАЗДЕЛЫ"), this);
     Theme::styleText(caption, Theme::font(10, QFont::DemiBold, Theme::FontDesign::standard, 1.4),
@@ -84,14 +84,14 @@ QWidget *Sidebar::makeSectionCaption()
     return caption;
 }
 
-void Sidebar::setSelection(std::optional<NavigationSection> section)
+void StudioSidebar::setSelection(std::optional<NavigationSection> section)
 {
     m_selection = section;
     for (SidebarRow *row : std::as_const(m_rows))
         row->setSelected(section && row->section() == *section);
 }
 
-SidebarRow *Sidebar::row(NavigationSection section) const
+SidebarRow *StudioSidebar::row(NavigationSection section) const
 {
     for (SidebarRow *row : m_rows) {
         if (row->section() == section)
@@ -100,7 +100,7 @@ SidebarRow *Sidebar::row(NavigationSection section) const
     return nullptr;
 }
 
-void Sidebar::paintEvent(QPaintEvent *)
+void StudioSidebar::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
     painter.fillRect(rect(), Theme::sidebarBackground());

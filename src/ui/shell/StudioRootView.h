@@ -5,7 +5,7 @@
 
 class QStackedWidget;
 class RestoreConfirmationSheet;
-class Sidebar;
+class StudioSidebar;
 class StudioModel;
 class UnsignedFirmwareAlert;
 
@@ -13,17 +13,17 @@ class UnsignedFirmwareAlert;
 // the model's navigation, over the studio backdrop. Owns the application model, starts it when
 // first shown, keeps it in step with the connected watch, and presents the unsigned-firmware
 // alert and the restore confirmation sheet while their flags in the model are raised.
-class RootView final : public QWidget {
+class StudioRootView final : public QWidget {
     Q_OBJECT
-    Q_DISABLE_COPY_MOVE(RootView)
+    Q_DISABLE_COPY_MOVE(StudioRootView)
 
 public:
     // Takes ownership of model.
-    explicit RootView(StudioModel *model, QWidget *parent = nullptr);
-    ~RootView() override;
+    explicit StudioRootView(StudioModel *model, QWidget *parent = nullptr);
+    ~StudioRootView() override;
 
     StudioModel *model() const { return m_model; }
-    Sidebar *sidebar() const { return m_sidebar; }
+    StudioSidebar *sidebar() const { return m_sidebar; }
     QWidget *currentScreen() const;
     // The alert or sheet on screen now, if any.
     UnsignedFirmwareAlert *unsignedAlert() const;
@@ -38,7 +38,7 @@ private:
     void followRestoreConfirmation();
 
     StudioModel *m_model;
-    Sidebar *m_sidebar;
+    StudioSidebar *m_sidebar;
     QStackedWidget *m_screens;
     QPointer<UnsignedFirmwareAlert> m_alert;
     QPointer<RestoreConfirmationSheet> m_sheet;

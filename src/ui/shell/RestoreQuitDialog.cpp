@@ -24,8 +24,8 @@ constexpr int warningSymbolSize = 28;
 
 RestoreQuitDialog::RestoreQuitDialog(QWidget *parent)
     : QDialog(parent),
-      m_keep(new StudioButton(StudioButtonStyle::secondary, QStringLiteral("Продолжить восстановление"))),
-      m_quit(new StudioButton(StudioButtonStyle::danger, QStringLiteral("Остановить и выйти")))
+      m_keep(new StudioButton(SecondaryButtonStyle{}, QStringLiteral("Продолжить восстановление"))),
+      m_quit(new StudioButton(DangerButtonStyle{}, QStringLiteral("Остановить и выйти")))
 {
     setObjectName(QStringLiteral("restoreQuitDialog"));
     setWindowTitle(QStringLiteral("Восстановление ещё идёт"));

@@ -3,6 +3,7 @@
 #include "support/LocalHttpServer.h"
 #include "support/TestPaths.h"
 #include "ui/FocusRing.h"
+#include "ui/StudioButton.h"
 #include "ui/Theme.h"
 #include "ui/screens/CatalogView.h"
 #include "ui/screens/LogView.h"
@@ -125,13 +126,13 @@ private slots:
         model->requestDownloadSelected();
         QPointer<UnsignedFirmwareAlert> alert = m_root->unsignedAlert();
         QVERIFY(alert && alert->isVisible());
-        QCOMPARE(alert->text(), QStringLiteral("Полный IPSW не подписан"));
-        QVERIFY(alert->informativeText().startsWith(QStringLiteral("Каталог Apple не отмечает")));
-        QCOMPARE(alert->buttons().size(), 2);
+        QCOMPARE(alert->title(), QStringLiteral("Полный IPSW не подписан"));
+        QVERIFY(alert->message().startsWith(QStringLiteral("Каталог Apple не отмечает")));
         QCOMPARE(alert->cancelButton()->text(), QStringLiteral("Отмена"));
-        QCOMPARE(alert->buttonRole(alert->cancelButton()), QMessageBox::RejectRole);
         QCOMPARE(alert->downloadAnywayButton()->text(), QStringLiteral("Скачать всё равно"));
-        QCOMPARE(alert->buttonRole(alert->downloadAnywayButton()), QMessageBox::DestructiveRole);
+        // Cancel first, then the destructive choice, and cancel is what Return gives.
+        QVERIFY(alert->cancelButton()->x() < alert->downloadAnywayButton()->x());
+        QTRY_COMPARE(QApplication::focusWidget(), alert->cancelButton());
 
         // Re-publishing the raised flag keeps the alert that is already up.
         model->setShowUnsignedWarning(true);

@@ -1,13 +1,10 @@
 #pragma once
 
-#include <QDialog>
-
-class StudioButton;
+#include "ui/shell/StudioAlert.h"
 
 // Asked when the window is closed or the application quits while a restore tool runs. Keeping
-// the application open is the default: it has the focus, and Escape or closing the dialog
-// choose it too. accept() means quit anyway.
-class RestoreQuitDialog final : public QDialog {
+// the application open is the safe answer and the default; accept() means quit anyway.
+class RestoreQuitDialog final : public StudioAlert {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(RestoreQuitDialog)
 
@@ -15,15 +12,6 @@ public:
     explicit RestoreQuitDialog(QWidget *parent = nullptr);
     ~RestoreQuitDialog() override;
 
-    StudioButton *keepButton() const { return m_keep; }
-    StudioButton *quitButton() const { return m_quit; }
-
-protected:
-    void keyPressEvent(QKeyEvent *event) override;
-    void paintEvent(QPaintEvent *event) override;
-    void showEvent(QShowEvent *event) override;
-
-private:
-    StudioButton *m_keep;
-    StudioButton *m_quit;
+    StudioButton *keepButton() const { return safeButton(); }
+    StudioButton *quitButton() const { return destructiveButton(); }
 };

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <QMessageBox>
+#include "ui/shell/StudioAlert.h"
 
 // The question asked before downloading a firmware that the catalogue does not mark as
 // signed: cancel, or download anyway.
-class UnsignedFirmwareAlert final : public QMessageBox {
+class UnsignedFirmwareAlert final : public StudioAlert {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(UnsignedFirmwareAlert)
 
@@ -12,15 +12,11 @@ public:
     explicit UnsignedFirmwareAlert(QWidget *parent = nullptr);
     ~UnsignedFirmwareAlert() override;
 
-    QAbstractButton *cancelButton() const { return m_cancel; }
-    QAbstractButton *downloadAnywayButton() const { return m_downloadAnyway; }
+    StudioButton *cancelButton() const { return safeButton(); }
+    StudioButton *downloadAnywayButton() const { return destructiveButton(); }
 
 signals:
-    // Exactly one of these, when either button closes the alert.
+    // Exactly one of these when the alert closes; closing it without a button cancels.
     void cancelled();
     void downloadConfirmed();
-
-private:
-    QAbstractButton *m_cancel;
-    QAbstractButton *m_downloadAnyway;
 };

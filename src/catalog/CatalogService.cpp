@@ -44,8 +44,9 @@ bool isTransferFailure(QNetworkReply::NetworkError error)
 Failure transferFailure(const QNetworkReply &reply)
 {
     const QNetworkReply::NetworkError error = reply.error();
-    const bool timedOut = error == QNetworkReply::TimeoutError ||
-                          (error == QNetworkReply::OperationCanceledError && !reply.property(abandonedProperty).toBool());
+    const bool timedOut =
+        error == QNetworkReply::TimeoutError ||
+        (error == QNetworkReply::OperationCanceledError && !reply.property(abandonedProperty).toBool());
     if (timedOut)
         return Failure::platform(Failure::Domain::network, CatalogService::timeoutDescription(),
                                  QNetworkReply::TimeoutError);

@@ -15,8 +15,7 @@ constexpr int symbolSpacing = 6;
 
 } // namespace
 
-StudioButton::StudioButton(ButtonStyle style, const QString &text, const QString &symbol,
-                           QWidget *parent)
+StudioButton::StudioButton(ButtonStyle style, const QString &text, const QString &symbol, QWidget *parent)
     : QAbstractButton(parent), m_style(style), m_symbol(symbol)
 {
     setText(text);

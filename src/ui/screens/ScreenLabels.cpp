@@ -59,8 +59,7 @@ QScrollArea *ScreenLabels::scrollingPage(QWidget *page, QWidget *parent)
 QWidget *ScreenLabels::checkNowButton(DeviceMonitor *monitor, const QString &text, const QString &objectName,
                                       QWidget *parent)
 {
-    auto *button =
-        new StudioButton(SecondaryButtonStyle{}, text, QStringLiteral("arrow.clockwise"), parent);
+    auto *button = new StudioButton(SecondaryButtonStyle{}, text, QStringLiteral("arrow.clockwise"), parent);
     button->setObjectName(objectName);
     button->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     QObject::connect(button, &StudioButton::clicked, monitor, [monitor] { monitor->poll(); });

@@ -10,7 +10,8 @@ namespace QtTranslations {
 QStringList searchFolders()
 {
     const QDir executable(QCoreApplication::applicationDirPath());
-    return {QLibraryInfo::path(QLibraryInfo::TranslationsPath), executable.filePath(QStringLiteral("translations")),
+    return {QLibraryInfo::path(QLibraryInfo::TranslationsPath),
+            executable.filePath(QStringLiteral("translations")),
             QDir::cleanPath(executable.filePath(QStringLiteral("../Resources/translations")))};
 }
 

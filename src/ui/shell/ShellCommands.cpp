@@ -4,7 +4,6 @@
 #include "ui/shell/DesktopOpener.h"
 #include "ui/shell/IpswFileDialog.h"
 
-
 namespace ShellCommands {
 
 void openFirmwareFolder()

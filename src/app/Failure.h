@@ -16,6 +16,9 @@ public:
     Failure(const StudioError &error)
         : m_domain(Domain::studio), m_studioError(error) {} // NOLINT: implicit by design
     static Failure platform(Domain domain, const QString &description, int code = 0);
+    // A transfer that ran out of time. Qt ends it as if it had been cancelled and describes it
+    // so; the user is told in their own language that it timed out, as the platform does.
+    static Failure networkTimeout(int code);
 
     Domain domain() const { return m_domain; }
     // Platform-specific code (for example a QNetworkReply::NetworkError); 0 for our own errors.

@@ -48,8 +48,7 @@ Failure transferFailure(const QNetworkReply &reply)
         error == QNetworkReply::TimeoutError ||
         (error == QNetworkReply::OperationCanceledError && !reply.property(abandonedProperty).toBool());
     if (timedOut)
-        return Failure::platform(Failure::Domain::network, CatalogService::timeoutDescription(),
-                                 QNetworkReply::TimeoutError);
+        return Failure::networkTimeout(QNetworkReply::TimeoutError);
     return Failure::platform(Failure::Domain::network, reply.errorString(), error);
 }
 
@@ -74,11 +73,6 @@ CatalogService::~CatalogService()
 QUrl CatalogService::defaultCatalogURL()
 {
     return QUrl(QStringLiteral("https://api.appledb.dev/ios/watchOS/main.json"));
-}
-
-QString CatalogService::timeoutDescription()
-{
-    return QStringLiteral("Превышен лимит времени на запрос.");
 }
 
 QStringList CatalogService::defaultAllowedHosts()

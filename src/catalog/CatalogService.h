@@ -33,9 +33,6 @@ public:
     // How long a request may go without receiving anything; 30 s unless changed.
     void setTransferTimeout(std::chrono::milliseconds timeout) { m_transferTimeout = timeout; }
 
-    // A request that ran out of time is described by this text rather than as cancelled.
-    static QString timeoutDescription();
-
     // The firmware list in model order, or the failure (transport errors unchanged).
     QCoro::Task<Result<QList<WatchFirmware>>> load();
 

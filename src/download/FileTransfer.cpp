@@ -14,7 +14,6 @@ const QString legacyPartialSuffix = QStringLiteral(".part");
 
 // A transfer that receives nothing for a minute fails instead of hanging on a dead connection.
 std::chrono::milliseconds stallTimeout = std::chrono::seconds(60);
-const QString timedOutText = QStringLiteral("Превышен лимит времени на запрос.");
 
 // Progress reaches the receiver in steps of this size, or after this long with anything new:
 // a fast link delivers many small chunks a second, and each step costs the receiver a job on
@@ -240,7 +239,7 @@ void FileTransfer::sample()
         return;
     for (const RangeFetch *fetch : std::as_const(m_fetches)) {
         if (fetch->millisecondsSinceData() >= stallTimeout.count()) {
-            fail(Failure::platform(Failure::Domain::network, timedOutText, int(QNetworkReply::TimeoutError)));
+            fail(Failure::networkTimeout(QNetworkReply::TimeoutError));
             return;
         }
     }

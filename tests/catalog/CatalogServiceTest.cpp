@@ -328,7 +328,7 @@ private slots:
         const Result<QList<WatchFirmware>> result = waitForLoad(std::move(loading));
         QVERIFY(!result);
         QCOMPARE(result.failure().code(), int(QNetworkReply::OperationCanceledError));
-        QVERIFY(result.failure().description() != CatalogService::timeoutDescription());
+        QVERIFY(result.failure().description() != Failure::networkTimeout(0).description());
     }
 
     void stalledRequestTimesOut()

@@ -135,13 +135,11 @@ void StudioRootView::followUnsignedWarning()
     auto *alert = new UnsignedFirmwareAlert(window());
     alert->setAttribute(Qt::WA_DeleteOnClose);
     m_alert = alert;
-    connect(alert, &UnsignedFirmwareAlert::cancelled, this,
-            [this] { m_model->setShowUnsignedWarning(false); });
     connect(alert, &UnsignedFirmwareAlert::downloadConfirmed, this, [this] {
         m_model->setShowUnsignedWarning(false);
         m_model->downloadSelected();
     });
-    // Closing the alert's window answers no button: it cancels, and the flag must follow.
+    // Any ending lowers the flag: either button, or closing the window, which cancels.
     connect(alert, &QDialog::finished, this, [this, alert] {
         if (m_alert != alert)
             return;

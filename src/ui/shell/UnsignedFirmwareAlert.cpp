@@ -11,12 +11,7 @@ UnsignedFirmwareAlert::UnsignedFirmwareAlert(QWidget *parent)
     setObjectName(QStringLiteral("unsignedFirmwareAlert"));
     cancelButton()->setObjectName(QStringLiteral("cancelButton"));
     downloadAnywayButton()->setObjectName(QStringLiteral("downloadAnywayButton"));
-    connect(this, &QDialog::finished, this, [this](int result) {
-        if (result == QDialog::Accepted)
-            emit downloadConfirmed();
-        else
-            emit cancelled();
-    });
+    connect(this, &QDialog::accepted, this, &UnsignedFirmwareAlert::downloadConfirmed);
 }
 
 UnsignedFirmwareAlert::~UnsignedFirmwareAlert() = default;

@@ -16,7 +16,6 @@ public:
     StudioButton *downloadAnywayButton() const { return destructiveButton(); }
 
 signals:
-    // Exactly one of these when the alert closes; closing it without a button cancels.
-    void cancelled();
+    // "Скачать всё равно" was chosen; every other ending (cancel, closing the window) is a cancel.
     void downloadConfirmed();
 };

@@ -50,6 +50,18 @@ std::optional<QString> DownloadManager::existingFile(const WatchFirmware &firmwa
     return std::nullopt;
 }
 
+// An answer known at once still reaches the caller after start returns, like every other.
+void DownloadManager::completeLater(DownloadCompletion completion, Result<QString> result)
+{
+    QMetaObject::invokeMethod(
+        this,
+        [completion = std::move(completion), result = std::move(result)] {
+            if (completion)
+                completion(result);
+        },
+        Qt::QueuedConnection);
+}
+
 void DownloadManager::start(const WatchFirmware &firmware, DownloadCompletion completion)
 {
     if (m_isDownloading)
@@ -64,13 +76,7 @@ void DownloadManager::start(const WatchFirmware &firmware, DownloadCompletion co
                 "Ссылка каталога не содержит допустимого имени файла, поэтому образ не загружается."));
         setErrorText(failure.description());
         setStatusText(QStringLiteral("Ошибка сохранения"));
-        QMetaObject::invokeMethod(
-            this,
-            [completion = std::move(completion), failure] {
-                if (completion)
-                    completion(failure);
-            },
-            Qt::QueuedConnection);
+        completeLater(std::move(completion), failure);
         return;
     }
 
@@ -78,13 +84,7 @@ void DownloadManager::start(const WatchFirmware &firmware, DownloadCompletion co
     if (QFileInfo::exists(location)) {
         setDownloadedURL(location);
         setStatusText(QStringLiteral("Файл уже загружен"));
-        QMetaObject::invokeMethod(
-            this,
-            [completion = std::move(completion), location] {
-                if (completion)
-                    completion(location);
-            },
-            Qt::QueuedConnection);
+        completeLater(std::move(completion), location);
         return;
     }
 

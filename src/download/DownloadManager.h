@@ -54,6 +54,7 @@ signals:
     void errorTextChanged();
 
 private:
+    void completeLater(DownloadCompletion completion, Result<QString> result);
     void setIsDownloading(bool value);
     void setProgress(double value);
     void setStatusText(const QString &value);

@@ -16,37 +16,15 @@
 #include <QTest>
 
 // Every symbol name the application draws, screens and shell alike.
-static const QStringList usedSymbols{"applewatch",
-                                     "applewatch.radiowaves.left.and.right",
-                                     "arrow.clockwise",
-                                     "arrow.down.circle.fill",
-                                     "arrow.down.to.line",
-                                     "arrow.right",
-                                     "arrow.up.right",
-                                     "bolt.fill",
-                                     "cable.connector.slash",
-                                     "checkmark.circle.fill",
-                                     "checkmark.seal.fill",
-                                     "checkmark.shield.fill",
-                                     "chevron.right",
-                                     "circle",
-                                     "doc.badge.plus",
-                                     "doc.on.doc",
-                                     "doc.zipper",
-                                     "exclamationmark.circle.fill",
-                                     "exclamationmark.shield.fill",
-                                     "exclamationmark.triangle.fill",
-                                     "folder",
-                                     "info.circle.fill",
-                                     "lock.open.fill",
-                                     "magnifyingglass",
-                                     "paperplane.fill",
-                                     "shippingbox.fill",
-                                     "square.and.arrow.down",
-                                     "square.grid.2x2",
-                                     "text.alignleft",
-                                     "wrench.and.screwdriver.fill",
-                                     "xmark.circle.fill"};
+static const QStringList usedSymbols =
+    QStringLiteral(
+        "applewatch applewatch.radiowaves.left.and.right arrow.clockwise arrow.down.circle.fill "
+        "arrow.down.to.line arrow.right arrow.up.right bolt.fill cable.connector.slash checkmark.circle.fill "
+        "checkmark.seal.fill checkmark.shield.fill chevron.right circle doc.badge.plus doc.on.doc doc.zipper "
+        "exclamationmark.circle.fill exclamationmark.shield.fill exclamationmark.triangle.fill folder "
+        "info.circle.fill lock.open.fill magnifyingglass paperplane.fill shippingbox.fill "
+        "square.and.arrow.down square.grid.2x2 text.alignleft wrench.and.screwdriver.fill xmark.circle.fill")
+        .split(u' ');
 
 static const QList<ButtonStyle> &styles()
 {

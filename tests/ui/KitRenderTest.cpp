@@ -11,6 +11,7 @@
 #include "ui/StudioButton.h"
 #include "ui/StudioCard.h"
 #include "ui/Theme.h"
+#include "ui/shell/RestoreQuitDialog.h"
 #include "ui/shell/StudioRootView.h"
 #include "ui/shell/UnsignedFirmwareAlert.h"
 
@@ -53,12 +54,12 @@ private slots:
         QVERIFY(root.findChild<StudioBrandIcon *>()->showsBundleImage());
     }
 
-    void unsignedAlert()
+    void alerts()
     {
-        UnsignedFirmwareAlert alert;
-        alert.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&alert));
-        save(&alert, QStringLiteral("unsigned-alert"));
+        UnsignedFirmwareAlert unsignedAlert;
+        save(&unsignedAlert, QStringLiteral("unsigned-alert"));
+        RestoreQuitDialog quitDialog;
+        save(&quitDialog, QStringLiteral("restore-quit-dialog"));
     }
 
     void everyKitComponent()

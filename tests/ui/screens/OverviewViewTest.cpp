@@ -39,7 +39,6 @@ private slots:
     {
         ScreenStudio studio;
         Overview overview(studio.model());
-        QCOMPARE(overview.text("deviceDetail"), studio.model()->deviceMonitor()->connectionHint());
         auto *catalogRow =
             qobject_cast<ActionRow *>(overview.part<PlainButton>("quickActionCatalog")->content());
         QCOMPARE(catalogRow->subtitle(), QStringLiteral("0 моделей в каталоге"));

@@ -53,21 +53,14 @@ class RestoreViewTest : public QObject {
 private slots:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
 
-    void withoutWatchOrImage()
+    void recoveryWatchNeedsAnImage()
     {
         ScreenStudio studio;
         Restore restore(studio.model());
         QCOMPARE(restore.deviceState(), QStringLiteral("Нужен сервисный кабель"));
         QVERIFY(shows(restore.view, "restoreNoImage"));
         QCOMPARE(restore.transportCheck(), QStringLiteral("Полная проверка структуры Restore.ipsw"));
-        QVERIFY(!restore.canStart());
         QVERIFY(!shows(restore.view, "restoreErrorBanner"));
-    }
-
-    void recoveryWatchNeedsAnImage()
-    {
-        ScreenStudio studio;
-        Restore restore(studio.model());
         studio.attachRecoveryWatch();
         QCOMPARE(restore.deviceState(), QStringLiteral("Recovery/DFU обнаружен"));
         QVERIFY(!restore.canStart());

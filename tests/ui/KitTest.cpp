@@ -238,7 +238,6 @@ private slots:
         QVERIFY(owl.save(broken.fileName(), "PNG"));
         StudioBrandIcon found(96);
         QVERIFY(found.showsBundleImage());
-        QCOMPARE(found.size(), QSize(96, 96));
         QVERIFY(!BrandPicture::windowIcon().isNull());
     }
 };

@@ -1,7 +1,6 @@
 #include "app/StudioModel.h"
 #include "support/TestPaths.h"
 #include "ui/ActionRow.h"
-#include "ui/BrandPicture.h"
 #include "ui/CheckLine.h"
 #include "ui/ErrorBanner.h"
 #include "ui/PageHeader.h"
@@ -12,18 +11,18 @@
 #include "ui/StudioButton.h"
 #include "ui/StudioCard.h"
 #include "ui/Theme.h"
+#include "ui/shell/RestoreQuitDialog.h"
 #include "ui/shell/StudioRootView.h"
 #include "ui/shell/UnsignedFirmwareAlert.h"
 
 #include <QApplication>
 #include <QDir>
 #include <QLabel>
-#include <QPainter>
 #include <QTest>
 #include <QVBoxLayout>
 
 // Draws the shell and every kit component into PNG files under the build folder, at device
-// pixel ratios 1 and 2, for people to look at. The checks only make sure something was drawn.
+// pixel ratios 1 and 2, for people to look at.
 class KitRenderTest final : public QObject {
     Q_OBJECT
 
@@ -55,38 +54,12 @@ private slots:
         QVERIFY(root.findChild<StudioBrandIcon *>()->showsBundleImage());
     }
 
-    // The owl as the window manager gets it, at the sizes a title bar, a task bar and a
-    // switcher ask for.
-    void windowIcon()
+    void alerts()
     {
-        TestPaths paths;
-        placeBrandPicture(paths);
-        const QIcon icon = BrandPicture::windowIcon();
-        QVERIFY(!icon.isNull());
-        const QList<int> sides{16, 24, 32, 48, 64};
-        for (const int ratio : {1, 2}) {
-            QImage strip(QSize(16 + 24 + 32 + 48 + 64 + 6 * 8, 64 + 16) * ratio,
-                         QImage::Format_ARGB32_Premultiplied);
-            strip.setDevicePixelRatio(ratio);
-            strip.fill(QColor(8, 4, 15));
-            QPainter painter(&strip);
-            int x = 8;
-            for (const int side : sides) {
-                painter.drawPixmap(x, 8, icon.pixmap(QSize(side, side), ratio));
-                x += side + 8;
-            }
-            painter.end();
-            const QString file = QDir(m_folder).filePath(QStringLiteral("window-icon@%1x.png").arg(ratio));
-            QVERIFY2(strip.save(file), qPrintable(file));
-        }
-    }
-
-    void unsignedAlert()
-    {
-        UnsignedFirmwareAlert alert;
-        alert.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&alert));
-        save(&alert, QStringLiteral("unsigned-alert"));
+        UnsignedFirmwareAlert unsignedAlert;
+        save(&unsignedAlert, QStringLiteral("unsigned-alert"));
+        RestoreQuitDialog quitDialog;
+        save(&quitDialog, QStringLiteral("restore-quit-dialog"));
     }
 
     void everyKitComponent()
@@ -119,9 +92,10 @@ private slots:
             {QStringLiteral("action-row"), row},      {QStringLiteral("action-row-in-plain-button"), plain},
             {QStringLiteral("status-label"), status}, {QStringLiteral("error-banner"), banner},
             {QStringLiteral("brand-icon"), brand}};
-        const QList<std::pair<QString, ButtonStyle>> styles{{QStringLiteral("primary"), PrimaryButtonStyle{}},
-                                                            {QStringLiteral("secondary"), SecondaryButtonStyle{}},
-                                                            {QStringLiteral("danger"), DangerButtonStyle{}}};
+        const QList<std::pair<QString, ButtonStyle>> styles{
+            {QStringLiteral("primary"), PrimaryButtonStyle{}},
+            {QStringLiteral("secondary"), SecondaryButtonStyle{}},
+            {QStringLiteral("danger"), DangerButtonStyle{}}};
         for (const auto &[kind, style] : styles) {
             const QString label = QStringLiteral("Проверить и прошить");
             auto *button = new StudioButton(style, label, QStringLiteral("bolt.fill"));
@@ -159,8 +133,7 @@ private:
 
     void save(QWidget *widget, const QString &name)
     {
-        if (!widget->testAttribute(Qt::WA_WState_Polished))
-            widget->ensurePolished();
+        widget->ensurePolished();
         if (widget->isWindow() && !widget->isVisible()) {
             widget->show();
             QVERIFY(QTest::qWaitForWindowExposed(widget));
@@ -172,7 +145,6 @@ private:
             widget->render(&image);
             const QString file = QDir(m_folder).filePath(QStringLiteral("%1@%2x.png").arg(name).arg(ratio));
             QVERIFY2(image.save(file), qPrintable(file));
-            QVERIFY(image.pixel(image.width() / 2, image.height() / 2) != 0 || image.width() > 0);
         }
     }
 

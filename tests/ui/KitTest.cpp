@@ -1,10 +1,8 @@
 #include "support/TestPaths.h"
 #include "ui/ActionRow.h"
 #include "ui/BrandPicture.h"
-#include "ui/CheckLine.h"
 #include "ui/FocusRing.h"
 #include "ui/Icons.h"
-#include "ui/PageHeader.h"
 #include "ui/PlainButton.h"
 #include "ui/StudioBrandIcon.h"
 #include "ui/StudioButton.h"
@@ -14,42 +12,19 @@
 #include <QDir>
 #include <QHBoxLayout>
 #include <QImage>
-#include <QLabel>
 #include <QScopeGuard>
 #include <QTest>
 
 // Every symbol name the application draws, screens and shell alike.
-static const QStringList usedSymbols{"applewatch",
-                                     "applewatch.radiowaves.left.and.right",
-                                     "arrow.clockwise",
-                                     "arrow.down.circle.fill",
-                                     "arrow.down.to.line",
-                                     "arrow.right",
-                                     "arrow.up.right",
-                                     "bolt.fill",
-                                     "cable.connector.slash",
-                                     "checkmark.circle.fill",
-                                     "checkmark.seal.fill",
-                                     "checkmark.shield.fill",
-                                     "chevron.right",
-                                     "circle",
-                                     "doc.badge.plus",
-                                     "doc.on.doc",
-                                     "doc.zipper",
-                                     "exclamationmark.circle.fill",
-                                     "exclamationmark.shield.fill",
-                                     "exclamationmark.triangle.fill",
-                                     "folder",
-                                     "info.circle.fill",
-                                     "lock.open.fill",
-                                     "magnifyingglass",
-                                     "paperplane.fill",
-                                     "shippingbox.fill",
-                                     "square.and.arrow.down",
-                                     "square.grid.2x2",
-                                     "text.alignleft",
-                                     "wrench.and.screwdriver.fill",
-                                     "xmark.circle.fill"};
+static const QStringList usedSymbols =
+    QStringLiteral(
+        "applewatch applewatch.radiowaves.left.and.right arrow.clockwise arrow.down.circle.fill "
+        "arrow.down.to.line arrow.right arrow.up.right bolt.fill cable.connector.slash checkmark.circle.fill "
+        "checkmark.seal.fill checkmark.shield.fill chevron.right circle doc.badge.plus doc.on.doc doc.zipper "
+        "exclamationmark.circle.fill exclamationmark.shield.fill exclamationmark.triangle.fill folder "
+        "info.circle.fill lock.open.fill magnifyingglass paperplane.fill shippingbox.fill "
+        "square.and.arrow.down square.grid.2x2 text.alignleft wrench.and.screwdriver.fill xmark.circle.fill")
+        .split(u' ');
 
 static const QList<ButtonStyle> &styles()
 {
@@ -66,6 +41,15 @@ static QImage renderOnBlack(QWidget *widget)
     return image;
 }
 
+// A translucent colour laid over an opaque one.
+static QColor blend(QColor top, QColor bottom)
+{
+    const qreal alpha = top.alphaF();
+    return QColor::fromRgbF(float(top.redF() * alpha + bottom.redF() * (1 - alpha)),
+                            float(top.greenF() * alpha + bottom.greenF() * (1 - alpha)),
+                            float(top.blueF() * alpha + bottom.blueF() * (1 - alpha)));
+}
+
 // WCAG contrast of a translucent colour laid over an opaque one.
 static qreal contrast(QColor over, QColor under)
 {
@@ -75,12 +59,6 @@ static qreal contrast(QColor over, QColor under)
         };
         return 0.2126 * channel(colour.redF()) + 0.7152 * channel(colour.greenF()) +
                0.0722 * channel(colour.blueF());
-    };
-    const auto blend = [](QColor top, QColor bottom) {
-        const qreal alpha = top.alphaF();
-        return QColor::fromRgbF(float(top.redF() * alpha + bottom.redF() * (1 - alpha)),
-                                float(top.greenF() * alpha + bottom.greenF() * (1 - alpha)),
-                                float(top.blueF() * alpha + bottom.blueF() * (1 - alpha)));
     };
     const qreal lighter = luminance(blend(over, under));
     const qreal darker = luminance(under);
@@ -114,50 +92,6 @@ private slots:
         }
         QVERIFY(!Icons::has(QStringLiteral("no.such.symbol")));
         QVERIFY(Icons::pixmap(QStringLiteral("no.such.symbol"), tint, QSize(16, 16), 1).isNull());
-    }
-
-    void pressingChangesOnlyWhatTheStyleSays_data()
-    {
-        QTest::addColumn<int>("style");
-        QTest::addColumn<QColor>("fill");
-        QTest::addColumn<QColor>("pressedFill");
-        QTest::addColumn<qreal>("pressedOpacity");
-        QTest::addColumn<qreal>("pressedScale");
-        QTest::newRow("primary") << 0 << Theme::studioAccentDeep() << Theme::studioAccentDeep() << 0.75
-                                 << 0.98;
-        QTest::newRow("secondary") << 1 << Theme::withOpacity(Theme::white(), 0.07)
-                                   << Theme::withOpacity(Theme::white(), 0.12) << 1.0 << 1.0;
-        QTest::newRow("danger") << 2 << Theme::withOpacity(Theme::red(), 0.9)
-                                << Theme::withOpacity(Theme::red(), 0.7) << 1.0 << 1.0;
-    }
-
-    void pressingChangesOnlyWhatTheStyleSays()
-    {
-        QFETCH(int, style);
-        QFETCH(QColor, fill);
-        QFETCH(QColor, pressedFill);
-        QFETCH(qreal, pressedOpacity);
-        QFETCH(qreal, pressedScale);
-
-        StudioButton button(styles().at(style), QStringLiteral("Скачать"),
-                            QStringLiteral("arrow.down.to.line"));
-        button.resize(button.sizeHint());
-        button.setEnabled(false); // disabled buttons keep the style's colours
-        QCOMPARE(button.look().fill, fill);
-        QCOMPARE(button.look().opacity, 1.0);
-        QCOMPARE(button.look().scale, 1.0);
-        button.setEnabled(true);
-        const QImage released = button.grab().toImage();
-
-        QTest::mousePress(&button, Qt::LeftButton);
-        QCOMPARE(button.look().fill, pressedFill);
-        QCOMPARE(button.look().opacity, pressedOpacity);
-        QCOMPARE(button.look().scale, pressedScale);
-        QVERIFY(button.grab().toImage() != released);
-
-        QTest::mouseRelease(&button, Qt::LeftButton);
-        QCOMPARE(button.look().fill, fill);
-        QCOMPARE(button.grab().toImage(), released);
     }
 
     // A disabled control looks like a native disabled one: the whole enabled drawing, dimmed
@@ -234,14 +168,8 @@ private slots:
     {
         QTest::addColumn<QColor>("field");
         const QColor searchFill = Theme::withOpacity(Theme::white(), 0.07);
-        const auto over = [](QColor top, QColor bottom) {
-            const qreal alpha = top.alphaF();
-            return QColor::fromRgbF(float(top.redF() * alpha + bottom.redF() * (1 - alpha)),
-                                    float(top.greenF() * alpha + bottom.greenF() * (1 - alpha)),
-                                    float(top.blueF() * alpha + bottom.blueF() * (1 - alpha)));
-        };
-        QTest::newRow("search, backdrop start") << over(searchFill, Theme::studioBackgroundStart());
-        QTest::newRow("search, backdrop end") << over(searchFill, Theme::studioBackgroundEnd());
+        QTest::newRow("search, backdrop start") << blend(searchFill, Theme::studioBackgroundStart());
+        QTest::newRow("search, backdrop end") << blend(searchFill, Theme::studioBackgroundEnd());
         Theme::applyDarkAppearance(*qApp);
         QTest::newRow("sheet field") << QApplication::palette().color(QPalette::Base);
     }
@@ -259,14 +187,11 @@ private slots:
     void keyboardActivatesButtons()
     {
         StudioButton button(SecondaryButtonStyle{}, QStringLiteral("Проверить"));
-        QCOMPARE(button.focusPolicy(), Qt::StrongFocus);
         int clicks = 0;
         connect(&button, &QAbstractButton::clicked, this, [&clicks] { ++clicks; });
         QTest::keyClick(&button, Qt::Key_Return);
         QTest::keyClick(&button, Qt::Key_Space);
         QCOMPARE(clicks, 2);
-        QCOMPARE(button.accessibleName().isEmpty() ? button.text() : button.accessibleName(),
-                 QStringLiteral("Проверить"));
     }
 
     void onlyKeyboardFocusShowsARing()
@@ -291,29 +216,6 @@ private slots:
         QVERIFY(!FocusRing::isVisible(button));
     }
 
-    void headerUpperCasesTheEyebrowAndTakesAnOptionalAction()
-    {
-        PageHeader header(QStringLiteral("appleDB · cdn apple"), QStringLiteral("Каталог"),
-                          QStringLiteral("Полные"));
-        QCOMPARE(header.eyebrowText(), QStringLiteral("APPLEDB · CDN APPLE"));
-        QVERIFY(!header.action());
-        QPointer<QWidget> first = new QLabel(QStringLiteral("первое"));
-        header.setAction(first);
-        QCOMPARE(header.action(), first.data());
-        header.setAction(new QLabel(QStringLiteral("второе")));
-        QVERIFY(first.isNull());
-        header.setAction(nullptr);
-        QVERIFY(!header.action());
-    }
-
-    void checkLineSwitchesSymbolWithWarning()
-    {
-        CheckLine line(QStringLiteral("Образ проверен"), false);
-        QCOMPARE(line.symbol(), QStringLiteral("checkmark.circle.fill"));
-        line.setWarning(true);
-        QCOMPARE(line.symbol(), QStringLiteral("exclamationmark.triangle.fill"));
-    }
-
     void brandIconUsesTheBundledPictureOnlyWhenItLoads()
     {
         TestPaths paths;
@@ -336,7 +238,6 @@ private slots:
         QVERIFY(owl.save(broken.fileName(), "PNG"));
         StudioBrandIcon found(96);
         QVERIFY(found.showsBundleImage());
-        QCOMPARE(found.size(), QSize(96, 96));
         QVERIFY(!BrandPicture::windowIcon().isNull());
     }
 };

@@ -10,7 +10,6 @@
 
 #include <QApplication>
 #include <QCoroTask>
-#include <QDir>
 #include <QTest>
 #include <QTimer>
 
@@ -47,13 +46,7 @@ private:
     }
 
 private slots:
-    void initTestCase()
-    {
-        Theme::applyDarkAppearance(*qApp);
-        m_folder = QDir(qEnvironmentVariable("CORVALIN_TEST_OUTPUT", QDir::tempPath()))
-                       .filePath(QStringLiteral("render"));
-        QVERIFY(QDir().mkpath(m_folder));
-    }
+    void initTestCase() { Theme::applyDarkAppearance(*qApp); }
 
     void closesAtOnceWhenNoRestoreRuns()
     {
@@ -134,25 +127,6 @@ private slots:
         QCOMPARE(FakeTools::runCount(tool), 1);
     }
 
-    void dialogRender()
-    {
-        RestoreQuitDialog dialog;
-        dialog.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&dialog));
-        for (const int ratio : {1, 2}) {
-            QImage image(dialog.size() * ratio, QImage::Format_ARGB32_Premultiplied);
-            image.setDevicePixelRatio(ratio);
-            image.fill(Qt::black);
-            dialog.render(&image);
-            const QString file =
-                QDir(m_folder).filePath(QStringLiteral("restore-quit-dialog@%1x.png").arg(ratio));
-            QVERIFY2(image.save(file), qPrintable(file));
-        }
-        QVERIFY(!dialog.accessibleDescription().isEmpty());
-        QVERIFY(dialog.keepButton()->focusPolicy() & Qt::TabFocus);
-        QVERIFY(dialog.quitButton()->focusPolicy() & Qt::TabFocus);
-    }
-
     // Last, since it ends the application's event loop: a termination signal leaves the loop
     // normally, and on the way out the running tool is interrupted and waited for.
     void terminationSignalStopsTheToolOnTheWayOut()
@@ -171,9 +145,6 @@ private slots:
         QVERIFY(
             restore->logText().endsWith(QStringLiteral("interrupted\nВосстановление завершено успешно.\n")));
     }
-
-private:
-    QString m_folder;
 };
 
 QTEST_MAIN(RestoreQuitGuardTest)

@@ -1,10 +1,8 @@
 #include "ScreenStudio.h"
 #include "ui/screens/FirmwareText.h"
 
-#include "ui/Theme.h"
 #include "ui/screens/CatalogView.h"
 #include "ui/screens/FirmwareListModel.h"
-#include "ui/screens/FirmwareRow.h"
 
 #include <QApplication>
 #include <QCoroTask>
@@ -25,14 +23,8 @@ struct Catalogue {
             qFatal("the catalogue window never became active");
     }
 
-    template <typename T = QWidget> T *part(const char *name) const
-    {
-        auto *found = view.findChild<T *>(QString::fromLatin1(name));
-        if (!found)
-            qFatal("no %s in the catalogue", name);
-        return found;
-    }
-    bool shows(const char *name) const { return part(name)->isVisibleTo(&view); }
+    template <typename T = QWidget> T *part(const char *name) const { return ::part<T>(view, name); }
+    bool shows(const char *name) const { return ::shows(view, name); }
     QAbstractItemModel *rows() const { return part<QListView>("firmwareList")->model(); }
     QStringList column(int role) const
     {
@@ -66,9 +58,6 @@ private slots:
         studio.loadCatalog();
         QVERIFY(!catalogue.shows("catalogLoading"));
         QVERIFY(catalogue.shows("firmwareList"));
-        QCOMPARE(catalogue.column(FirmwareListModel::ProductTypeRole),
-                 (QStringList{QStringLiteral("Watch3,1"), QStringLiteral("Watch5,9"),
-                              QStringLiteral("Watch6,1")}));
 
         // A refresh over a shown list keeps it and only disables the button.
         auto again = studio.model()->refreshCatalog();
@@ -144,30 +133,6 @@ private slots:
               QStringLiteral("Загружено"), QStringLiteral(", выбрана")})
             QVERIFY2(spoken.at(1).contains(part), qPrintable(spoken.at(1)));
         QVERIFY(spoken.at(0).endsWith(QStringLiteral(", не выбрана")));
-    }
-
-    void statusPriority_data()
-    {
-        QTest::addColumn<bool>("isSigned");
-        QTest::addColumn<bool>("isDownloaded");
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("symbol");
-        QTest::newRow("downloaded and signed")
-            << true << true << QStringLiteral("Загружено") << QStringLiteral("checkmark.circle.fill");
-        QTest::newRow("signed") << true << false << QStringLiteral("Подпись")
-                                << QStringLiteral("checkmark.seal.fill");
-        QTest::newRow("unsigned") << false << false << QStringLiteral("Не подписана")
-                                  << QStringLiteral("exclamationmark.triangle.fill");
-    }
-    void statusPriority()
-    {
-        QFETCH(bool, isSigned);
-        QFETCH(bool, isDownloaded);
-        WatchFirmware firmware;
-        firmware.isCatalogSigned = isSigned;
-        const FirmwareRowStatus status = FirmwareRow::status(firmware, isDownloaded);
-        QTEST(status.text, "text");
-        QTEST(status.symbol, "symbol");
     }
 };
 

@@ -18,11 +18,8 @@ struct Log {
         view.resize(870, 600);
         view.show();
     }
-    LogTextView *text() const { return view.findChild<LogTextView *>(QStringLiteral("logText")); }
-    bool shows(const char *name) const
-    {
-        return view.findChild<QWidget *>(QString::fromLatin1(name))->isVisibleTo(&view);
-    }
+    LogTextView *text() const { return part<LogTextView>(view, "logText"); }
+    bool shows(const char *name) const { return ::shows(view, name); }
 
     LogView view;
 };
@@ -34,19 +31,6 @@ class LogViewTest : public QObject {
 
 private slots:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
-
-    void copiesExactlyTheLog()
-    {
-        ScreenStudio studio;
-        Log log(studio.model());
-        QGuiApplication::clipboard()->setText(QStringLiteral("something else"));
-        studio.model()->restoreManager()->appendLog(QStringLiteral("Проверка watchOS_10.ipsw…"));
-        auto *copy = log.view.findChild<QWidget *>(QStringLiteral("copyLogButton"));
-        QVERIFY(copy->isEnabled());
-        QTest::mouseClick(copy, Qt::LeftButton);
-        QCOMPARE(QGuiApplication::clipboard()->text(), studio.model()->restoreManager()->logText());
-        QVERIFY(QGuiApplication::clipboard()->text().endsWith(QStringLiteral("…\n")));
-    }
 
     void followsTheEndOfAGrowingLog()
     {
@@ -67,7 +51,7 @@ private slots:
         QCOMPARE(log.text()->text(), restore->logText());
     }
 
-    void selectionCopiesWhatWasSelected()
+    void copyButtonAndSelectionCopyTheLog()
     {
         ScreenStudio studio;
         Log log(studio.model());
@@ -82,6 +66,12 @@ private slots:
         QTest::keySequence(log.text(), QKeySequence::SelectAll);
         QTest::keySequence(log.text(), QKeySequence::Copy);
         QCOMPARE(QGuiApplication::clipboard()->text(), restore->logText());
+
+        QGuiApplication::clipboard()->setText(QStringLiteral("something else"));
+        restore->appendLog(QStringLiteral("Проверка watchOS_10.ipsw…"));
+        QTest::mouseClick(part(log.view, "copyLogButton"), Qt::LeftButton);
+        QCOMPARE(QGuiApplication::clipboard()->text(), restore->logText());
+        QVERIFY(QGuiApplication::clipboard()->text().endsWith(QStringLiteral("…\n")));
     }
 
     void runningLineWinsOverAnEarlierSuccess()

@@ -5,30 +5,15 @@
 #include "ui/CheckLine.h"
 #include "ui/ErrorBanner.h"
 #include "ui/SymbolLabel.h"
-#include "ui/screens/ClampedLabel.h"
 #include "ui/screens/RestoreConfirmationSheet.h"
 #include "ui/screens/RestoreView.h"
 
 #include <QCoroTask>
-#include <QLabel>
 #include <QLineEdit>
 #include <QStandardPaths>
 #include <QTest>
 
 namespace {
-
-template <typename T = QWidget> T *part(const QWidget &owner, const char *name)
-{
-    auto *found = owner.findChild<T *>(QString::fromLatin1(name));
-    if (!found)
-        qFatal("no %s in %s", name, qPrintable(owner.objectName()));
-    return found;
-}
-
-bool shows(const QWidget &owner, const char *name)
-{
-    return part(owner, name)->isVisibleTo(&owner);
-}
 
 struct Restore {
     explicit Restore(StudioModel *model) : view(model, model->deviceMonitor(), model->restoreManager()) {}
@@ -68,32 +53,19 @@ class RestoreViewTest : public QObject {
 private slots:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
 
-    void withoutWatchOrImage()
-    {
-        ScreenStudio studio;
-        Restore restore(studio.model());
-        QCOMPARE(part<QLabel>(restore.view, "restoreDeviceName")->text(),
-                 QStringLiteral("Часы не подключены"));
-        QCOMPARE(restore.deviceState(), QStringLiteral("Нужен сервисный кабель"));
-        QVERIFY(shows(restore.view, "restoreNoImage"));
-        QCOMPARE(restore.transportCheck(), QStringLiteral("Полная проверка структуры Restore.ipsw"));
-        QVERIFY(!restore.canStart());
-        QVERIFY(!shows(restore.view, "restoreErrorBanner"));
-    }
-
     void recoveryWatchNeedsAnImage()
     {
         ScreenStudio studio;
         Restore restore(studio.model());
+        QCOMPARE(restore.deviceState(), QStringLiteral("Нужен сервисный кабель"));
+        QVERIFY(shows(restore.view, "restoreNoImage"));
+        QCOMPARE(restore.transportCheck(), QStringLiteral("Полная проверка структуры Restore.ipsw"));
+        QVERIFY(!shows(restore.view, "restoreErrorBanner"));
         studio.attachRecoveryWatch();
-        QCOMPARE(part<QLabel>(restore.view, "restoreDeviceDetail")->text(),
-                 QStringLiteral("Watch6,1 · Recovery"));
         QCOMPARE(restore.deviceState(), QStringLiteral("Recovery/DFU обнаружен"));
         QVERIFY(!restore.canStart());
         studio.chooseImage(QStringLiteral("watchOS_10.ipsw"));
         QVERIFY(restore.canStart());
-        QCOMPARE(part<ClampedLabel>(restore.view, "restoreImageName")->text(),
-                 QStringLiteral("watchOS_10.ipsw"));
     }
 
     void kisWatchMayGoWithoutAnImage()
@@ -105,6 +77,8 @@ private slots:
         QCOMPARE(restore.transportCheck(), QStringLiteral("Загрузка последней подписываемой версии Apple"));
         QCOMPARE(restore.deviceState(), QStringLiteral("Recovery/DFU обнаружен"));
         QVERIFY(restore.canStart());
+        QTest::mouseClick(part(restore.view, "startRestoreButton"), Qt::LeftButton);
+        QVERIFY(studio.model()->showRestoreConfirmation());
 
         studio.chooseImage(QStringLiteral("watchOS_10.ipsw"));
         QVERIFY(shows(restore.view, "restoreImageName"));
@@ -137,15 +111,6 @@ private slots:
         // The interrupted tool's failure stays on screen.
         QVERIFY(shows(restore.view, "restoreErrorBanner"));
         QCOMPARE(part<ErrorBanner>(restore.view, "restoreErrorBanner")->text(), manager->lastError().value());
-    }
-
-    void startAsksForConfirmation()
-    {
-        ScreenStudio studio;
-        Restore restore(studio.model());
-        studio.attachKISWatch();
-        QTest::mouseClick(part(restore.view, "startRestoreButton"), Qt::LeftButton);
-        QVERIFY(studio.model()->showRestoreConfirmation());
     }
 
     void onlyTheExactWordEnablesTheStart_data()

@@ -23,18 +23,16 @@ const QString catalogPath = QStringLiteral("/ios/watchOS/main.json");
 constexpr qint64 stalledImageSize = 1000;
 constexpr qint64 stalledImageSentBytes = 426;
 
-QJsonObject source(const QString &type, const QString &productType, const QUrl &link, qint64 size)
+// One catalogue record with its single download.
+QJsonObject release(const QString &version, const QString &build, const QString &released,
+                    const QString &productType, bool isSigned, const QString &type, const QUrl &link,
+                    qint64 size)
 {
-    return QJsonObject{
+    const QJsonObject source{
         {QStringLiteral("type"), type},
         {QStringLiteral("deviceMap"), QJsonArray{productType}},
         {QStringLiteral("links"), QJsonArray{QJsonObject{{QStringLiteral("url"), link.toString()}}}},
         {QStringLiteral("size"), size}};
-}
-
-QJsonObject release(const QString &version, const QString &build, const QString &released,
-                    const QString &productType, bool isSigned, const QJsonObject &source)
-{
     return QJsonObject{
         {QStringLiteral("version"), version},   {QStringLiteral("build"), build},
         {QStringLiteral("released"), released}, {QStringLiteral("deviceMap"), QJsonArray{productType}},
@@ -82,23 +80,20 @@ ScreenStudio::~ScreenStudio()
 void ScreenStudio::loadCatalog()
 {
     const auto image = [this](const QString &name) { return m_imageServer.url(u'/' + name); };
+    const QString ipsw = QStringLiteral("ipsw");
     const QJsonArray records{
         release(QStringLiteral("8.8.1"), QStringLiteral("19U512"), QStringLiteral("2023-07-24"),
-                QStringLiteral("Watch3,1"), true,
-                source(QStringLiteral("ipsw"), QStringLiteral("Watch3,1"),
-                       image(QStringLiteral("Watch3,1_8.8.1_Restore.ipsw")), 3'140'000'000)),
+                QStringLiteral("Watch3,1"), true, ipsw, image(QStringLiteral("Watch3,1_8.8.1_Restore.ipsw")),
+                3'140'000'000),
         release(QStringLiteral("9.6.3"), QStringLiteral("20U502"), QStringLiteral("2024-01-22"),
-                QStringLiteral("Watch5,9"), false,
-                source(QStringLiteral("ipsw"), QStringLiteral("Watch5,9"),
-                       image(QStringLiteral("Watch5,9_9.6.3_Restore.ipsw")), 3'520'000'000)),
+                QStringLiteral("Watch5,9"), false, ipsw, image(QStringLiteral("Watch5,9_9.6.3_Restore.ipsw")),
+                3'520'000'000),
         release(QStringLiteral("10.2"), QStringLiteral("21S364"), QStringLiteral("2023-12-11"),
-                QStringLiteral("Watch6,1"), false,
-                source(QStringLiteral("ipsw"), QStringLiteral("Watch6,1"),
-                       image(QStringLiteral("Watch6,1_10.2_Restore.ipsw")), 3'870'000'000)),
+                QStringLiteral("Watch6,1"), false, ipsw, image(QStringLiteral("Watch6,1_10.2_Restore.ipsw")),
+                3'870'000'000),
         release(QStringLiteral("10.6.1"), QStringLiteral("21U580"), QStringLiteral("2024-09-16"),
-                QStringLiteral("Watch6,1"), true,
-                source(QStringLiteral("ota"), QStringLiteral("Watch6,1"),
-                       image(QStringLiteral("Watch6,1_10.6.1.zip")), 1'000'000)),
+                QStringLiteral("Watch6,1"), true, QStringLiteral("ota"),
+                image(QStringLiteral("Watch6,1_10.6.1.zip")), 1'000'000),
     };
     m_catalogServer.setResponse(catalogPath,
                                 HttpResponse::ok(QJsonDocument(records).toJson(QJsonDocument::Compact)));

@@ -5,10 +5,9 @@
 #include "support/TestPaths.h"
 
 #include <QString>
+#include <QWidget>
 
 #include <memory>
-
-class QWidget;
 
 // One model with the servers and fake tools behind it, able to put the screens into each
 // state a user meets: a loaded catalogue, a watch on the bus, a download under way, a restore
@@ -51,3 +50,17 @@ private:
     LocalHttpServer m_imageServer{LocalHttpServer::Transport::tls};
     std::unique_ptr<StudioModel> m_model;
 };
+
+// A named part of a screen; a missing one ends the test, as every later check would be meaningless.
+template <typename T = QWidget> T *part(const QWidget &owner, const char *name)
+{
+    auto *found = owner.findChild<T *>(QString::fromLatin1(name));
+    if (!found)
+        qFatal("no %s in %s", name, owner.metaObject()->className());
+    return found;
+}
+
+inline bool shows(const QWidget &owner, const char *name)
+{
+    return part(owner, name)->isVisibleTo(&owner);
+}

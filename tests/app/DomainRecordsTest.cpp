@@ -63,7 +63,6 @@ private slots:
     void equalityAndHashCoverEveryField()
     {
         const WatchFirmware base = sample();
-        QCOMPARE(base, sample());
         QCOMPARE(qHash(base, 7), qHash(sample(), 7));
 
         const QList<std::function<void(WatchFirmware &)>> changes = {

@@ -37,17 +37,12 @@ private slots:
 
         QTest::newRow("malformed JSON") << jsonOf("[{'version':") << QStringLiteral("offset");
         QTest::newRow("object at top level") << QByteArray("{}") << QStringLiteral("array");
-        QTest::newRow("null at top level") << QByteArray("null") << QStringLiteral("");
         QTest::newRow("record not an object")
             << jsonOf("[{'version':'1','build':'A'},7]") << QStringLiteral("record 1");
         QTest::newRow("missing version") << jsonOf("[{'version':'1','build':'A'},{'build':'B'}]")
                                          << QStringLiteral("record 1, key \"version\"");
         QTest::newRow("null build") << jsonOf("[{'version':'1','build':null}]")
                                     << QStringLiteral("record 0, key \"build\"");
-        QTest::newRow("numeric version")
-            << jsonOf("[{'version':10,'build':'A'}]") << QStringLiteral("\"version\"");
-        QTest::newRow("released not text")
-            << jsonOf("[{'version':'1','build':'A','released':2023}]") << QStringLiteral("\"released\"");
         QTest::newRow("number in deviceMap")
             << jsonOf("[{'version':'1','build':'A','deviceMap':['Watch6,1',6]}]")
             << QStringLiteral("\"deviceMap\"");
@@ -58,8 +53,6 @@ private slots:
             << QStringLiteral("record 0, key \"sources[0].type\"");
         QTest::newRow("fractional size")
             << withSource(jsonOf("'size':1.5")) << QStringLiteral("record 1, key \"sources[0].size\"");
-        QTest::newRow("size as text")
-            << withSource(jsonOf("'size':'12'")) << QStringLiteral("\"sources[0].size\"");
         QTest::newRow("size just past 64 bits")
             << withSource(jsonOf("'size':9223372036854775808")) << QStringLiteral("\"sources[0].size\"");
         // Both round to a 64-bit integer as doubles, which must not make them one.
@@ -69,25 +62,15 @@ private slots:
             << withSource(jsonOf("'size':1.0000000000000000001")) << QStringLiteral("\"sources[0].size\"");
         QTest::newRow("null digest") << withSource(jsonOf("'hashes':{'sha1':'ab','sha2-256':null}"))
                                      << QStringLiteral("\"sources[0].hashes\"");
-        QTest::newRow("hashes as a list")
-            << withSource(jsonOf("'hashes':['ab']")) << QStringLiteral("\"sources[0].hashes\"");
         QTest::newRow("link without url") << withLink(jsonOf("'preferred':true"))
                                           << QStringLiteral("record 1, key \"sources[0].links[1].url\"");
         QTest::newRow("url with a space")
             << withLink(jsonOf("'url':'https://updates.cdn-apple.com/a b.ipsw'"))
             << QStringLiteral("\"sources[0].links[1].url\"");
-        QTest::newRow("empty url") << withLink(jsonOf("'url':''"))
-                                   << QStringLiteral("\"sources[0].links[1].url\"");
         QTest::newRow("url with a bad escape") << withLink(jsonOf("'url':'https://a.b/%zz.ipsw'"))
                                                << QStringLiteral("\"sources[0].links[1].url\"");
-        QTest::newRow("url with a letter in the port")
-            << withLink(jsonOf("'url':'https://a.b:44x/c'")) << QStringLiteral("\"sources[0].links[1].url\"");
-        QTest::newRow("url with a malformed scheme")
-            << withLink(jsonOf("'url':'1https://a.b/c'")) << QStringLiteral("\"sources[0].links[1].url\"");
         QTest::newRow("preferred as text") << withLink(jsonOf("'url':'https://a.b/y','preferred':'yes'"))
                                            << QStringLiteral("\"sources[0].links[1].preferred\"");
-        QTest::newRow("active as a number") << withLink(jsonOf("'url':'https://a.b/y','active':0"))
-                                            << QStringLiteral("\"sources[0].links[1].active\"");
     }
 
     void rejectsTheWholeDocument()
@@ -153,7 +136,6 @@ private slots:
                               << QStringList{"Watch6,1", "Watch6,2"};
         QTest::newRow("empty list") << jsonOf(",'signed':[]") << devices << QStringList();
         QTest::newRow("text") << jsonOf(",'signed':'yes'") << none << QStringList();
-        QTest::newRow("number") << jsonOf(",'signed':1") << none << QStringList();
         QTest::newRow("object") << jsonOf(",'signed':{'Watch6,1':true}") << none << QStringList();
         QTest::newRow("mixed list") << jsonOf(",'signed':['Watch6,1',1]") << none << QStringList();
         QTest::newRow("null") << jsonOf(",'signed':null") << -1 << QStringList();
@@ -203,7 +185,6 @@ private slots:
         QCOMPARE(image.size, std::optional<qint64>(std::numeric_limits<qint64>::max()));
         QCOMPARE(image.hashes->value(QStringLiteral("sha2-256")), QStringLiteral("ABCdef"));
         const AppleDBLink &link = image.links->constFirst();
-        QVERIFY(link.url.isRelative());
         QCOMPARE(link.urlText, QStringLiteral("fullrestores/Watch6,1.ipsw"));
         QVERIFY(!link.preferred);
         QCOMPARE(link.active, std::optional<bool>(false));

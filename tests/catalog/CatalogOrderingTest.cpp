@@ -23,7 +23,6 @@ private slots:
             QTest::newRow(name) << text << false << qint64(0) << qint64(0) << qint64(0);
         };
         version("10.4.1", 10, 4, 1);
-        version("11.0", 11, 0, 0);
         version("10", 10, 0, 0);
         version(".5", 5, 0, 0);
         version("1..2.", 1, 2, 0);
@@ -37,9 +36,7 @@ private slots:
         notVersion("empty", QString());
         notVersion("dots only", QStringLiteral("..."));
         notVersion("lone sign", QStringLiteral("1.+"));
-        notVersion("two signs", QStringLiteral("+-1"));
         notVersion("inner space", QStringLiteral("1. 2"));
-        notVersion("twenty nines", QStringLiteral("99999999999999999999"));
         notVersion("one past the maximum", QStringLiteral("9223372036854775808"));
         notVersion("one below the minimum", QStringLiteral("-9223372036854775809"));
         notVersion("non-ASCII digit", QStringLiteral("1.\u0661")); // ARABIC-INDIC DIGIT ONE
@@ -77,8 +74,6 @@ private slots:
         QCOMPARE(ordered,
                  (QStringList{"Watch", "WatchX,1", "Watch1,1", "Watch1,2", "Watch2,3", "Watch6", "Watch6,1",
                               "Watch6,2", "Watch6,14", "Watch06,14", "Watch6,18", "Watch7,1"}));
-        QCOMPARE(CatalogOrdering::productSortKey(u"Watch6,14"), (QList<qint64>{6, 14}));
-        QCOMPARE(CatalogOrdering::productSortKey(u"Watch"), QList<qint64>());
     }
 
     void comparesTextByScalars()
@@ -99,9 +94,7 @@ private slots:
     void composesAsQtDoes_data()
     {
         QTest::addColumn<QString>("text");
-        QTest::newRow("accent") << QStringLiteral("e\u0301");
         QTest::newRow("marks out of order") << QStringLiteral("a\u0301\u0316\u0327b");
-        QTest::newRow("blocked mark") << QStringLiteral("a\u0301\u0301");
         QTest::newRow("Hangul jamo") << QStringLiteral("\u1100\u1161\u11A8\u1161");
         QTest::newRow("Hangul syllable and trailing jamo") << QStringLiteral("\uAC00\u11A8");
         QTest::newRow("excluded composite") << QStringLiteral("\u0958\u2126\u212B");

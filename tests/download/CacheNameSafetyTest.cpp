@@ -144,24 +144,6 @@ private slots:
         QCOMPARE(fileContents(saved.filePath()), QByteArray("Watch6,1's body"));
         QCOMPARE(h.cacheListing().size(), 2);
     }
-
-    // A cache folder that cannot be written to is a saving error, not a download error.
-    void unwritableCacheFolderIsASavingError()
-    {
-        DownloadTestHarness h;
-        h.server.setResponse(QStringLiteral("/k_Restore.ipsw"), HttpResponse::ok("image"));
-        const QString cache = h.cache();
-        QVERIFY(QDir(cache).removeRecursively());
-        QVERIFY(writeFile(cache)); // a file where the folder should be
-
-        const auto log = h.start(h.firmware(QStringLiteral("/k_Restore.ipsw")));
-        QVERIFY(waitForCalls(*log));
-        QVERIFY(!log->last->ok());
-        QCOMPARE(log->last->failure().domain(), Failure::Domain::fileSystem);
-        QCOMPARE(h.manager.statusText(), savingError);
-        QCOMPARE(h.manager.errorText(), std::optional<QString>(log->last->failure().description()));
-        QVERIFY(!h.manager.isDownloading());
-    }
 };
 
 QTEST_GUILESS_MAIN(CacheNameSafetyTest)

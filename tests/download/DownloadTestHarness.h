@@ -115,19 +115,10 @@ inline HttpResponse rangedResponse(const QByteArray &body, const QByteArray &eta
     return response;
 }
 
-inline QByteArray header(const HttpRequest &request, const QByteArray &name)
-{
-    for (const auto &[key, value] : request.headers) {
-        if (key == name)
-            return value;
-    }
-    return {};
-}
-
 // The first byte a request asked for: 0 without a Range header.
 inline qint64 rangeStart(const HttpRequest &request)
 {
-    const QByteArray range = header(request, "range");
+    const QByteArray range = request.header("range");
     return range.startsWith("bytes=") ? range.mid(6, range.indexOf('-') - 6).toLongLong() : 0;
 }
 

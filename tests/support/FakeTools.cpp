@@ -1,22 +1,11 @@
 #include "support/FakeTools.h"
+#include "support/TestFiles.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
 namespace {
-
-bool writeFile(const QString &path, const QByteArray &bytes, QFileDevice::Permissions extra = {})
-{
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
-        return false;
-    file.write(bytes);
-    file.close();
-    if (extra)
-        file.setPermissions(file.permissions() | extra);
-    return true;
-}
 
 QByteArray shellQuoted(const QString &path)
 {
@@ -60,7 +49,9 @@ QString FakeTools::write(const QString &absolutePath, const FakeToolBehaviour &b
     script += behaviour.extraShell + "\n";
     script += "exit " + QByteArray::number(behaviour.exitStatus) + "\n";
 
-    writeFile(absolutePath, script, QFileDevice::ExeOwner | QFileDevice::ExeGroup | QFileDevice::ExeOther);
+    writeFile(absolutePath, script);
+    QFile::setPermissions(absolutePath, QFile::permissions(absolutePath) | QFileDevice::ExeOwner |
+                                            QFileDevice::ExeGroup | QFileDevice::ExeOther);
     QFile::remove(absolutePath + QStringLiteral(".runs"));
     return absolutePath;
 }

@@ -123,15 +123,6 @@ private:
     bool m_waiting = false;
 };
 
-QByteArray headerValue(const HttpRequest &request, const QByteArray &name)
-{
-    for (const auto &[key, value] : request.headers) {
-        if (key == name)
-            return value;
-    }
-    return {};
-}
-
 QByteArray responseHeader(const HttpResponse &response, const QByteArray &name)
 {
     for (const auto &[key, value] : response.headers) {
@@ -271,10 +262,10 @@ void LocalHttpServer::respond(QTcpSocket *socket, const HttpRequest &request)
     QByteArray head;
     if (response.acceptRanges && status == 200) {
         head += "Accept-Ranges: bytes\r\n";
-        const QByteArray guard = headerValue(request, "if-range");
+        const QByteArray guard = request.header("if-range");
         const bool current = guard.isEmpty() || guard == responseHeader(response, "ETag") ||
                              guard == responseHeader(response, "Last-Modified");
-        const auto range = requestedRange(headerValue(request, "range"), total);
+        const auto range = requestedRange(request.header("range"), total);
         if (range && current) {
             status = 206;
             first = range->first;

@@ -57,6 +57,16 @@ struct HttpRequest {
     QByteArray method;
     QByteArray path;                                  // with the query, as sent
     QList<std::pair<QByteArray, QByteArray>> headers; // names lower-cased, in arrival order
+
+    // The first value of the header `name` (lower case); empty when it was not sent.
+    QByteArray header(const QByteArray &name) const
+    {
+        for (const auto &[key, value] : headers) {
+            if (key == name)
+                return value;
+        }
+        return {};
+    }
 };
 
 // A real HTTP/1.1 server on 127.0.0.1 for tests and benchmarks: answers each request by its

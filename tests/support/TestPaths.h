@@ -21,23 +21,25 @@ public:
     TestPaths &operator=(const TestPaths &) = delete;
 
     QString root() const { return m_root.path(); }
-    QString resources() const;
+    QString resources() const { return at("resources"); }
     // The tools folder the locator finds (created).
-    QString toolsRoot() const;
-    QString downloads() const;
-    QString applicationSupport() const;
-    QString ioreg() const;
-    QString shasum() const;
-    QString cfgutil() const;
+    QString toolsRoot() const { return at("resources/Tools"); }
+    QString downloads() const { return at("Downloads"); }
+    QString applicationSupport() const { return at("Application Support"); }
+    QString ioreg() const { return at("system/ioreg"); }
+    QString shasum() const { return at("system/shasum"); }
+    QString cfgutil() const { return at("system/cfgutil"); }
     // A path inside the tools folder, e.g. tool("bin/irecovery").
-    QString tool(const QString &relativePath) const;
-    QString usbDevices() const;
+    QString tool(const QString &relativePath) const { return toolsRoot() + u'/' + relativePath; }
+    QString usbDevices() const { return at("sys-usb"); }
 
     // Looks for the Configurator tool at `path` instead of system/cfgutil, e.g. at
     // tool("bin/cfgutil") as on Linux.
     void setConfiguratorTool(const QString &path);
 
 private:
+    QString at(const char *relativePath) const { return m_root.path() + u'/' + QLatin1String(relativePath); }
+
     QTemporaryDir m_root;
     SystemPaths::Testing::Overrides m_overrides;
 };

@@ -3,13 +3,11 @@
 #include "support/StandardInputFrom.h"
 #include "support/TestFiles.h"
 #include "support/TestPaths.h"
-#include "tools/ToolLocator.h"
 
 #include <QCoroTask>
 #include <QDir>
 #include <QFile>
 #include <QTest>
-#include <QTimer>
 
 namespace {
 
@@ -33,7 +31,6 @@ private slots:
         QTest::addColumn<bool>("executable");
         QTest::addColumn<bool>("notFound");
         QTest::newRow("missing") << "bin/absent" << QByteArray() << false << true;
-        QTest::newRow("folder") << "bin" << QByteArray() << false << true;
         QTest::newRow("not executable")
             << "bin/plain" << QByteArray("#!/bin/sh\ntouch \"$0.ran\"\n") << false << true;
         QTest::newRow("not a program") << "bin/broken"
@@ -74,11 +71,6 @@ private slots:
         both.exitStatus = 3;
         both.extraShell = "printf 'to stderr\\n' >&2";
         QTest::newRow("both streams") << both << 3 << QStringLiteral("first\nsecondto stderr\n");
-        FakeToolBehaviour errorsOnly;
-        errorsOnly.extraShell = "echo 'only errors' >&2";
-        errorsOnly.exitStatus = 1;
-        QTest::newRow("standard error only") << errorsOnly << 1 << QStringLiteral("only errors\n");
-        QTest::newRow("silent") << FakeToolBehaviour{} << 0 << QString();
         QTest::newRow("invalid UTF-8")
             << FakeToolBehaviour::printing("ok \xff end\r\n") << 0 << QStringLiteral("ok \uFFFD end\r\n");
         const QByteArray big = QByteArray(1023, 'x').append('\n').repeated(6 * 1024);
@@ -107,21 +99,6 @@ private slots:
         QCOMPARE(FakeTools::recordedArguments(tool), arguments);
     }
 
-    void childSeesTheToolEnvironment()
-    {
-        TestPaths paths;
-        const QString tool = FakeTools::write(paths.tool(QStringLiteral("bin/env")), FakeToolBehaviour{});
-        QVERIFY(runNow(tool).status == 0);
-        const QProcessEnvironment seen = FakeTools::recordedEnvironment(tool);
-        QCOMPARE(seen.value(QStringLiteral("LC_ALL")), QStringLiteral("C"));
-#ifndef Q_OS_MACOS
-        // macOS strips DYLD_* variables before a protected program such as /bin/sh, the fake
-        // tool's interpreter, starts; the value given to the child is checked by the locator's test.
-        QVERIFY(seen.value(ToolLocator::librarySearchVariable())
-                    .startsWith(paths.toolsRoot() + QStringLiteral("/lib")));
-#endif
-    }
-
     void childInheritsStandardInput()
     {
         TestPaths paths;
@@ -134,25 +111,6 @@ private slots:
         const ProcessResult result = runNow(tool);
         QCOMPARE(result.status, 0);
         QCOMPARE(result.output, QStringLiteral("typed by the user\n"));
-    }
-
-    void callerKeepsRunningWhileTheChildWorks()
-    {
-        // The child finishes only once the caller's event loop has created the gate file, so a
-        // runner that blocked its caller would leave the child waiting until it gives up.
-        TestPaths paths;
-        const QString gate = QDir(paths.root()).filePath(QStringLiteral("gate"));
-        FakeToolBehaviour waiting;
-        waiting.extraShell =
-            "i=0; while [ ! -e '" + gate.toUtf8() +
-            "' ]; do i=$((i+1)); [ $i -gt 400 ] && echo gave-up && exit 1; sleep 0.05; done; "
-            "printf done";
-        const QString tool = FakeTools::write(paths.tool(QStringLiteral("bin/waiting")), waiting);
-
-        QTimer::singleShot(0, this, [gate] { QFile(gate).open(QIODevice::WriteOnly); });
-        const ProcessResult result = runNow(tool);
-        QCOMPARE(result.output, QStringLiteral("done"));
-        QCOMPARE(result.status, 0);
     }
 };
 

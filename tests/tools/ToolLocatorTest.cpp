@@ -1,7 +1,6 @@
 #include "tools/ToolLocator.h"
 #include "support/TestFiles.h"
 #include "support/TestPaths.h"
-#include "tools/SystemPaths.h"
 
 #include <QDir>
 #include <QFile>
@@ -24,16 +23,6 @@ private slots:
         // Only existence counts: a plain file named Tools is still the tools folder.
         QVERIFY(writeFile(paths.toolsRoot()));
         QCOMPARE(ToolLocator::toolsRoot(), paths.toolsRoot());
-    }
-
-    void toolsRootWithoutAResourceFolder()
-    {
-        TestPaths paths;
-        SystemPaths::Testing::Overrides overrides;
-        overrides.resourceFolder = std::optional<QString>();
-        overrides.homeFolder = paths.root();
-        SystemPaths::Testing::setOverrides(overrides);
-        QCOMPARE(ToolLocator::toolsRoot(), paths.root() + QStringLiteral("/.local/corvalin"));
     }
 
     void cfgutilMustBeExecutable()

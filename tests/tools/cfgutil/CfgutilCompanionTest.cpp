@@ -143,8 +143,6 @@ private slots:
                                        << 3 << "/images/watch os.ipsw";
         QTest::newRow("idevicerestore missing") << restore << false << 127 << QString();
         QTest::newRow("no arguments") << QStringList{} << true << 64 << QString();
-        QTest::newRow("list in another order")
-            << QStringList{"list", "--format", "JSON"} << true << 64 << QString();
     }
 
     void commandLines()

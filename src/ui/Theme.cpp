@@ -42,7 +42,7 @@ const QStringList &standardFamilies()
 const QStringList &roundedFamilies()
 {
     static const QStringList families = [] {
-        QFontDatabase::addApplicationFont(QStringLiteral(":/fonts/Manrope-Bold.ttf"));
+        QFontDatabase::addApplicationFont(QStringLiteral(":/fonts/Manrope-ExtraBold.ttf"));
         return QStringList{QStringLiteral("SF Pro Rounded"), QStringLiteral("Manrope")};
     }();
     return families;
@@ -207,6 +207,9 @@ QFont font(int size, QFont::Weight weight, FontDesign design, qreal tracking)
     QFont result(familyFor(design));
     result.setPixelSize(size);
     result.setWeight(weight);
+    // Manrope's Bold is a step thinner than the platform's rounded bold; its ExtraBold matches it.
+    if (design == FontDesign::rounded && weight == QFont::Bold && result.family() == QLatin1String("Manrope"))
+        result.setWeight(QFont::ExtraBold);
     if (design == FontDesign::monospaced)
         result.setStyleHint(QFont::Monospace);
     if (tracking != 0)

@@ -11,10 +11,11 @@
 #include "ui/screens/RestoreView.h"
 
 #include <QApplication>
-#include <QCoroTask>
 #include <QLineEdit>
 #include <QStandardPaths>
 #include <QTest>
+
+#include <type_traits>
 
 // Renders every screen in the states a reviewer wants to see, to
 // $CORVALIN_TEST_OUTPUT/render/screens/<screen>-<state>@1x.png and @2x.png.
@@ -22,12 +23,21 @@ class ScreenRenderTest : public QObject {
     Q_OBJECT
 
 private:
-    static constexpr QSize detailSize{870, 760};
-
-    template <typename View> static void render(View &view, const QString &name)
+    // A new screen on the studio's model and services, at the size of the window's detail column.
+    template <typename View> static void render(const ScreenStudio &studio, const QString &name)
     {
-        view.resize(detailSize);
-        ScreenStudio::render(&view, name);
+        StudioModel *model = studio.model();
+        std::unique_ptr<View> view;
+        if constexpr (std::is_same_v<View, OverviewView>)
+            view = std::make_unique<View>(model, model->deviceMonitor(), model->downloader());
+        else if constexpr (std::is_same_v<View, RestoreView>)
+            view = std::make_unique<View>(model, model->deviceMonitor(), model->restoreManager());
+        else if constexpr (std::is_same_v<View, LogView>)
+            view = std::make_unique<View>(model, model->restoreManager());
+        else
+            view = std::make_unique<View>(model);
+        view->resize(870, 760);
+        ScreenStudio::render(view.get(), name);
     }
 
 private slots:
@@ -37,91 +47,63 @@ private slots:
         Theme::applyDarkAppearance(*qApp);
     }
 
-    void overview()
+    void overviewAndCatalogue()
     {
         ScreenStudio studio;
-        OverviewView empty(studio.model(), studio.model()->deviceMonitor(), studio.model()->downloader());
-        render(empty, QStringLiteral("overview-empty"));
-
-        studio.loadCatalog();
-        studio.attachRecoveryWatch();
-        studio.startStalledDownload();
-        OverviewView downloading(studio.model(), studio.model()->deviceMonitor(),
-                                 studio.model()->downloader());
-        render(downloading, QStringLiteral("overview-download-42"));
-    }
-
-    void catalogue()
-    {
-        ScreenStudio studio;
+        render<OverviewView>(studio, QStringLiteral("overview-empty"));
         studio.loadCatalog();
         studio.putInCache(studio.firmware(QStringLiteral("Watch5,9")));
         studio.model()->select(studio.firmware(QStringLiteral("Watch6,1")));
-        CatalogView view(studio.model());
-        render(view, QStringLiteral("catalog-rows"));
-
-        OverviewView overview(studio.model(), studio.model()->deviceMonitor(), studio.model()->downloader());
-        render(overview, QStringLiteral("overview-unsigned-firmware"));
+        render<CatalogView>(studio, QStringLiteral("catalog-rows"));
+        render<OverviewView>(studio, QStringLiteral("overview-unsigned-firmware"));
+        studio.attachRecoveryWatch();
+        studio.startStalledDownload();
+        render<OverviewView>(studio, QStringLiteral("overview-download-42"));
     }
 
     void restore()
     {
         ScreenStudio studio;
-        RestoreView empty(studio.model(), studio.model()->deviceMonitor(), studio.model()->restoreManager());
-        render(empty, QStringLiteral("restore-empty"));
-
+        render<RestoreView>(studio, QStringLiteral("restore-empty"));
         studio.attachRecoveryWatch();
-        QCoro::waitFor(studio.model()->restoreManager()->startRestore(
-            std::nullopt, *studio.model()->deviceMonitor()->connectedWatch()));
-        RestoreView failed(studio.model(), studio.model()->deviceMonitor(), studio.model()->restoreManager());
-        render(failed, QStringLiteral("restore-error"));
-
+        studio.startRestore(); // refused: no image yet
+        render<RestoreView>(studio, QStringLiteral("restore-error"));
         studio.chooseImage(
             QStringLiteral("Watch6,1_10.2_21S364_Restore_with_a_rather_long_name_for_two_lines.ipsw"));
-        RestoreView ready(studio.model(), studio.model()->deviceMonitor(), studio.model()->restoreManager());
-        render(ready, QStringLiteral("restore-ready"));
-    }
+        render<RestoreView>(studio, QStringLiteral("restore-ready"));
 
-    void restoreKIS()
-    {
-        ScreenStudio studio;
-        studio.attachKISWatch();
-        RestoreView view(studio.model(), studio.model()->deviceMonitor(), studio.model()->restoreManager());
-        render(view, QStringLiteral("restore-kis"));
+        ScreenStudio kis;
+        kis.attachKISWatch();
+        render<RestoreView>(kis, QStringLiteral("restore-kis"));
     }
 
     void sheet()
     {
         ScreenStudio studio;
-        RestoreConfirmationSheet empty(studio.model(), studio.model()->deviceMonitor(),
-                                       studio.model()->restoreManager());
-        ScreenStudio::render(&empty, QStringLiteral("sheet-empty"));
-        RestoreConfirmationSheet typed(studio.model(), studio.model()->deviceMonitor(),
-                                       studio.model()->restoreManager());
-        typed.show();
-        typed.findChild<QLineEdit *>(QStringLiteral("confirmationPhrase"))
-            ->setText(QStringLiteral("ПРОШИТЬ"));
-        ScreenStudio::render(&typed, QStringLiteral("sheet-typed"));
+        StudioModel *model = studio.model();
+        RestoreConfirmationSheet sheet(model, model->deviceMonitor(), model->restoreManager());
+        ScreenStudio::render(&sheet, QStringLiteral("sheet-empty"));
+        part<QLineEdit>(sheet, "confirmationPhrase")->setText(QStringLiteral("ПРОШИТЬ"));
+        ScreenStudio::render(&sheet, QStringLiteral("sheet-typed"));
     }
 
     void log()
     {
         ScreenStudio studio;
+        RestoreManager *restore = studio.model()->restoreManager();
         studio.attachRecoveryWatch();
         studio.chooseImage(QStringLiteral("watchOS_10.ipsw"));
         studio.installRestoreTool(true);
         studio.startRestore();
-        LogView running(studio.model(), studio.model()->restoreManager());
-        QTRY_VERIFY(studio.model()->restoreManager()->logText().contains(QStringLiteral("Sending")));
-        render(running, QStringLiteral("log-running"));
-        studio.model()->restoreManager()->cancelRestore();
-        QTRY_VERIFY(!studio.model()->restoreManager()->isRestoring());
+        QTRY_VERIFY(restore->logText().contains(QStringLiteral("Sending")));
+        render<LogView>(studio, QStringLiteral("log-running"));
+        restore->cancelRestore();
+        QTRY_VERIFY(!restore->isRestoring());
 
         studio.installRestoreTool(false, 0);
         studio.startRestore();
-        QTRY_VERIFY(studio.model()->restoreManager()->completedSuccessfully());
-        LogView succeeded(studio.model(), studio.model()->restoreManager());
-        render(succeeded, QStringLiteral("log-succeeded"));
+        QTRY_VERIFY(restore->completedSuccessfully());
+        render<LogView>(studio, QStringLiteral("log-succeeded"));
     }
 };
 

@@ -16,7 +16,7 @@ namespace {
 struct Catalogue {
     explicit Catalogue(StudioModel *model) : view(model)
     {
-        view.resize(870, 720);
+        view.resize(detailSize);
         view.show();
         QApplication::setActiveWindow(&view);
         if (!QTest::qWaitForWindowActive(&view))
@@ -111,6 +111,7 @@ private slots:
         QCOMPARE(studio.model()->selectedFirmware()->productType, QStringLiteral("Watch6,1"));
         QCOMPARE(catalogue.column(FirmwareListModel::IsSelectedRole),
                  (QStringList{QStringLiteral("false"), QStringLiteral("false"), QStringLiteral("true")}));
+        ScreenStudio::render(&catalogue.view, QStringLiteral("catalog-rows"));
 
         // From the keyboard: the arrows move, Return and Space pick the current row.
         list->setFocus(Qt::TabFocusReason);

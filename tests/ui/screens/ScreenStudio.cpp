@@ -6,6 +6,7 @@
 #include "support/FakeTools.h"
 #include "ui/Theme.h"
 
+#include <QApplication>
 #include <QCoroTask>
 #include <QDir>
 #include <QFile>
@@ -33,6 +34,7 @@ void writeFile(const QString &path, const QByteArray &bytes)
 ScreenStudio::ScreenStudio()
 {
     LocalHttpServer::trustTestCertificate();
+    Theme::applyDarkAppearance(*qApp);
     m_model = std::make_unique<StudioModel>(m_catalogServer.url(catalogPath),
                                             QStringList{QStringLiteral("127.0.0.1")});
     // irecovery answers both the identification and the model-name table.
@@ -168,7 +170,8 @@ void ScreenStudio::render(QWidget *screen, const QString &name)
     const QString folder = output + QStringLiteral("/render/screens");
     QDir().mkpath(folder);
     screen->show();
-    QCoreApplication::processEvents();
+    // A change to a screen already on show settles over a few rounds of layout requests.
+    QTest::qWait(100);
     for (const int scale : {1, 2}) {
         QImage image(screen->size() * scale, QImage::Format_ARGB32_Premultiplied);
         image.setDevicePixelRatio(scale);

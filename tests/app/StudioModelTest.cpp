@@ -259,26 +259,6 @@ private slots:
         }
     }
 
-    void anUnsignedImageWaitsForConfirmation()
-    {
-        Studio studio;
-        studio.serve({{"Watch3,1", "8.0", "19R1", false}});
-        studio.refresh();
-        QVERIFY(!studio.model->selectedFirmware()->isCatalogSigned);
-        const qsizetype requestsBefore = studio.imageServer.requests().size();
-
-        studio.model->requestDownloadSelected();
-        QVERIFY(studio.model->showUnsignedWarning());
-        QVERIFY(!studio.model->downloader()->isDownloading());
-        QTest::qWait(50);
-        QCOMPARE(studio.imageServer.requests().size(), requestsBefore);
-
-        // Confirming the warning downloads it after all.
-        studio.model->downloadSelected();
-        QTRY_VERIFY(studio.model->selectedIPSW().has_value());
-        QCOMPARE(*studio.model->selectedIPSW(), studio.cachedPath("Watch3,1_8.0_Restore.ipsw"));
-    }
-
     void oneRestoreFromStartToSuccess()
     {
         Studio studio;

@@ -232,7 +232,6 @@ private slots:
             QWidget *first = window.rootView()->sidebar()->row(NavigationSection::overview);
             first->clearFocus();
             first->setFocus(Qt::TabFocusReason);
-            QStringList walk;
             QList<QWidget *> seen;
             for (int step = 0; step < 60; ++step) {
                 QWidget *stop = QApplication::focusWidget();
@@ -242,7 +241,6 @@ private slots:
                 seen.append(stop);
                 QAccessibleInterface *accessible = QAccessible::queryAccessibleInterface(stop);
                 const QString name = accessible ? accessible->text(QAccessible::Name) : QString();
-                walk.append(name);
                 const QString where = Navigation::rawValue(section) + QStringLiteral(": ") +
                                       QString::fromLatin1(stop->metaObject()->className()) +
                                       QLatin1Char(' ') + stop->objectName();
@@ -251,7 +249,6 @@ private slots:
                 QVERIFY2(FocusRing::isVisible(stop) || qobject_cast<QLineEdit *>(stop), qPrintable(where));
                 QTest::keyClick(stop, Qt::Key_Tab);
             }
-            qInfo().noquote() << Navigation::rawValue(section) << "—" << walk.join(QStringLiteral(" → "));
             QVERIFY(seen.size() > 6); // the sidebar's five and the screen's own
         }
     }

@@ -22,7 +22,7 @@
 #include <QVBoxLayout>
 
 // Draws the shell and every kit component into PNG files under the build folder, at device
-// pixel ratios 1 and 2, for people to look at.
+// pixel ratios 1 and 2, for people to look at; the shell's backdrop is also checked by its pixels.
 class KitRenderTest final : public QObject {
     Q_OBJECT
 
@@ -35,12 +35,16 @@ private slots:
         QVERIFY(QDir().mkpath(m_folder));
     }
 
+    // The backdrop runs from the start colour in the top-leading corner of the detail column to the
+    // end colour in the bottom-trailing one, behind every screen alike.
     void shellInEverySection()
     {
         TestPaths paths;
         placeBrandPicture(paths);
         StudioRootView root(new StudioModel(QUrl(QStringLiteral("http://127.0.0.1:9/")), {}));
         root.resize(1280, 800);
+        const QWidget *detail = root.findChild<QWidget *>(QStringLiteral("detailColumn"));
+        QVERIFY(detail);
         const QList<std::pair<std::optional<NavigationSection>, QString>> sections{
             {NavigationSection::overview, QStringLiteral("overview")},
             {NavigationSection::catalog, QStringLiteral("catalog")},
@@ -50,6 +54,17 @@ private slots:
         for (const auto &[section, name] : sections) {
             root.model()->setNavigation(section);
             save(&root, QStringLiteral("shell-") + name);
+            const QImage image = root.grab().toImage();
+            const QRect area(detail->mapTo(&root, QPoint(0, 0)), detail->size());
+            for (const auto &[point, wanted] :
+                 {std::pair{area.topLeft() + QPoint(4, 4), Theme::studioBackgroundStart()},
+                  std::pair{area.bottomRight() - QPoint(24, 4), Theme::studioBackgroundEnd()}}) {
+                const QColor sampled = image.pixelColor(point);
+                QVERIFY2(qAbs(sampled.red() - wanted.red()) <= 3 &&
+                             qAbs(sampled.green() - wanted.green()) <= 3 &&
+                             qAbs(sampled.blue() - wanted.blue()) <= 3,
+                         qPrintable(name + QLatin1Char(' ') + sampled.name()));
+            }
         }
         QVERIFY(root.findChild<StudioBrandIcon *>()->showsBundleImage());
     }
@@ -97,7 +112,8 @@ private slots:
             {QStringLiteral("secondary"), SecondaryButtonStyle{}},
             {QStringLiteral("danger"), DangerButtonStyle{}}};
         for (const auto &[kind, style] : styles) {
-            for (const QString state : {QString(), QStringLiteral("-pressed"), QStringLiteral("-disabled")}) {
+            for (const QString &state :
+                 {QString(), QStringLiteral("-pressed"), QStringLiteral("-disabled")}) {
                 auto *button = new StudioButton(style, QStringLiteral("Проверить и прошить"),
                                                 QStringLiteral("bolt.fill"));
                 button->setDown(state == u"-pressed");

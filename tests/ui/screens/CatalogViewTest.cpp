@@ -79,7 +79,6 @@ private slots:
                  QStringList{QStringLiteral("Watch6,1")});
 
         QTest::keyClicks(catalogue.part("catalogSearchField"), QStringLiteral("zz"));
-        QCOMPARE(studio.model()->searchText(), QStringLiteral("WATCH6zz"));
         QCOMPARE(catalogue.rows()->rowCount(), 0);
         QVERIFY(catalogue.shows("firmwareList"));
         QVERIFY(catalogue.shows("catalogSearchClear"));
@@ -88,7 +87,6 @@ private slots:
         catalogue.part("catalogSearchClear")->setFocus(Qt::TabFocusReason);
         QTest::keyClick(catalogue.part("catalogSearchClear"), Qt::Key_Space);
         QVERIFY(catalogue.part("catalogSearchField")->hasFocus());
-        QCOMPARE(studio.model()->searchText(), QString());
         QCOMPARE(catalogue.part<QLineEdit>("catalogSearchField")->text(), QString());
         QCOMPARE(catalogue.rows()->rowCount(), 3);
         QVERIFY(!catalogue.shows("catalogSearchClear"));

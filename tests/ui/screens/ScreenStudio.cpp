@@ -34,7 +34,7 @@ void writeFile(const QString &path, const QByteArray &bytes)
 ScreenStudio::ScreenStudio()
 {
     LocalHttpServer::trustTestCertificate();
-    Theme::applyDarkAppearance(*qApp);
+    Theme::applyDarkAppearance(*qApp); // the screens look as the application shows them
     m_model = std::make_unique<StudioModel>(m_catalogServer.url(catalogPath),
                                             QStringList{QStringLiteral("127.0.0.1")});
     // irecovery answers both the identification and the model-name table.

@@ -5,15 +5,6 @@
 #include <QFile>
 #include <QTest>
 
-namespace {
-
-QString fixture(const char *name)
-{
-    return QString::fromUtf8(testData(name));
-}
-
-} // namespace
-
 class IpswInfoTest : public QObject {
     Q_OBJECT
 
@@ -44,9 +35,10 @@ private slots:
         QTest::newRow("trailing comma")
             << QStringLiteral("Supported Product Types: Watch6,1, Watch6,2\n") << "Watch6,1" << false;
         QTest::newRow("no label") << QStringLiteral("Watch6,1\n") << "Watch6,1" << false;
-        QTest::newRow("tool output") << fixture("idevicerestore-ipsw-info.txt") << "Watch7,1" << true;
+        QTest::newRow("tool output") << QString::fromUtf8(testData("idevicerestore-ipsw-info.txt"))
+                                     << "Watch7,1" << true;
         QTest::newRow("tool output, two models")
-            << fixture("idevicerestore-ipsw-info-multi.txt") << "Watch2,6" << true;
+            << QString::fromUtf8(testData("idevicerestore-ipsw-info-multi.txt")) << "Watch2,6" << true;
     }
 
     void productTypeMatching()

@@ -22,7 +22,7 @@
 #include <QVBoxLayout>
 
 // Draws the shell and every kit component into PNG files under the build folder, at device
-// pixel ratios 1 and 2, for people to look at.
+// pixel ratios 1 and 2, for people to look at; the shell's backdrop is also checked by its pixels.
 class KitRenderTest final : public QObject {
     Q_OBJECT
 
@@ -35,12 +35,16 @@ private slots:
         QVERIFY(QDir().mkpath(m_folder));
     }
 
+    // The backdrop runs from the start colour in the top-leading corner of the detail column to the
+    // end colour in the bottom-trailing one, behind every screen alike.
     void shellInEverySection()
     {
         TestPaths paths;
         placeBrandPicture(paths);
         StudioRootView root(new StudioModel(QUrl(QStringLiteral("http://127.0.0.1:9/")), {}));
         root.resize(1280, 800);
+        const QWidget *detail = root.findChild<QWidget *>(QStringLiteral("detailColumn"));
+        QVERIFY(detail);
         const QList<std::pair<std::optional<NavigationSection>, QString>> sections{
             {NavigationSection::overview, QStringLiteral("overview")},
             {NavigationSection::catalog, QStringLiteral("catalog")},
@@ -50,6 +54,17 @@ private slots:
         for (const auto &[section, name] : sections) {
             root.model()->setNavigation(section);
             save(&root, QStringLiteral("shell-") + name);
+            const QImage image = root.grab().toImage();
+            const QRect area(detail->mapTo(&root, QPoint(0, 0)), detail->size());
+            for (const auto &[point, wanted] :
+                 {std::pair{area.topLeft() + QPoint(4, 4), Theme::studioBackgroundStart()},
+                  std::pair{area.bottomRight() - QPoint(24, 4), Theme::studioBackgroundEnd()}}) {
+                const QColor sampled = image.pixelColor(point);
+                QVERIFY2(qAbs(sampled.red() - wanted.red()) <= 3 &&
+                             qAbs(sampled.green() - wanted.green()) <= 3 &&
+                             qAbs(sampled.blue() - wanted.blue()) <= 3,
+                         qPrintable(name + QLatin1Char(' ') + sampled.name()));
+            }
         }
         QVERIFY(root.findChild<StudioBrandIcon *>()->showsBundleImage());
     }
@@ -66,46 +81,45 @@ private slots:
     {
         TestPaths paths;
         placeBrandPicture(paths);
-        auto *header =
-            new PageHeader(QStringLiteral("AppleDB · CDN Apple"), QStringLiteral("Каталог прошивок"),
-                           QStringLiteral("Полные Restore.ipsw с проверкой модели и контрольной суммы"),
-                           new StudioButton(SecondaryButtonStyle{}, QStringLiteral("Обновить"),
-                                            QStringLiteral("arrow.clockwise")));
         auto *card = new StudioCard;
         card->contentLayout()->addWidget(new QLabel(QStringLiteral("Карточка с содержимым")));
         card->contentLayout()->addWidget(new CheckLine(QStringLiteral("Образ поддерживает модель"), false));
         card->contentLayout()->addWidget(
             new CheckLine(QStringLiteral("Все данные на часах будут стёрты"), true));
-        auto *row = new ActionRow(QStringLiteral("doc.badge.plus"), Theme::studioRose(),
-                                  QStringLiteral("Выбрать IPSW"), QStringLiteral("Локальный полный образ"));
-        auto *plain = new PlainButton(new ActionRow(QStringLiteral("square.and.arrow.down"),
-                                                    Theme::studioAccent(), QStringLiteral("Найти прошивку"),
-                                                    QStringLiteral("0 моделей в каталоге")),
-                                      QStringLiteral("Найти прошивку"));
-        auto *status = new StatusLabel(QStringLiteral("Подпись"), QStringLiteral("checkmark.seal.fill"),
-                                       Theme::studioAccent());
-        auto *banner = new ErrorBanner(QStringLiteral("Контрольная сумма SHA-256 не совпадает."));
-        auto *brand = new StudioBrandIcon(72);
-
         QList<std::pair<QString, QWidget *>> parts{
-            {QStringLiteral("page-header"), header},  {QStringLiteral("card-with-check-lines"), card},
-            {QStringLiteral("action-row"), row},      {QStringLiteral("action-row-in-plain-button"), plain},
-            {QStringLiteral("status-label"), status}, {QStringLiteral("error-banner"), banner},
-            {QStringLiteral("brand-icon"), brand}};
+            {QStringLiteral("page-header"),
+             new PageHeader(QStringLiteral("AppleDB · CDN Apple"), QStringLiteral("Каталог прошивок"),
+                            QStringLiteral("Полные Restore.ipsw с проверкой модели и контрольной суммы"),
+                            new StudioButton(SecondaryButtonStyle{}, QStringLiteral("Обновить"),
+                                             QStringLiteral("arrow.clockwise")))},
+            {QStringLiteral("card-with-check-lines"), card},
+            {QStringLiteral("action-row"),
+             new ActionRow(QStringLiteral("doc.badge.plus"), Theme::studioRose(),
+                           QStringLiteral("Выбрать IPSW"), QStringLiteral("Локальный полный образ"))},
+            {QStringLiteral("action-row-in-plain-button"),
+             new PlainButton(new ActionRow(QStringLiteral("square.and.arrow.down"), Theme::studioAccent(),
+                                           QStringLiteral("Найти прошивку"),
+                                           QStringLiteral("0 моделей в каталоге")),
+                             QStringLiteral("Найти прошивку"))},
+            {QStringLiteral("status-label"),
+             new StatusLabel(QStringLiteral("Подпись"), QStringLiteral("checkmark.seal.fill"),
+                             Theme::studioAccent())},
+            {QStringLiteral("error-banner"),
+             new ErrorBanner(QStringLiteral("Контрольная сумма SHA-256 не совпадает."))},
+            {QStringLiteral("brand-icon"), new StudioBrandIcon(72)}};
         const QList<std::pair<QString, ButtonStyle>> styles{
             {QStringLiteral("primary"), PrimaryButtonStyle{}},
             {QStringLiteral("secondary"), SecondaryButtonStyle{}},
             {QStringLiteral("danger"), DangerButtonStyle{}}};
         for (const auto &[kind, style] : styles) {
-            const QString label = QStringLiteral("Проверить и прошить");
-            auto *button = new StudioButton(style, label, QStringLiteral("bolt.fill"));
-            auto *pressed = new StudioButton(style, label, QStringLiteral("bolt.fill"));
-            pressed->setDown(true);
-            auto *disabled = new StudioButton(style, label, QStringLiteral("bolt.fill"));
-            disabled->setEnabled(false);
-            parts.append({QStringLiteral("button-") + kind, button});
-            parts.append({QStringLiteral("button-") + kind + QStringLiteral("-pressed"), pressed});
-            parts.append({QStringLiteral("button-") + kind + QStringLiteral("-disabled"), disabled});
+            for (const QString &state :
+                 {QString(), QStringLiteral("-pressed"), QStringLiteral("-disabled")}) {
+                auto *button = new StudioButton(style, QStringLiteral("Проверить и прошить"),
+                                                QStringLiteral("bolt.fill"));
+                button->setDown(state == u"-pressed");
+                button->setEnabled(state != u"-disabled");
+                parts.append({QStringLiteral("button-") + kind + state, button});
+            }
         }
 
         StudioBackground gallery;
@@ -113,7 +127,8 @@ private slots:
         column->setContentsMargins(28, 28, 28, 28);
         column->setSpacing(14);
         for (const auto &part : std::as_const(parts))
-            column->addWidget(part.second, 0, part.second == brand ? Qt::AlignLeft : Qt::Alignment());
+            column->addWidget(part.second, 0,
+                              qobject_cast<StudioBrandIcon *>(part.second) ? Qt::AlignLeft : Qt::Alignment());
         gallery.resize(720, gallery.sizeHint().height());
         gallery.show();
         QVERIFY(QTest::qWaitForWindowExposed(&gallery));

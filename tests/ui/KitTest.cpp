@@ -26,12 +26,6 @@ static const QStringList usedSymbols =
         "square.and.arrow.down square.grid.2x2 text.alignleft wrench.and.screwdriver.fill xmark.circle.fill")
         .split(u' ');
 
-static const QList<ButtonStyle> &styles()
-{
-    static const QList<ButtonStyle> all{PrimaryButtonStyle{}, SecondaryButtonStyle{}, DangerButtonStyle{}};
-    return all;
-}
-
 // The widget as its window draws it.
 static QImage renderOnBlack(QWidget *widget)
 {
@@ -108,10 +102,11 @@ private slots:
     void disabledButtonsAreDimmedAsAWhole()
     {
         QFETCH(int, style);
+        const QList<ButtonStyle> styles{PrimaryButtonStyle{}, SecondaryButtonStyle{}, DangerButtonStyle{}};
         QWidget window;
         QAbstractButton *button = nullptr;
         if (style >= 0)
-            button = new StudioButton(styles().at(style), QStringLiteral("Начать восстановление"),
+            button = new StudioButton(styles.at(style), QStringLiteral("Начать восстановление"),
                                       QStringLiteral("bolt.fill"), &window);
         else
             button = new PlainButton(new ActionRow(QStringLiteral("wrench.and.screwdriver.fill"),
@@ -134,17 +129,14 @@ private slots:
         int matching = 0;
         for (int y = 0; y < enabled.height(); ++y) {
             for (int x = 0; x < enabled.width(); ++x) {
-                const QColor before = enabled.pixelColor(x, y);
-                const QColor after = disabled.pixelColor(x, y);
-                bool same = true;
-                for (const auto &[was, is] : {std::pair{before.red(), after.red()},
-                                              {before.green(), after.green()},
-                                              {before.blue(), after.blue()}}) {
-                    same = same && qAbs(was * Theme::Opacity::disabledControl - is) <= 3;
-                    enabledSum += was;
-                    disabledSum += is;
-                }
-                matching += same ? 1 : 0;
+                const QRgb was = enabled.pixel(x, y);
+                const QRgb is = disabled.pixel(x, y);
+                const auto dimmed = [&](int (*channel)(QRgb)) {
+                    return qAbs(channel(was) * Theme::Opacity::disabledControl - channel(is)) <= 3;
+                };
+                matching += dimmed(qRed) && dimmed(qGreen) && dimmed(qBlue) ? 1 : 0;
+                enabledSum += qRed(was) + qGreen(was) + qBlue(was);
+                disabledSum += qRed(is) + qGreen(is) + qBlue(is);
             }
         }
         QVERIFY(enabledSum > 20 * enabled.width() * enabled.height()); // something was drawn

@@ -37,14 +37,6 @@ QString writeTickingTool(const TestPaths &paths, const QByteArray &onInterrupt)
 class RestoreQuitGuardTest final : public QObject {
     Q_OBJECT
 
-private:
-    static RestoreManager *restoreOf(MainWindow &window) { return window.findChild<RestoreManager *>(); }
-
-    static RestoreQuitDialog *openDialog(MainWindow &window)
-    {
-        return window.findChild<RestoreQuitDialog *>();
-    }
-
 private slots:
     void initTestCase() { Theme::applyDarkAppearance(*qApp); }
 
@@ -55,7 +47,7 @@ private slots:
         window.show();
         QVERIFY(QTest::qWaitForWindowExposed(&window));
         QVERIFY(window.close());
-        QVERIFY(!openDialog(window));
+        QVERIFY(!window.findChild<RestoreQuitDialog *>());
     }
 
     // What each answer does: keep the application (the default, by Return, Escape or the
@@ -83,16 +75,16 @@ private slots:
         TestPaths paths;
         const QString tool = writeTickingTool(paths, onInterrupt);
         MainWindow window(new StudioModel(QUrl(QStringLiteral("http://127.0.0.1:9/")), {}));
-        window.findChild<RestoreQuitGuard *>()->setStopBound(std::chrono::milliseconds(800));
-        RestoreManager *restore = restoreOf(window);
-        QVERIFY(restore);
+        auto *guard = window.findChild<RestoreQuitGuard *>();
+        guard->setStopBound(std::chrono::milliseconds(800));
+        auto *restore = window.findChild<RestoreManager *>();
         window.show();
         QVERIFY(QTest::qWaitForWindowExposed(&window));
         QCoro::waitFor(restore->startRestore(std::nullopt, kisWatch));
         QTRY_VERIFY(restore->logText().endsWith(QStringLiteral("tick\n")));
 
         QVERIFY(!window.close());
-        RestoreQuitDialog *dialog = openDialog(window);
+        RestoreQuitDialog *dialog = guard->dialog();
         QVERIFY(dialog);
         QTRY_VERIFY(dialog->isVisible());
         QVERIFY(!window.close()); // asked once, not twice
@@ -111,7 +103,7 @@ private slots:
             QTest::mouseClick(dialog->quitButton(), Qt::LeftButton);
 
         if (ending.isEmpty()) {
-            QTRY_VERIFY(!openDialog(window));
+            QTRY_VERIFY(!guard->dialog());
             QTest::qWait(300);
             QVERIFY(window.isVisible());
             QVERIFY(restore->isRestoring());
@@ -134,7 +126,7 @@ private slots:
         TestPaths paths;
         writeTickingTool(paths, "echo interrupted; exit 0");
         MainWindow window(new StudioModel(QUrl(QStringLiteral("http://127.0.0.1:9/")), {}));
-        RestoreManager *restore = restoreOf(window);
+        auto *restore = window.findChild<RestoreManager *>();
         QCoro::waitFor(restore->startRestore(std::nullopt, kisWatch));
         QTRY_VERIFY(restore->logText().endsWith(QStringLiteral("tick\n")));
 

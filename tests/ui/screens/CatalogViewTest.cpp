@@ -16,7 +16,7 @@ namespace {
 struct Catalogue {
     explicit Catalogue(StudioModel *model) : view(model)
     {
-        view.resize(870, 720);
+        view.resize(detailSize);
         view.show();
         QApplication::setActiveWindow(&view);
         if (!QTest::qWaitForWindowActive(&view))
@@ -79,7 +79,6 @@ private slots:
                  QStringList{QStringLiteral("Watch6,1")});
 
         QTest::keyClicks(catalogue.part("catalogSearchField"), QStringLiteral("zz"));
-        QCOMPARE(studio.model()->searchText(), QStringLiteral("WATCH6zz"));
         QCOMPARE(catalogue.rows()->rowCount(), 0);
         QVERIFY(catalogue.shows("firmwareList"));
         QVERIFY(catalogue.shows("catalogSearchClear"));
@@ -88,7 +87,6 @@ private slots:
         catalogue.part("catalogSearchClear")->setFocus(Qt::TabFocusReason);
         QTest::keyClick(catalogue.part("catalogSearchClear"), Qt::Key_Space);
         QVERIFY(catalogue.part("catalogSearchField")->hasFocus());
-        QCOMPARE(studio.model()->searchText(), QString());
         QCOMPARE(catalogue.part<QLineEdit>("catalogSearchField")->text(), QString());
         QCOMPARE(catalogue.rows()->rowCount(), 3);
         QVERIFY(!catalogue.shows("catalogSearchClear"));
@@ -111,6 +109,7 @@ private slots:
         QCOMPARE(studio.model()->selectedFirmware()->productType, QStringLiteral("Watch6,1"));
         QCOMPARE(catalogue.column(FirmwareListModel::IsSelectedRole),
                  (QStringList{QStringLiteral("false"), QStringLiteral("false"), QStringLiteral("true")}));
+        ScreenStudio::render(&catalogue.view, QStringLiteral("catalog-rows"));
 
         // From the keyboard: the arrows move, Return and Space pick the current row.
         list->setFocus(Qt::TabFocusReason);

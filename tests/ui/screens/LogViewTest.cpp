@@ -15,7 +15,7 @@ namespace {
 struct Log {
     explicit Log(StudioModel *model) : view(model, model->restoreManager())
     {
-        view.resize(870, 600);
+        view.resize(detailSize);
         view.show();
     }
     LogTextView *text() const { return part<LogTextView>(view, "logText"); }
@@ -87,11 +87,14 @@ private slots:
         studio.startRestore();
         QTRY_VERIFY(studio.model()->restoreManager()->completedSuccessfully());
         QVERIFY(log.shows("logSucceededLine"));
+        ScreenStudio::render(&log.view, QStringLiteral("log-succeeded"));
 
         studio.installRestoreTool(true);
         studio.startRestore();
         QVERIFY(log.shows("logRunningLine"));
         QVERIFY(!log.shows("logSucceededLine"));
+        QTRY_VERIFY(log.text()->text().endsWith(QStringLiteral("Sending RestoreFirmware\n")));
+        ScreenStudio::render(&log.view, QStringLiteral("log-running"));
     }
 };
 

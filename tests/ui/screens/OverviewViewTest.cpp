@@ -17,7 +17,10 @@
 namespace {
 
 struct Overview {
-    explicit Overview(StudioModel *model) : view(model, model->deviceMonitor(), model->downloader()) {}
+    explicit Overview(StudioModel *model) : view(model, model->deviceMonitor(), model->downloader())
+    {
+        view.resize(detailSize);
+    }
 
     template <typename T = QWidget> T *part(const char *name) const { return ::part<T>(view, name); }
     QString text(const char *name) const { return part<QLabel>(name)->text(); }
@@ -39,6 +42,7 @@ private slots:
     {
         ScreenStudio studio;
         Overview overview(studio.model());
+        ScreenStudio::render(&overview.view, QStringLiteral("overview-empty"));
         auto *catalogRow =
             qobject_cast<ActionRow *>(overview.part<PlainButton>("quickActionCatalog")->content());
         QCOMPARE(catalogRow->subtitle(), QStringLiteral("0 моделей в каталоге"));
@@ -97,6 +101,7 @@ private slots:
         QCOMPARE(overview.part<SymbolLabel>("firmwareCurrentNote")->text(),
                  QStringLiteral(
                      "Актуальная подписываемая сборка watchOS 10.6.1 (21U580) доступна только как OTA."));
+        ScreenStudio::render(&overview.view, QStringLiteral("overview-unsigned-firmware"));
 
         studio.chooseImage(QStringLiteral("local.ipsw"));
         QVERIFY(!overview.shows("downloadButton"));
@@ -109,10 +114,12 @@ private slots:
         ScreenStudio studio;
         Overview overview(studio.model());
         studio.loadCatalog();
+        studio.attachRecoveryWatch();
         studio.startStalledDownload();
         QVERIFY(overview.shows("downloadProgress"));
         QCOMPARE(overview.text("downloadPercent"), QStringLiteral("42%")); // cut, not rounded
         QVERIFY(!overview.part("downloadButton")->isEnabled());
+        ScreenStudio::render(&overview.view, QStringLiteral("overview-download-42"));
 
         overview.click("downloadCancelButton");
         QVERIFY(!studio.model()->downloader()->isDownloading());

@@ -6,13 +6,11 @@
 #include "support/FakeTools.h"
 #include "ui/Theme.h"
 
+#include <QApplication>
 #include <QCoroTask>
 #include <QDir>
 #include <QFile>
 #include <QImage>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QPainter>
 #include <QTest>
 #include <QWidget>
@@ -22,22 +20,6 @@ namespace {
 const QString catalogPath = QStringLiteral("/ios/watchOS/main.json");
 constexpr qint64 stalledImageSize = 1000;
 constexpr qint64 stalledImageSentBytes = 426;
-
-// One catalogue record with its single download.
-QJsonObject release(const QString &version, const QString &build, const QString &released,
-                    const QString &productType, bool isSigned, const QString &type, const QUrl &link,
-                    qint64 size)
-{
-    const QJsonObject source{
-        {QStringLiteral("type"), type},
-        {QStringLiteral("deviceMap"), QJsonArray{productType}},
-        {QStringLiteral("links"), QJsonArray{QJsonObject{{QStringLiteral("url"), link.toString()}}}},
-        {QStringLiteral("size"), size}};
-    return QJsonObject{
-        {QStringLiteral("version"), version},   {QStringLiteral("build"), build},
-        {QStringLiteral("released"), released}, {QStringLiteral("deviceMap"), QJsonArray{productType}},
-        {QStringLiteral("signed"), isSigned},   {QStringLiteral("sources"), QJsonArray{source}}};
-}
 
 void writeFile(const QString &path, const QByteArray &bytes)
 {
@@ -52,6 +34,7 @@ void writeFile(const QString &path, const QByteArray &bytes)
 ScreenStudio::ScreenStudio()
 {
     LocalHttpServer::trustTestCertificate();
+    Theme::applyDarkAppearance(*qApp); // the screens look as the application shows them
     m_model = std::make_unique<StudioModel>(m_catalogServer.url(catalogPath),
                                             QStringList{QStringLiteral("127.0.0.1")});
     // irecovery answers both the identification and the model-name table.
@@ -79,24 +62,21 @@ ScreenStudio::~ScreenStudio()
 
 void ScreenStudio::loadCatalog()
 {
-    const auto image = [this](const QString &name) { return m_imageServer.url(u'/' + name); };
-    const QString ipsw = QStringLiteral("ipsw");
-    const QJsonArray records{
-        release(QStringLiteral("8.8.1"), QStringLiteral("19U512"), QStringLiteral("2023-07-24"),
-                QStringLiteral("Watch3,1"), true, ipsw, image(QStringLiteral("Watch3,1_8.8.1_Restore.ipsw")),
-                3'140'000'000),
-        release(QStringLiteral("9.6.3"), QStringLiteral("20U502"), QStringLiteral("2024-01-22"),
-                QStringLiteral("Watch5,9"), false, ipsw, image(QStringLiteral("Watch5,9_9.6.3_Restore.ipsw")),
-                3'520'000'000),
-        release(QStringLiteral("10.2"), QStringLiteral("21S364"), QStringLiteral("2023-12-11"),
-                QStringLiteral("Watch6,1"), false, ipsw, image(QStringLiteral("Watch6,1_10.2_Restore.ipsw")),
-                3'870'000'000),
-        release(QStringLiteral("10.6.1"), QStringLiteral("21U580"), QStringLiteral("2024-09-16"),
-                QStringLiteral("Watch6,1"), true, QStringLiteral("ota"),
-                image(QStringLiteral("Watch6,1_10.6.1.zip")), 1'000'000),
-    };
-    m_catalogServer.setResponse(catalogPath,
-                                HttpResponse::ok(QJsonDocument(records).toJson(QJsonDocument::Compact)));
+    QByteArray records = R"([
+{"version":"8.8.1","build":"19U512","released":"2023-07-24","deviceMap":["Watch3,1"],"signed":true,
+ "sources":[{"type":"ipsw","deviceMap":["Watch3,1"],"size":3140000000,
+             "links":[{"url":"@/Watch3,1_8.8.1_Restore.ipsw"}]}]},
+{"version":"9.6.3","build":"20U502","released":"2024-01-22","deviceMap":["Watch5,9"],"signed":false,
+ "sources":[{"type":"ipsw","deviceMap":["Watch5,9"],"size":3520000000,
+             "links":[{"url":"@/Watch5,9_9.6.3_Restore.ipsw"}]}]},
+{"version":"10.2","build":"21S364","released":"2023-12-11","deviceMap":["Watch6,1"],"signed":false,
+ "sources":[{"type":"ipsw","deviceMap":["Watch6,1"],"size":3870000000,
+             "links":[{"url":"@/Watch6,1_10.2_Restore.ipsw"}]}]},
+{"version":"10.6.1","build":"21U580","released":"2024-09-16","deviceMap":["Watch6,1"],"signed":true,
+ "sources":[{"type":"ota","deviceMap":["Watch6,1"],"size":1000000,
+             "links":[{"url":"@/Watch6,1_10.6.1.zip"}]}]}])";
+    records.replace('@', m_imageServer.url(QString()).toString().toUtf8());
+    m_catalogServer.setResponse(catalogPath, HttpResponse::ok(records));
     QCoro::waitFor(m_model->refreshCatalog());
     QCOMPARE(m_model->firmware().size(), 3);
 }
@@ -190,7 +170,8 @@ void ScreenStudio::render(QWidget *screen, const QString &name)
     const QString folder = output + QStringLiteral("/render/screens");
     QDir().mkpath(folder);
     screen->show();
-    QCoreApplication::processEvents();
+    // A change to a screen already on show settles over a few rounds of layout requests.
+    QTest::qWait(100);
     for (const int scale : {1, 2}) {
         QImage image(screen->size() * scale, QImage::Format_ARGB32_Premultiplied);
         image.setDevicePixelRatio(scale);

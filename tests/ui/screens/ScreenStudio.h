@@ -41,7 +41,8 @@ public:
 
     StudioModel *model() const { return m_model.get(); }
 
-    // Renders a screen over the window backdrop at scale 1 and 2 into the test output folder.
+    // Renders a screen over the window backdrop at scale 1 and 2 into the test output folder, as
+    // render/screens/<name>@1x.png and @2x.png, for people to look at.
     static void render(QWidget *screen, const QString &name);
 
 private:
@@ -50,6 +51,9 @@ private:
     LocalHttpServer m_imageServer{LocalHttpServer::Transport::tls};
     std::unique_ptr<StudioModel> m_model;
 };
+
+// The window's detail column, where the screens are shown.
+inline constexpr QSize detailSize{870, 760};
 
 // A named part of a screen; a missing one ends the test, as every later check would be meaningless.
 template <typename T = QWidget> T *part(const QWidget &owner, const char *name)

@@ -213,7 +213,6 @@ void LocalHttpServer::handle(QTcpSocket *socket)
     }
     m_requests.append(request);
     respond(socket, request);
-    emit requestReceived();
 }
 
 void LocalHttpServer::respond(QTcpSocket *socket, const HttpRequest &request)

@@ -97,9 +97,6 @@ public:
     // Body bytes handed to sockets so far, over all connections; readable from any thread.
     qint64 bodyBytesSent() const { return m_bodyBytesSent; }
 
-signals:
-    void requestReceived();
-
 private:
     void handle(QTcpSocket *socket);
     void respond(QTcpSocket *socket, const HttpRequest &request);

@@ -3,6 +3,7 @@
 #include "download/CacheFileName.h"
 #include "support/TestFiles.h"
 
+#include <QDirIterator>
 #include <QStandardPaths>
 
 namespace {
@@ -15,14 +16,11 @@ const QString savingError = QStringLiteral("Ошибка сохранения");
 QStringList treeOf(const QString &folder)
 {
     QStringList entries;
-    const QDir root(folder);
-    for (const QFileInfo &info : root.entryInfoList(
-             QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name)) {
-        entries << info.fileName();
-        if (info.isDir())
-            for (const QString &inner : treeOf(info.filePath()))
-                entries << info.fileName() + u'/' + inner;
-    }
+    QDirIterator it(folder, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                    QDirIterator::Subdirectories);
+    while (it.hasNext())
+        entries << QDir(folder).relativeFilePath(it.next());
+    entries.sort();
     return entries;
 }
 

@@ -10,7 +10,6 @@ namespace {
 
 const QString refusal =
     QStringLiteral("Ссылка каталога не содержит допустимого имени файла, поэтому образ не загружается.");
-const QString savingError = QStringLiteral("Ошибка сохранения");
 
 // Every entry below `folder`, hidden ones included, as paths relative to it.
 QStringList treeOf(const QString &folder)
@@ -90,7 +89,7 @@ private slots:
         QVERIFY(!log->last->ok());
         QCOMPARE(log->last->failure().description(), refusal);
         QCOMPARE(h.manager.errorText(), std::optional<QString>(refusal));
-        QCOMPARE(h.manager.statusText(), savingError);
+        QCOMPARE(h.manager.statusText(), QStringLiteral("Ошибка сохранения"));
         QCOMPARE(h.manager.downloadedURL(), std::nullopt);
         QVERIFY(log->alwaysOnGuiThread);
 

@@ -30,16 +30,6 @@ qint64 heldBytes(const QUrl &url)
     return record ? record->held() : 0;
 }
 
-// The first percentage shown after `from` in the collected statuses, or -1.
-int firstPercentage(const QStringList &statuses, qsizetype from)
-{
-    for (qsizetype i = from; i < statuses.size(); ++i) {
-        if (statuses.at(i).startsWith(QStringLiteral("Загружено ")))
-            return statuses.at(i).mid(10).chopped(1).toInt();
-    }
-    return -1;
-}
-
 } // namespace
 
 class DownloadResumeTest : public QObject {
@@ -118,25 +108,25 @@ private slots:
         const qint64 sentAgain = h.server.bodyBytesSent() - sentBefore;
         QVERIFY2(sentAgain >= size - held && sentAgain <= size - held + 4 * mebibyte,
                  qPrintable(QStringLiteral("%1 sent again, %2 held").arg(sentAgain).arg(held)));
-        QVERIFY(firstPercentage(h.statuses, statusesBefore) >= int(held * 100 / size));
+        // Progress counts the held bytes from the start.
+        const QStringList shown = h.statuses.mid(statusesBefore).filter(QStringLiteral("Загружено "));
+        QVERIFY(!shown.isEmpty() && shown.first().mid(10).chopped(1).toInt() >= int(held * 100 / size));
     }
 
     // Held bytes that may not belong to the file served now are dropped, never mixed in.
     void startsAgainFromZeroWhenTheHeldBytesCannotBeTrusted_data()
     {
         QTest::addColumn<bool>("acceptsRanges");
-        QTest::addColumn<QByteArray>("etag");
-        QTest::addColumn<bool>("newBody");
+        QTest::addColumn<QByteArray>("etag"); // another tag than the first serves other bytes
         QTest::addColumn<qint64>("catalogueSizeChange");
-        QTest::newRow("server ignores ranges now") << false << firstTag << false << qint64(0);
-        QTest::newRow("ETag changed between attempts") << true << QByteArray("\"v2\"") << true << qint64(0);
-        QTest::newRow("catalogue size disagrees with the record") << true << firstTag << false << qint64(1);
+        QTest::newRow("server ignores ranges now") << false << firstTag << qint64(0);
+        QTest::newRow("ETag changed between attempts") << true << QByteArray("\"v2\"") << qint64(0);
+        QTest::newRow("catalogue size disagrees with the record") << true << firstTag << qint64(1);
     }
     void startsAgainFromZeroWhenTheHeldBytesCannotBeTrusted()
     {
         QFETCH(bool, acceptsRanges);
         QFETCH(QByteArray, etag);
-        QFETCH(bool, newBody);
         QFETCH(qint64, catalogueSizeChange);
         DownloadTestHarness h(LocalHttpServer::Transport::tls);
         const QByteArray body = patternBody(3 * mebibyte);
@@ -149,7 +139,7 @@ private slots:
         QVERIFY(heldBytes(firmware.downloadURL) > 0);
 
         QByteArray second = body;
-        if (newBody)
+        if (etag != firstTag)
             std::reverse(second.begin(), second.end());
         HttpResponse response = rangedResponse(second, etag);
         response.acceptRanges = acceptsRanges;

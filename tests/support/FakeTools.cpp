@@ -14,11 +14,6 @@ QByteArray shellQuoted(const QString &path)
     return '\'' + quoted + '\'';
 }
 
-QByteArray seconds(double value)
-{
-    return QByteArray::number(value, 'f', 3);
-}
-
 QByteArray readRecord(const QString &path)
 {
     QFile file(path);
@@ -33,7 +28,7 @@ QString FakeTools::write(const QString &absolutePath, const FakeToolBehaviour &b
 
     QByteArray script = "#!/bin/sh\n";
     if (behaviour.secondsBeforeOutput > 0)
-        script += "sleep " + seconds(behaviour.secondsBeforeOutput) + "\n";
+        script += "sleep " + QByteArray::number(behaviour.secondsBeforeOutput, 'f', 3) + "\n";
     script += "echo run >> " + shellQuoted(absolutePath + QStringLiteral(".runs")) + "\n";
     script += ": > " + shellQuoted(absolutePath + QStringLiteral(".args")) + "\n";
     script += "for argument in \"$@\"; do printf '%s\\0' \"$argument\" >> " +
@@ -43,7 +38,7 @@ QString FakeTools::write(const QString &absolutePath, const FakeToolBehaviour &b
         const QString chunkPath = absolutePath + QStringLiteral(".out%1").arg(i);
         writeFile(chunkPath, behaviour.chunks.at(i));
         if (i > 0 && behaviour.secondsBetweenChunks > 0)
-            script += "sleep " + seconds(behaviour.secondsBetweenChunks) + "\n";
+            script += "sleep " + QByteArray::number(behaviour.secondsBetweenChunks, 'f', 3) + "\n";
         script += "cat " + shellQuoted(chunkPath) + "\n";
     }
     script += behaviour.extraShell + "\n";

@@ -18,19 +18,6 @@ namespace {
 
 constexpr qint64 chunkSize = 256 * 1024;
 
-QByteArray reasonPhrase(int status)
-{
-    switch (status) {
-    case 200: return "OK";
-    case 206: return "Partial Content";
-    case 302: return "Found";
-    case 304: return "Not Modified";
-    case 404: return "Not Found";
-    case 500: return "Internal Server Error";
-    default: return "Status";
-    }
-}
-
 // Streams one response body to its socket, a chunk whenever the previous one has been written,
 // so even a large file never sits in memory whole.
 class BodyWriter final : public QObject {
@@ -43,9 +30,6 @@ public:
     {
         if (response.stallAfterBytes)
             m_limit = qMin(m_limit, *response.stallAfterBytes);
-        if (response.abortAfterBytes)
-            m_limit = qMin(m_limit, *response.abortAfterBytes);
-        m_drop = response.abortAfterBytes.has_value();
         if (!response.bodyFile.isEmpty()) {
             m_file.setFileName(response.bodyFile);
             m_file.open(QIODevice::ReadOnly);
@@ -63,10 +47,7 @@ public:
             qint64 length = qMin(chunkSize, m_limit - m_sent);
             if (m_response.dropAfterTotalBytes) {
                 length = qMin(length, *m_response.dropAfterTotalBytes - *m_pathSent);
-                if (length <= 0) {
-                    m_limit = m_sent;
-                    m_closeEarly = true;
-                }
+                m_closeEarly = length <= 0;
             }
             if (m_response.bytesPerSecond > 0) {
                 const qint64 allowed = m_response.bytesPerSecond * m_clock.elapsed() / 1000 - m_sent;
@@ -95,15 +76,11 @@ public:
         if (m_socket->bytesToWrite() > 0)
             return;
         m_finished = true;
-        if (m_response.stallAfterBytes && !m_drop)
-            return; // keep the connection open and silent
         // Later: a TLS socket must not be torn down inside its own signal. An early close is
         // in order, so the client has every byte sent before the end arrives early.
         if (m_closeEarly)
             QMetaObject::invokeMethod(m_socket, &QTcpSocket::disconnectFromHost, Qt::QueuedConnection);
-        else if (m_drop)
-            QMetaObject::invokeMethod(m_socket, &QTcpSocket::abort, Qt::QueuedConnection);
-        else
+        else if (!m_response.stallAfterBytes) // a stalled connection stays open and silent
             m_socket->disconnectFromHost();
     }
 
@@ -118,19 +95,9 @@ private:
     QElapsedTimer m_clock;
     qint64 m_sent = 0;
     bool m_finished = false;
-    bool m_drop = false;
     bool m_closeEarly = false;
     bool m_waiting = false;
 };
-
-QByteArray responseHeader(const HttpResponse &response, const QByteArray &name)
-{
-    for (const auto &[key, value] : response.headers) {
-        if (key.compare(name, Qt::CaseInsensitive) == 0)
-            return value;
-    }
-    return {};
-}
 
 // The one range "bytes=A-B" or "bytes=A-" asked for, clipped to the body; nothing when the
 // request asks for none, several, or one outside the body.
@@ -246,7 +213,6 @@ void LocalHttpServer::handle(QTcpSocket *socket)
     }
     m_requests.append(request);
     respond(socket, request);
-    emit requestReceived();
 }
 
 void LocalHttpServer::respond(QTcpSocket *socket, const HttpRequest &request)
@@ -263,8 +229,8 @@ void LocalHttpServer::respond(QTcpSocket *socket, const HttpRequest &request)
     if (response.acceptRanges && status == 200) {
         head += "Accept-Ranges: bytes\r\n";
         const QByteArray guard = request.header("if-range");
-        const bool current = guard.isEmpty() || guard == responseHeader(response, "ETag") ||
-                             guard == responseHeader(response, "Last-Modified");
+        const bool current = guard.isEmpty() || guard == headerValue(response.headers, "etag") ||
+                             guard == headerValue(response.headers, "last-modified");
         const auto range = requestedRange(request.header("range"), total);
         if (range && current) {
             status = 206;
@@ -274,8 +240,8 @@ void LocalHttpServer::respond(QTcpSocket *socket, const HttpRequest &request)
                     QByteArray::number(range->second) + '/' + QByteArray::number(total) + "\r\n";
         }
     }
-    head.prepend("HTTP/1.1 " + QByteArray::number(status) + ' ' + reasonPhrase(status) +
-                 "\r\nConnection: close\r\n");
+    // Clients go by the code alone; the reason phrase is free text.
+    head.prepend("HTTP/1.1 " + QByteArray::number(status) + " Status\r\nConnection: close\r\n");
     if (!response.omitContentLength)
         head += "Content-Length: " + QByteArray::number(count) + "\r\n";
     for (const auto &[name, value] : response.headers)

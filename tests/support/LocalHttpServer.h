@@ -14,24 +14,34 @@
 class QTcpServer;
 class QTcpSocket;
 
+using HttpHeaders = QList<std::pair<QByteArray, QByteArray>>;
+
+// The first value of the header `name`, in any case; empty when there is none.
+inline QByteArray headerValue(const HttpHeaders &headers, const QByteArray &name)
+{
+    for (const auto &[key, value] : headers) {
+        if (key.compare(name, Qt::CaseInsensitive) == 0)
+            return value;
+    }
+    return {};
+}
+
 // How the server answers one path.
 struct HttpResponse {
     int status = 200;
     QByteArray body;
     // Serve this file's bytes instead of `body` (for large files), streamed in chunks.
     QString bodyFile;
-    QList<std::pair<QByteArray, QByteArray>> headers;
+    HttpHeaders headers;
     // Leave out Content-Length and end the body by closing the connection.
     bool omitContentLength = false;
     // Send only this many body bytes, then keep the connection open without sending more.
     std::optional<qint64> stallAfterBytes;
-    // Send only this many body bytes, then drop the connection (an interrupted transfer).
-    std::optional<qint64> abortAfterBytes;
     // Answer "Range: bytes=A-B" (or "A-") with 206 and that part, unless an If-Range names
     // another validator than this response's ETag or Last-Modified header.
     bool acceptRanges = false;
     // Once this many body bytes of the path have been sent over all its connections (since the
-    // response was set), every connection of it closes early, in order.
+    // response was set), every connection of it closes early, in order (an interrupted transfer).
     std::optional<qint64> dropAfterTotalBytes;
     // Limits each connection to this many body bytes a second (0: as fast as possible).
     qint64 bytesPerSecond = 0;
@@ -55,18 +65,10 @@ struct HttpResponse {
 // One request as the server received it.
 struct HttpRequest {
     QByteArray method;
-    QByteArray path;                                  // with the query, as sent
-    QList<std::pair<QByteArray, QByteArray>> headers; // names lower-cased, in arrival order
+    QByteArray path;     // with the query, as sent
+    HttpHeaders headers; // names lower-cased, in arrival order
 
-    // The first value of the header `name` (lower case); empty when it was not sent.
-    QByteArray header(const QByteArray &name) const
-    {
-        for (const auto &[key, value] : headers) {
-            if (key == name)
-                return value;
-        }
-        return {};
-    }
+    QByteArray header(const QByteArray &name) const { return headerValue(headers, name); }
 };
 
 // A real HTTP/1.1 server on 127.0.0.1 for tests and benchmarks: answers each request by its
@@ -94,9 +96,6 @@ public:
     const QList<HttpRequest> &requests() const { return m_requests; }
     // Body bytes handed to sockets so far, over all connections; readable from any thread.
     qint64 bodyBytesSent() const { return m_bodyBytesSent; }
-
-signals:
-    void requestReceived();
 
 private:
     void handle(QTcpSocket *socket);

@@ -85,11 +85,6 @@ bool sortKeyPrecedes(const QList<qint64> &a, const QList<qint64> &b)
     return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end());
 }
 
-bool textPrecedes(const QString &a, const QString &b)
-{
-    return scalarsPrecede(ComparableText(a), ComparableText(b));
-}
-
 QList<qsizetype> dateRanks(const QList<QString> &dates)
 {
     // Each distinct text is prepared once and the distinct texts are sorted once.
@@ -123,15 +118,6 @@ QList<qsizetype> dateRanks(const QList<QString> &dates)
     for (const qsizetype index : std::as_const(indexOfDate))
         ranks.append(rankOfDistinct.at(index));
     return ranks;
-}
-
-void orderByReleaseDate(QList<FirmwareCandidate> &candidates)
-{
-    QList<ComparableText> keys;
-    keys.reserve(candidates.size());
-    for (const FirmwareCandidate &candidate : candidates)
-        keys << ComparableText(candidate.released);
-    stableOrderByKeys(candidates, keys, scalarsPrecede);
 }
 
 void orderByLinkPreference(QList<AppleDBLink> &links)

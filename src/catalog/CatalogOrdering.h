@@ -2,7 +2,6 @@
 
 #include "app/WatchFirmware.h"
 #include "catalog/AppleDBRecords.h"
-#include "catalog/FirmwareCandidate.h"
 
 #include <QList>
 #include <QStringView>
@@ -18,20 +17,13 @@ QList<qint64> productSortKey(QStringView productType);
 // Element by element; a key that is a prefix of the other precedes it.
 bool sortKeyPrecedes(const QList<qint64> &a, const QList<qint64> &b);
 
-// Text order by Unicode scalar values after canonical composition; for the catalogue's ASCII
-// dates this is byte order, and the empty text comes first.
-bool textPrecedes(const QString &a, const QString &b);
-
-// For each date, its place among the distinct dates in text order (0 for the first), so that
+// For each date, its place among the distinct dates in text order (0 for the first; Unicode
+// scalar values after canonical composition, which is byte order for ASCII dates), so that
 // two dates compare as two integers afterwards: a model offered by many releases, or many times
 // by one release with a long date, costs a comparison of integers per offer, not of texts. Texts
 // that are equal after canonical composition share a place.
 QList<qsizetype> dateRanks(const QList<QString> &dates);
 
-// Ascending by release date, so the latest date is last and, among equal dates, the candidate
-// that came last in the catalogue. The reduction picks that last candidate in a single pass
-// with dateRanks instead of sorting each model's list.
-void orderByReleaseDate(QList<FirmwareCandidate> &candidates);
 // Links marked preferred first, otherwise in catalogue order.
 void orderByLinkPreference(QList<AppleDBLink> &links);
 // Ascending by product sort key: Watch1,1 … Watch6,2 … Watch6,14 … Watch7,1.

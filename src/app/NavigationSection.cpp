@@ -16,15 +16,6 @@ QString rawValue(NavigationSection section)
     return {};
 }
 
-std::optional<NavigationSection> fromRawValue(const QString &raw)
-{
-    for (NavigationSection section : allCases()) {
-        if (rawValue(section) == raw)
-            return section;
-    }
-    return std::nullopt;
-}
-
 QList<NavigationSection> allCases()
 {
     return {NavigationSection::overview, NavigationSection::catalog, NavigationSection::restore,

@@ -15,8 +15,6 @@ inline QString id(NavigationSection section)
 {
     return rawValue(section);
 }
-// Exact match on one of the four titles; anything else yields no section.
-std::optional<NavigationSection> fromRawValue(const QString &raw);
 // In sidebar order.
 QList<NavigationSection> allCases();
 QString symbolName(NavigationSection section);

@@ -119,13 +119,6 @@ bool has(const QString &sfName)
     return renderer(sfName) != nullptr;
 }
 
-QStringList allNames()
-{
-    QStringList names = table().keys();
-    names.sort();
-    return names;
-}
-
 QIcon icon(const QString &sfName, const QColor &tint)
 {
     return QIcon(new TintedIconEngine(sfName, tint));

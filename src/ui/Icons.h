@@ -15,8 +15,6 @@ class QRectF;
 namespace Icons {
 
 bool has(const QString &sfName);
-// Every name the table resolves, sorted.
-QStringList allNames();
 
 QIcon icon(const QString &sfName, const QColor &tint);
 // A pixmap of the logical size rendered at the device pixel ratio, so it stays crisp.

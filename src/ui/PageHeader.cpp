@@ -60,18 +60,3 @@ void PageHeader::setAction(QWidget *action)
     if (action)
         m_row->addWidget(action, 0, Qt::AlignVCenter);
 }
-
-QString PageHeader::eyebrowText() const
-{
-    return m_eyebrow->text();
-}
-
-QString PageHeader::titleText() const
-{
-    return m_title->text();
-}
-
-QString PageHeader::subtitleText() const
-{
-    return m_subtitle->text();
-}

@@ -24,11 +24,6 @@ public:
     void setAction(QWidget *action);
     QWidget *action() const { return m_action; }
 
-    // What is on screen, for tests and accessibility.
-    QString eyebrowText() const;
-    QString titleText() const;
-    QString subtitleText() const;
-
 private:
     QHBoxLayout *m_row;
     QLabel *m_eyebrow;

@@ -20,14 +20,6 @@ StudioBrandIcon::StudioBrandIcon(int size, QWidget *parent) : QWidget(parent), m
 
 StudioBrandIcon::~StudioBrandIcon() = default;
 
-void StudioBrandIcon::setSide(int size)
-{
-    m_side = size;
-    setFixedSize(size, size);
-    loadImage();
-    update();
-}
-
 QSize StudioBrandIcon::sizeHint() const
 {
     return {m_side, m_side};

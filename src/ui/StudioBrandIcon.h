@@ -14,7 +14,6 @@ public:
     ~StudioBrandIcon() override;
 
     int side() const { return m_side; }
-    void setSide(int size);
     // True when the bundled picture was found and loaded, false when the fallback is drawn.
     bool showsBundleImage() const { return !m_image.isNull(); }
 

@@ -56,12 +56,6 @@ void SymbolLabel::setTextColor(const QColor &color)
     Theme::styleText(m_text, m_text->font(), color);
 }
 
-void SymbolLabel::setTextFont(const QFont &font)
-{
-    Theme::styleText(m_text, font, m_textColor);
-    m_symbol->setFontSize(font.pixelSize());
-}
-
 void SymbolLabel::setSpacing(int spacing)
 {
     layout()->setSpacing(spacing);
@@ -85,9 +79,4 @@ QString SymbolLabel::symbol() const
 QString SymbolLabel::text() const
 {
     return m_text->text();
-}
-
-QColor SymbolLabel::symbolColor() const
-{
-    return m_symbol->tint();
 }

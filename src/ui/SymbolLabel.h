@@ -23,14 +23,12 @@ public:
     void setColor(const QColor &color);
     void setSymbolColor(const QColor &color);
     void setTextColor(const QColor &color);
-    void setTextFont(const QFont &font);
     void setSpacing(int spacing);
     void setWordWrap(bool wrap);
     void setTextSelectable(bool selectable);
 
     QString symbol() const;
     QString text() const;
-    QColor symbolColor() const;
     QColor textColor() const { return m_textColor; }
 
 private:

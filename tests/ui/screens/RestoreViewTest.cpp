@@ -104,14 +104,13 @@ private slots:
         studio.chooseImage(QStringLiteral("watchOS_10.ipsw"));
         RestoreManager *manager = studio.model()->restoreManager();
 
-        studio.installSlowValidationTool();
+        studio.installRestoreTool(true, 0, true);
         auto validation = manager->validate(*studio.model()->selectedIPSW(), QStringLiteral("Watch6,1"));
         QVERIFY(manager->isValidating());
         QVERIFY(!restore.canStart());
         QVERIFY(QCoro::waitFor(std::move(validation)));
         QVERIFY(restore.canStart());
 
-        studio.installRestoreTool(true);
         studio.startRestore();
         QVERIFY(shows(restore.view, "stopRestoreButton"));
         QVERIFY(!shows(restore.view, "startRestoreButton"));

@@ -91,6 +91,31 @@ public:
         m_model->chooseManualIPSW();
     }
 
+    // The restore tool: its image check vouches for the Series 6, after a moment when `slowCheck`;
+    // the restore prints two lines, then succeeds, or waits until interrupted.
+    void installRestoreTool(bool waitForInterrupt, bool slowCheck = false)
+    {
+        FakeToolBehaviour tool;
+        tool.extraShell = QByteArray("case \"$1\" in\n--ipsw-info) ") + (slowCheck ? "sleep 0.3; " : "") +
+                          "printf 'Supported Product Types: Watch6,1\\n';;\n"
+                          "*) printf 'Extracting filesystem\\nSending RestoreFirmware\\n'" +
+                          (waitForInterrupt ? "; exec sleep 60;;\n" : ";;\n") + "esac";
+        FakeTools::write(paths.tool(QStringLiteral("bin/idevicerestore")), tool);
+    }
+
+    // Restores the attached watch from the selected image.
+    void startRestore()
+    {
+        const auto watch = m_model->deviceMonitor()->connectedWatch();
+        QVERIFY(watch.has_value());
+        QCoro::waitFor(m_model->restoreManager()->startRestore(m_model->selectedIPSW(), *watch));
+    }
+
+    QStringList restoreToolArguments() const
+    {
+        return FakeTools::recordedArguments(paths.tool(QStringLiteral("bin/idevicerestore")));
+    }
+
     QStringList logLines() const
     {
         return m_model->restoreManager()->logText().split(u'\n', Qt::SkipEmptyParts);

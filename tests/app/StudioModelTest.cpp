@@ -230,11 +230,7 @@ private slots:
         Studio studio;
         const QByteArray image = "a full restore image for the Series 6";
         studio.serve({{"Watch6,1", "10.0.2", "21R371", image}});
-        FakeToolBehaviour idevicerestore;
-        idevicerestore.extraShell = "case \"$1\" in --ipsw-info) printf 'Product Version: 10.0.2   Build: "
-                                    "21R371\\nSupported Product Types: Watch6,1 Watch6,2\\n';; *) printf "
-                                    "'Sending iBEC\\n[==========] 100%%\\nDONE\\n';; esac";
-        FakeTools::write(studio.paths.tool(QStringLiteral("bin/idevicerestore")), idevicerestore);
+        studio.installRestoreTool(false);
         studio.attachRecoveryWatch();
         StudioModel &model = *studio.model();
 
@@ -245,31 +241,29 @@ private slots:
         const QString imagePath = studio.cachedPath("Watch6,1_10.0.2_Restore.ipsw");
         QTRY_COMPARE(model.selectedIPSW(), std::optional(imagePath));
 
-        RestoreManager &restore = *model.restoreManager();
-        QCoro::waitFor(restore.startRestore(model.selectedIPSW(), *model.deviceMonitor()->connectedWatch()));
-        QTRY_VERIFY_WITH_TIMEOUT(restore.completedSuccessfully(), 10000);
-        QVERIFY(!restore.isRestoring());
+        studio.startRestore();
+        QTRY_VERIFY_WITH_TIMEOUT(model.restoreManager()->completedSuccessfully(), 10000);
+        QVERIFY(!model.restoreManager()->isRestoring());
 
         const QStringList lines = studio.logLines();
         QCOMPARE(lines.mid(0, 2), (QStringList{readyLine, QStringLiteral("Каталог обновлён: 1 моделей.")}));
-        QCOMPARE(lines.mid(2, 5), (QStringList{QStringLiteral("Прошивка готова: ") + imagePath,
+        QCOMPARE(lines.mid(2, 4), (QStringList{QStringLiteral("Прошивка готова: ") + imagePath,
                                                QStringLiteral("Проверка Watch6,1_10.0.2_Restore.ipsw…"),
-                                               QStringLiteral("Product Version: 10.0.2   Build: 21R371"),
-                                               QStringLiteral("Supported Product Types: Watch6,1 Watch6,2"),
+                                               QStringLiteral("Supported Product Types: Watch6,1"),
                                                QStringLiteral("Совместимость подтверждена: Watch6,1.")}));
-        QVERIFY(lines.at(7).startsWith(
+        QVERIFY(lines.at(6).startsWith(
             QStringLiteral("Запуск восстановления. Журнал: ") +
             QDir(studio.paths.applicationSupport()).filePath("Corvalin Studio/Logs/restore-")));
-        QCOMPARE(lines.mid(8),
-                 (QStringList{QStringLiteral("Транспорт: libimobiledevice Recovery/DFU."),
-                              QStringLiteral("Sending iBEC"), QStringLiteral("[==========] 100%"),
-                              QStringLiteral("DONE"), QStringLiteral("Восстановление завершено успешно.")}));
-        const QString restoreTool = studio.paths.tool(QStringLiteral("bin/idevicerestore"));
-        const QString logFile = lines.at(7).section(QStringLiteral("Журнал: "), 1);
-        QCOMPARE(FakeTools::recordedArguments(restoreTool),
+        QCOMPARE(lines.mid(7), (QStringList{QStringLiteral("Транспорт: libimobiledevice Recovery/DFU."),
+                                            QStringLiteral("Extracting filesystem"),
+                                            QStringLiteral("Sending RestoreFirmware"),
+                                            QStringLiteral("Восстановление завершено успешно.")}));
+        const QString logFile = lines.at(6).section(QStringLiteral("Журнал: "), 1);
+        QCOMPARE(studio.restoreToolArguments(),
                  (QStringList{"--erase", "--plain-progress", "--cache-path", ToolLocator::cacheDirectory(),
                               "--logfile=" + logFile, imagePath}));
-        const QProcessEnvironment environment = FakeTools::recordedEnvironment(restoreTool);
+        const QProcessEnvironment environment =
+            FakeTools::recordedEnvironment(studio.paths.tool(QStringLiteral("bin/idevicerestore")));
         QCOMPARE(environment.value(QStringLiteral("LC_ALL")), QStringLiteral("C"));
         QVERIFY(environment.value(ToolLocator::librarySearchVariable()).startsWith(studio.paths.tool("lib")));
     }

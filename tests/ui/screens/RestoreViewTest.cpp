@@ -104,7 +104,7 @@ private slots:
         studio.chooseImage(QStringLiteral("watchOS_10.ipsw"));
         RestoreManager *manager = studio.model()->restoreManager();
 
-        studio.installRestoreTool(true, 0, true);
+        studio.installRestoreTool(true, true);
         auto validation = manager->validate(*studio.model()->selectedIPSW(), QStringLiteral("Watch6,1"));
         QVERIFY(manager->isValidating());
         QVERIFY(!restore.canStart());
@@ -166,7 +166,7 @@ private slots:
     {
         ScreenStudio studio;
         studio.attachRecoveryWatch();
-        studio.installRestoreTool(false, 0);
+        studio.installRestoreTool(false);
         studio.chooseImage(QStringLiteral("first.ipsw"));
         Sheet sheet(studio.model());
         sheet.type(QStringLiteral("ПРОШИТЬ"));

@@ -56,32 +56,6 @@ void ScreenStudio::startStalledDownload()
     QTRY_COMPARE(model()->downloader()->progress(), double(stalledImageSentBytes) / stalledImageSize);
 }
 
-void ScreenStudio::installRestoreTool(bool waitForInterrupt, int exitStatus, bool slowCheck)
-{
-    FakeToolBehaviour tool;
-    tool.extraShell = "case \"$1\" in\n"
-                      "--ipsw-info) " +
-                      (slowCheck ? QByteArray("sleep 0.3; ") : QByteArray()) +
-                      "printf 'Supported Product Types: Watch6,1\\n';;\n"
-                      "*) printf 'Extracting filesystem\\n'; printf 'Sending RestoreFirmware\\n';" +
-                      (waitForInterrupt ? QByteArray(" exec sleep 60;;\n")
-                                        : " exit " + QByteArray::number(exitStatus) + ";;\n") +
-                      "esac";
-    FakeTools::write(paths.tool(QStringLiteral("bin/idevicerestore")), tool);
-}
-
-void ScreenStudio::startRestore()
-{
-    const auto watch = model()->deviceMonitor()->connectedWatch();
-    QVERIFY(watch.has_value());
-    QCoro::waitFor(model()->restoreManager()->startRestore(model()->selectedIPSW(), *watch));
-}
-
-QStringList ScreenStudio::restoreToolArguments() const
-{
-    return FakeTools::recordedArguments(paths.tool(QStringLiteral("bin/idevicerestore")));
-}
-
 void ScreenStudio::render(QWidget *screen, const QString &name)
 {
     const QString output = qEnvironmentVariable("CORVALIN_TEST_OUTPUT");

@@ -19,12 +19,6 @@ public:
     // Starts downloading Watch3,1, whose image stalls after 42.6 % of its bytes.
     void startStalledDownload();
 
-    // The restore tool: validation succeeds for Watch6,1, after a moment when `slowCheck`; the
-    // restore prints two lines, then waits until interrupted, or exits with the status at once.
-    void installRestoreTool(bool waitForInterrupt, int exitStatus = 0, bool slowCheck = false);
-    void startRestore();
-    QStringList restoreToolArguments() const;
-
     // Renders a screen over the window backdrop at scale 1 and 2 into the test output folder, as
     // render/screens/<name>@1x.png and @2x.png, for people to look at.
     static void render(QWidget *screen, const QString &name);

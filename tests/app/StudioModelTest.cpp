@@ -3,9 +3,6 @@
 #include "tools/ToolLocator.h"
 
 #include <QCryptographicHash>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QSignalSpy>
 #include <QStandardPaths>
 
@@ -25,29 +22,22 @@ class Studio : public StudioFixture {
 public:
     void serve(const QList<Release> &releases)
     {
-        QJsonArray records;
+        QStringList records;
         for (const Release &release : releases) {
             const QString file =
                 release.productType + u'_' + release.version + QStringLiteral("_Restore.ipsw");
             imageServer.setResponse(u'/' + file, HttpResponse::ok(release.image));
-            const QJsonObject source{
-                {QStringLiteral("type"), QStringLiteral("ipsw")},
-                {QStringLiteral("deviceMap"), QJsonArray{release.productType}},
-                {QStringLiteral("links"), QJsonArray{QJsonObject{{QStringLiteral("url"), "@/" + file}}}},
-                {QStringLiteral("hashes"),
-                 QJsonObject{
-                     {QStringLiteral("sha2-256"),
-                      QString::fromLatin1(
-                          QCryptographicHash::hash(release.image, QCryptographicHash::Sha256).toHex())}}},
-                {QStringLiteral("size"), release.image.size()}};
-            records.append(QJsonObject{{QStringLiteral("version"), release.version},
-                                       {QStringLiteral("build"), release.build},
-                                       {QStringLiteral("released"), QStringLiteral("2023-09-18")},
-                                       {QStringLiteral("deviceMap"), QJsonArray{release.productType}},
-                                       {QStringLiteral("signed"), true},
-                                       {QStringLiteral("sources"), QJsonArray{source}}});
+            const QByteArray digest =
+                QCryptographicHash::hash(release.image, QCryptographicHash::Sha256).toHex();
+            records << QStringLiteral(
+                           R"({"version":"%1","build":"%2","released":"2023-09-18","deviceMap":["%3"],)"
+                           R"("signed":true,"sources":[{"type":"ipsw","deviceMap":["%3"],"size":%4,)"
+                           R"("hashes":{"sha2-256":"%5"},"links":[{"url":"@/%6"}]}]})")
+                           .arg(release.version, release.build, release.productType)
+                           .arg(release.image.size())
+                           .arg(QString::fromLatin1(digest), file);
         }
-        serveCatalog(QJsonDocument(records).toJson(QJsonDocument::Compact));
+        serveCatalog('[' + records.join(u',').toUtf8() + ']');
     }
 };
 

@@ -59,26 +59,6 @@ QByteArray listingOf(const QByteArray &ecid, const QByteArray &deviceType)
            ":{\"ECID\":" + quoted + type + "}},\"Type\":\"CommandOutput\"}\n";
 }
 
-// The built companion, copied into the tools folder of a test tree: it finds the tools placed
-// beside it there, fake or real, and the application finds it where it looks on Linux.
-//
-// The companion finds the application's cache and logs folders as the application does, from
-// HOME and the XDG variables; they are pointed at the tree's Downloads and Application Support
-// folders for this test process, and so for every companion it starts, directly or through the
-// application.
-QString installCompanion(TestPaths &paths)
-{
-    const QString target = paths.tool(QStringLiteral("bin/cfgutil"));
-    if (!QFile::copy(QStringLiteral(CORVALIN_CFGUTIL), target))
-        qFatal("cannot copy the companion from %s", CORVALIN_CFGUTIL);
-    paths.setConfiguratorTool(target);
-
-    qputenv("HOME", paths.root().toLocal8Bit());
-    qputenv("XDG_DATA_HOME", paths.applicationSupport().toLocal8Bit());
-    qputenv("XDG_CONFIG_HOME", QDir(paths.root()).filePath(QStringLiteral(".config")).toLocal8Bit());
-    return target;
-}
-
 } // namespace
 
 class CfgutilCompanionTest : public QObject {
@@ -98,10 +78,19 @@ private:
     }
 
 private slots:
+    // The built companion, copied into the tools folder of a test tree: it finds the tools placed
+    // beside it there, fake or real, and the application finds it where it looks on Linux. It
+    // finds the application's cache and logs folders as the application does, from HOME and the
+    // XDG variables, pointed here at the tree's Downloads and Application Support folders.
     void init()
     {
         m_paths = std::make_unique<TestPaths>();
-        m_companion = installCompanion(*m_paths);
+        m_companion = m_paths->tool(QStringLiteral("bin/cfgutil"));
+        QVERIFY(QFile::copy(QStringLiteral(CORVALIN_CFGUTIL), m_companion));
+        m_paths->setConfiguratorTool(m_companion);
+        qputenv("HOME", m_paths->root().toLocal8Bit());
+        qputenv("XDG_DATA_HOME", m_paths->applicationSupport().toLocal8Bit());
+        qputenv("XDG_CONFIG_HOME", QDir(m_paths->root()).filePath(QStringLiteral(".config")).toLocal8Bit());
     }
     void cleanup() { m_paths.reset(); }
 

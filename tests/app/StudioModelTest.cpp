@@ -1,24 +1,10 @@
-#include "app/StudioModel.h"
-#include "device/DeviceMonitor.h"
-#include "device/FakeUsbBus.h"
+#include "StudioFixture.h"
 #include "download/DownloadManager.h"
-#include "restore/RestoreManager.h"
-#include "support/FakeTools.h"
-#include "support/LocalHttpServer.h"
-#include "support/TestFiles.h"
-#include "support/TestPaths.h"
 #include "tools/ToolLocator.h"
 
-#include <QCoroTask>
 #include <QCryptographicHash>
-#include <QDir>
-#include <QFile>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QSignalSpy>
 #include <QStandardPaths>
-#include <QTest>
 
 namespace {
 
@@ -31,91 +17,28 @@ struct Release {
     QByteArray image = "image bytes";
 };
 
-// A catalogue with one full image per release; every link points at the image server.
-QByteArray catalogue(const QList<Release> &releases, const LocalHttpServer &images)
-{
-    QJsonArray records;
-    for (const Release &release : releases) {
-        const QString file = release.productType + u'_' + release.version + QStringLiteral("_Restore.ipsw");
-        const QJsonObject link{{QStringLiteral("url"), images.url(u'/' + file).toString()}};
-        const QJsonObject source{
-            {QStringLiteral("type"), QStringLiteral("ipsw")},
-            {QStringLiteral("deviceMap"), QJsonArray{release.productType}},
-            {QStringLiteral("links"), QJsonArray{link}},
-            {QStringLiteral("hashes"),
-             QJsonObject{{QStringLiteral("sha2-256"),
-                          QString::fromLatin1(
-                              QCryptographicHash::hash(release.image, QCryptographicHash::Sha256).toHex())}}},
-            {QStringLiteral("size"), release.image.size()}};
-        records.append(QJsonObject{{QStringLiteral("version"), release.version},
-                                   {QStringLiteral("build"), release.build},
-                                   {QStringLiteral("released"), QStringLiteral("2023-09-18")},
-                                   {QStringLiteral("deviceMap"), QJsonArray{release.productType}},
-                                   {QStringLiteral("signed"), true},
-                                   {QStringLiteral("sources"), QJsonArray{source}}});
-    }
-    return QJsonDocument(records).toJson(QJsonDocument::Compact);
-}
-
-// The servers, the tools folder and one model, as the application would have them.
-class Studio {
+// One full image per release, each served from the image server under its own name.
+class Studio : public StudioFixture {
 public:
-    Studio()
-    {
-        LocalHttpServer::trustTestCertificate();
-        model = std::make_unique<StudioModel>(catalogServer.url(QStringLiteral("/ios/watchOS/main.json")),
-                                              QStringList{QStringLiteral("127.0.0.1")});
-        // The real checksum tool, reached through the test's system folder.
-        FakeToolBehaviour shasum;
-        shasum.extraShell = "exec /usr/bin/shasum \"$@\"";
-        FakeTools::write(paths.shasum(), shasum);
-    }
-
     void serve(const QList<Release> &releases)
     {
-        catalogServer.setResponse(QStringLiteral("/ios/watchOS/main.json"),
-                                  HttpResponse::ok(catalogue(releases, imageServer)));
-        for (const Release &release : releases)
-            imageServer.setResponse(u'/' + release.productType + u'_' + release.version +
-                                        QStringLiteral("_Restore.ipsw"),
-                                    HttpResponse::ok(release.image));
+        QStringList records;
+        for (const Release &release : releases) {
+            const QString file =
+                release.productType + u'_' + release.version + QStringLiteral("_Restore.ipsw");
+            imageServer.setResponse(u'/' + file, HttpResponse::ok(release.image));
+            const QByteArray digest =
+                QCryptographicHash::hash(release.image, QCryptographicHash::Sha256).toHex();
+            records << QStringLiteral(
+                           R"({"version":"%1","build":"%2","released":"2023-09-18","deviceMap":["%3"],)"
+                           R"("signed":true,"sources":[{"type":"ipsw","deviceMap":["%3"],"size":%4,)"
+                           R"("hashes":{"sha2-256":"%5"},"links":[{"url":"@/%6"}]}]})")
+                           .arg(release.version, release.build, release.productType)
+                           .arg(release.image.size())
+                           .arg(QString::fromLatin1(digest), file);
+        }
+        serveCatalog('[' + records.join(u',').toUtf8() + ']');
     }
-
-    void refresh() { QCoro::waitFor(model->refreshCatalog()); }
-
-    // Puts a watch in Recovery on the bus and lets the monitor find it.
-    void attachWatch(const QString &productType)
-    {
-        attachUsbDevices(paths, {"1281"});
-        FakeToolBehaviour irecovery;
-        irecovery.extraShell =
-            "case \"$1\" in -q) printf 'MODE: Recovery\\nPRODUCT: " + productType.toUtf8() +
-            "\\nECID: 0x1A2B\\n';; esac";
-        FakeTools::write(paths.tool(QStringLiteral("bin/irecovery")), irecovery);
-        QCoro::waitFor(model->deviceMonitor()->poll());
-        QVERIFY(model->deviceMonitor()->connectedWatch().has_value());
-    }
-
-    QString cachedPath(const QString &fileName) const
-    {
-        return QDir(paths.downloads()).filePath(QStringLiteral("Corvalin Firmware/") + fileName);
-    }
-
-    void putInCache(const QString &fileName)
-    {
-        QDir().mkpath(QFileInfo(cachedPath(fileName)).absolutePath());
-        QVERIFY(writeFile(cachedPath(fileName)));
-    }
-
-    QStringList logLines() const
-    {
-        return model->restoreManager()->logText().split(u'\n', Qt::SkipEmptyParts);
-    }
-
-    TestPaths paths;
-    LocalHttpServer catalogServer;
-    LocalHttpServer imageServer{LocalHttpServer::Transport::tls};
-    std::unique_ptr<StudioModel> model;
 };
 
 QStringList productTypes(const QList<WatchFirmware> &list)
@@ -139,26 +62,26 @@ private slots:
         Studio studio;
         studio.serve({{"Watch2,3", "6.0", "17R1"}, {"Watch3,1", "8.0", "19R1"}, {"Watch3,2", "8.0", "19R1"}});
         studio.refresh();
-        QCOMPARE(productTypes(studio.model->firmware()), (QStringList{"Watch2,3", "Watch3,1", "Watch3,2"}));
-        QCOMPARE(studio.model->selectedFirmware()->productType, QStringLiteral("Watch3,1"));
+        QCOMPARE(productTypes(studio.model()->firmware()), (QStringList{"Watch2,3", "Watch3,1", "Watch3,2"}));
+        QCOMPARE(studio.model()->selectedFirmware()->productType, QStringLiteral("Watch3,1"));
 
         // A selection survives a refresh, even as a record of the previous list.
-        const WatchFirmware previous = studio.model->firmware().at(2);
-        studio.model->select(previous);
+        const WatchFirmware previous = studio.model()->firmware().at(2);
+        studio.model()->select(previous);
         studio.serve({{"Watch3,1", "8.1", "19R2"}, {"Watch3,2", "8.1", "19R2"}});
         studio.refresh();
-        QCOMPARE(*studio.model->selectedFirmware(), previous);
-        QVERIFY(!studio.model->firmware().contains(previous));
+        QCOMPARE(*studio.model()->selectedFirmware(), previous);
+        QVERIFY(!studio.model()->firmware().contains(previous));
 
         Studio withoutSeries3;
         withoutSeries3.serve({{"Watch4,1", "9.0", "20R1"}, {"Watch5,1", "9.0", "20R1"}});
         withoutSeries3.refresh();
-        QCOMPARE(withoutSeries3.model->selectedFirmware()->productType, QStringLiteral("Watch4,1"));
+        QCOMPARE(withoutSeries3.model()->selectedFirmware()->productType, QStringLiteral("Watch4,1"));
 
         Studio empty;
         empty.serve({});
         empty.refresh();
-        QVERIFY(!empty.model->selectedFirmware());
+        QVERIFY(!empty.model()->selectedFirmware());
         QCOMPARE(empty.logLines().last(), QStringLiteral("Каталог обновлён: 0 моделей."));
     }
 
@@ -167,7 +90,7 @@ private slots:
         Studio studio;
         studio.serve({{"Watch3,1", "8.0", "19R1"}, {"Watch6,1", "10.0", "21R1"}});
         studio.refresh();
-        StudioModel &model = *studio.model;
+        StudioModel &model = *studio.model();
         QCOMPARE(model.selectedFirmware()->productType, QStringLiteral("Watch3,1"));
 
         // Selecting takes the cached image, or none.
@@ -183,7 +106,7 @@ private slots:
         model.setManualIPSWChooser([own] { return ManualIPSWChoice{true, own}; });
         model.chooseManualIPSW();
         QCOMPARE(studio.logLines().last(), QStringLiteral("Выбран локальный файл: ") + own);
-        studio.attachWatch(QStringLiteral("Watch6,1"));
+        studio.attachRecoveryWatch();
         studio.refresh();
         QCOMPARE(model.selectedFirmware()->productType, QStringLiteral("Watch6,1"));
         QCOMPARE(model.selectedIPSW(), std::optional(own));
@@ -216,24 +139,57 @@ private slots:
         Studio studio;
         studio.serve({{"Watch3,1", "8.0", "19R1"}});
         studio.refresh();
-        const QList<WatchFirmware> list = studio.model->firmware();
+        const QList<WatchFirmware> list = studio.model()->firmware();
 
-        studio.catalogServer.setResponse(QStringLiteral("/ios/watchOS/main.json"),
-                                         HttpResponse::withStatus(404));
-        QSignalSpy loading(studio.model.get(), &StudioModel::isLoadingCatalogChanged);
+        studio.catalogServer.setResponse(studio.catalogPath, HttpResponse::withStatus(404));
+        QSignalSpy loading(studio.model(), &StudioModel::isLoadingCatalogChanged);
         studio.refresh();
         const QString description = QStringLiteral("Каталог прошивок имеет неизвестный формат.");
-        QCOMPARE(studio.model->catalogError(), std::optional(description));
+        QCOMPARE(studio.model()->catalogError(), std::optional(description));
         QCOMPARE(studio.logLines().last(), QStringLiteral("Ошибка каталога: ") + description);
-        QCOMPARE(studio.model->firmware(), list);
-        QCOMPARE(studio.model->selectedFirmware()->productType, QStringLiteral("Watch3,1"));
+        QCOMPARE(studio.model()->firmware(), list);
+        QCOMPARE(studio.model()->selectedFirmware()->productType, QStringLiteral("Watch3,1"));
         QCOMPARE(loading.size(), 2);
-        QVERIFY(!studio.model->isLoadingCatalog());
+        QVERIFY(!studio.model()->isLoadingCatalog());
 
         // The next refresh clears the error as it starts.
         studio.serve({{"Watch3,1", "8.0", "19R1"}});
         studio.refresh();
-        QVERIFY(!studio.model->catalogError());
+        QVERIFY(!studio.model()->catalogError());
+    }
+
+    // The note under a firmware whose newest signed build is another one; the overview shows it for
+    // another build.
+    void currentNote_data()
+    {
+        QTest::addColumn<std::optional<QString>>("signedVersion");
+        QTest::addColumn<std::optional<QString>>("signedBuild");
+        QTest::addColumn<std::optional<QString>>("note");
+        const auto some = [](const char *text) { return std::optional<QString>(QString::fromUtf8(text)); };
+        QTest::newRow("both absent") << std::optional<QString>() << std::optional<QString>()
+                                     << std::optional<QString>();
+        QTest::newRow("build absent")
+            << some("10.6.1") << std::optional<QString>() << std::optional<QString>();
+        QTest::newRow("same build, other version")
+            << some("9.9") << some("21R360") << std::optional<QString>();
+        QTest::newRow("case differs only")
+            << some("10.0.2") << some("21r360")
+            << some("Актуальная подписываемая сборка watchOS 10.0.2 (21r360) доступна только как OTA.");
+        QTest::newRow("empty texts are present")
+            << some("") << some("")
+            << some("Актуальная подписываемая сборка watchOS  () доступна только как OTA.");
+    }
+
+    void currentNote()
+    {
+        QFETCH(std::optional<QString>, signedVersion);
+        QFETCH(std::optional<QString>, signedBuild);
+        QFETCH(std::optional<QString>, note);
+        WatchFirmware firmware{};
+        firmware.build = QStringLiteral("21R360");
+        firmware.currentSignedVersion = signedVersion;
+        firmware.currentSignedBuild = signedBuild;
+        QCOMPARE(firmware.currentNote(), note);
     }
 
     void searchMatchesModelNameAndVersionOnly()
@@ -241,7 +197,7 @@ private slots:
         Studio studio;
         studio.serve({{"Watch3,1", "8.7", "19U1"}, {"Watch6,1", "10.0", "21R1"}});
         studio.refresh();
-        StudioModel &model = *studio.model;
+        StudioModel &model = *studio.model();
 
         const QList<std::pair<QString, QStringList>> cases{
             {QStringLiteral(" \n\t "), {"Watch3,1", "Watch6,1"}},
@@ -262,13 +218,9 @@ private slots:
         Studio studio;
         const QByteArray image = "a full restore image for the Series 6";
         studio.serve({{"Watch6,1", "10.0.2", "21R371", image}});
-        FakeToolBehaviour idevicerestore;
-        idevicerestore.extraShell = "case \"$1\" in --ipsw-info) printf 'Product Version: 10.0.2   Build: "
-                                    "21R371\\nSupported Product Types: Watch6,1 Watch6,2\\n';; *) printf "
-                                    "'Sending iBEC\\n[==========] 100%%\\nDONE\\n';; esac";
-        FakeTools::write(studio.paths.tool(QStringLiteral("bin/idevicerestore")), idevicerestore);
-        studio.attachWatch(QStringLiteral("Watch6,1"));
-        StudioModel &model = *studio.model;
+        studio.installRestoreTool(false);
+        studio.attachRecoveryWatch();
+        StudioModel &model = *studio.model();
 
         model.start();
         QTRY_VERIFY(!model.firmware().isEmpty() && !model.isLoadingCatalog());
@@ -277,31 +229,29 @@ private slots:
         const QString imagePath = studio.cachedPath("Watch6,1_10.0.2_Restore.ipsw");
         QTRY_COMPARE(model.selectedIPSW(), std::optional(imagePath));
 
-        RestoreManager &restore = *model.restoreManager();
-        QCoro::waitFor(restore.startRestore(model.selectedIPSW(), *model.deviceMonitor()->connectedWatch()));
-        QTRY_VERIFY_WITH_TIMEOUT(restore.completedSuccessfully(), 10000);
-        QVERIFY(!restore.isRestoring());
+        studio.startRestore();
+        QTRY_VERIFY_WITH_TIMEOUT(model.restoreManager()->completedSuccessfully(), 10000);
+        QVERIFY(!model.restoreManager()->isRestoring());
 
         const QStringList lines = studio.logLines();
         QCOMPARE(lines.mid(0, 2), (QStringList{readyLine, QStringLiteral("Каталог обновлён: 1 моделей.")}));
-        QCOMPARE(lines.mid(2, 5), (QStringList{QStringLiteral("Прошивка готова: ") + imagePath,
+        QCOMPARE(lines.mid(2, 4), (QStringList{QStringLiteral("Прошивка готова: ") + imagePath,
                                                QStringLiteral("Проверка Watch6,1_10.0.2_Restore.ipsw…"),
-                                               QStringLiteral("Product Version: 10.0.2   Build: 21R371"),
-                                               QStringLiteral("Supported Product Types: Watch6,1 Watch6,2"),
+                                               QStringLiteral("Supported Product Types: Watch6,1"),
                                                QStringLiteral("Совместимость подтверждена: Watch6,1.")}));
-        QVERIFY(lines.at(7).startsWith(
+        QVERIFY(lines.at(6).startsWith(
             QStringLiteral("Запуск восстановления. Журнал: ") +
             QDir(studio.paths.applicationSupport()).filePath("Corvalin Studio/Logs/restore-")));
-        QCOMPARE(lines.mid(8),
-                 (QStringList{QStringLiteral("Транспорт: libimobiledevice Recovery/DFU."),
-                              QStringLiteral("Sending iBEC"), QStringLiteral("[==========] 100%"),
-                              QStringLiteral("DONE"), QStringLiteral("Восстановление завершено успешно.")}));
-        const QString restoreTool = studio.paths.tool(QStringLiteral("bin/idevicerestore"));
-        const QString logFile = lines.at(7).section(QStringLiteral("Журнал: "), 1);
-        QCOMPARE(FakeTools::recordedArguments(restoreTool),
+        QCOMPARE(lines.mid(7), (QStringList{QStringLiteral("Транспорт: libimobiledevice Recovery/DFU."),
+                                            QStringLiteral("Extracting filesystem"),
+                                            QStringLiteral("Sending RestoreFirmware"),
+                                            QStringLiteral("Восстановление завершено успешно.")}));
+        const QString logFile = lines.at(6).section(QStringLiteral("Журнал: "), 1);
+        QCOMPARE(studio.restoreToolArguments(),
                  (QStringList{"--erase", "--plain-progress", "--cache-path", ToolLocator::cacheDirectory(),
                               "--logfile=" + logFile, imagePath}));
-        const QProcessEnvironment environment = FakeTools::recordedEnvironment(restoreTool);
+        const QProcessEnvironment environment =
+            FakeTools::recordedEnvironment(studio.paths.tool(QStringLiteral("bin/idevicerestore")));
         QCOMPARE(environment.value(QStringLiteral("LC_ALL")), QStringLiteral("C"));
         QVERIFY(environment.value(ToolLocator::librarySearchVariable()).startsWith(studio.paths.tool("lib")));
     }

@@ -20,6 +20,19 @@ const QString kisUnreadableHint =
     QStringLiteral("Apple Configurator видит KIS, но не смог прочитать Apple Watch");
 const QString noConfiguratorHint = QStringLiteral("Для KIS/DFU установите Apple Configurator из App Store");
 
+// What the monitor publishes, in order.
+struct Published : QObject {
+    explicit Published(DeviceMonitor &monitor)
+    {
+        connect(&monitor, &DeviceMonitor::isCheckingChanged, this,
+                [&] { log << (monitor.isChecking() ? "checking" : "idle"); });
+        connect(&monitor, &DeviceMonitor::connectedWatchChanged, this,
+                [&] { log << (monitor.connectedWatch() ? "watch" : "no watch"); });
+        connect(&monitor, &DeviceMonitor::connectionHintChanged, this, [this] { log << "hint"; });
+    }
+    QStringList log;
+};
+
 } // namespace
 
 class DeviceMonitorTest : public QObject {
@@ -65,16 +78,14 @@ private slots:
         FakeTools::write(paths.cfgutil(), FakeToolBehaviour::printing(testData("cfgutil-list.json")));
 
         DeviceMonitor monitor;
-        QObject context;
-        QStringList assignments;
-        connectLog(monitor, context, assignments);
+        Published published(monitor);
         QCoro::waitFor(monitor.poll());
 
         QCOMPARE(monitor.isChecking(), false);
         QCOMPARE(monitor.connectionHint(), hint);
         QCOMPARE(monitor.connectedWatch() ? monitor.connectedWatch()->productType : QString(), productType);
-        const QString published = productType.isEmpty() ? "no watch" : "watch";
-        QCOMPARE(assignments, (QStringList{"checking", "idle", published, "hint"}));
+        QCOMPARE(published.log,
+                 (QStringList{"checking", "idle", productType.isEmpty() ? "no watch" : "watch", "hint"}));
         if (monitor.connectedWatch())
             QCOMPARE(monitor.connectedWatch()->rawOutput, QString::fromUtf8(identification));
         QCOMPARE(FakeTools::runCount(paths.cfgutil()), 0);
@@ -108,11 +119,9 @@ private slots:
         QCOMPARE(FakeTools::recordedArguments(irecovery), QStringList{QStringLiteral("--devices")});
         QCOMPARE(FakeTools::runCount(irecovery), 1);
 
-        QObject context;
-        QStringList assignments;
-        connectLog(monitor, context, assignments);
+        Published published(monitor);
         QCoro::waitFor(monitor.poll());
-        QCOMPARE(assignments, (QStringList{"checking", "idle", "hint"}));
+        QCOMPARE(published.log, (QStringList{"checking", "idle", "hint"}));
         QCOMPARE(monitor.connectedWatch(), std::optional(expected));
         QCOMPARE(monitor.connectionHint(), kisReadyHint);
         QCOMPARE(FakeTools::runCount(paths.cfgutil()), 1);
@@ -157,12 +166,10 @@ private slots:
             FakeTools::write(paths.cfgutil(), FakeToolBehaviour::printing(list, status));
 
         DeviceMonitor monitor;
-        QObject context;
-        QStringList assignments;
-        connectLog(monitor, context, assignments);
+        Published published(monitor);
         QCoro::waitFor(monitor.poll());
 
-        QCOMPARE(assignments, (QStringList{"checking", "idle", "no watch", "hint"}));
+        QCOMPARE(published.log, (QStringList{"checking", "idle", "no watch", "hint"}));
         QCOMPARE(monitor.connectionHint(), hint);
         QCOMPARE(FakeTools::runCount(paths.cfgutil()), hasConfigurator ? 1 : 0);
         QCOMPARE(FakeTools::runCount(irecovery), 0);
@@ -217,14 +224,31 @@ private slots:
         QCOMPARE(monitor.connectionHint(), kisReadyHint);
     }
 
-private:
-    static void connectLog(DeviceMonitor &monitor, QObject &context, QStringList &log)
+    // The loop runs in real time (a check, then 3 seconds of rest), so this counts checks over a
+    // few seconds with bounds wide enough for a slow machine.
+    void startingTwiceRunsOneLoopThatOutlivesNoMonitor()
     {
-        QObject::connect(&monitor, &DeviceMonitor::isCheckingChanged, &context,
-                         [&] { log << (monitor.isChecking() ? "checking" : "idle"); });
-        QObject::connect(&monitor, &DeviceMonitor::connectedWatchChanged, &context,
-                         [&] { log << (monitor.connectedWatch() ? "watch" : "no watch"); });
-        QObject::connect(&monitor, &DeviceMonitor::connectionHintChanged, &context, [&] { log << "hint"; });
+        TestPaths paths;
+        attachUsbDevices(paths, {"1281"});
+        const QString irecovery = FakeTools::write(paths.tool(QStringLiteral("bin/irecovery")),
+                                                   FakeToolBehaviour::printing("PRODUCT: Watch6,1\n"));
+
+        auto *monitor = new DeviceMonitor;
+        monitor->start();
+        QVERIFY(monitor->isChecking()); // the first check does not wait
+        monitor->start();
+        QTRY_VERIFY(monitor->connectedWatch());
+
+        // One loop checks at once and again after 3 seconds; two would have checked 4 times.
+        QTest::qWait(4500);
+        const int runs = FakeTools::runCount(irecovery);
+        QVERIFY2(runs >= 1 && runs <= 2, qPrintable(QString::number(runs)));
+
+        QTRY_COMPARE(monitor->isChecking(), false);
+        delete monitor;
+        const int runsBeforeDestruction = FakeTools::runCount(irecovery);
+        QTest::qWait(3500);
+        QCOMPARE(FakeTools::runCount(irecovery), runsBeforeDestruction);
     }
 };
 

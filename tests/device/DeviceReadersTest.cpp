@@ -5,6 +5,7 @@
 #include "support/FakeTools.h"
 #include "support/TestFiles.h"
 #include "support/TestPaths.h"
+#include "tools/DeviceTable.h"
 
 #include <QCoroTask>
 #include <QDir>
@@ -112,6 +113,30 @@ private slots:
         FakeTools::write(paths.ioreg(), FakeToolBehaviour::printing(recorded, 3));
         QCOMPARE(QCoro::waitFor(UsbListing::fromIoreg()), QString::fromUtf8(recorded));
         QCOMPARE(FakeTools::recordedArguments(paths.ioreg()), (QStringList{"-p", "IOUSB", "-l", "-w0"}));
+    }
+
+    // A line of irecovery's device table: four words, then the name as it stands.
+    void deviceTableLine_data()
+    {
+        QTest::addColumn<QString>("line");
+        QTest::addColumn<QStringList>("pieces");
+        QTest::newRow("plain") << QStringLiteral("Watch6,1 n157bap 0x08 0x8301 Apple Watch Series 6 (40mm)")
+                               << QStringList{"Watch6,1", "n157bap", "0x08", "0x8301",
+                                              "Apple Watch Series 6 (40mm)"};
+        QTest::newRow("runs of spaces before the name")
+            << QStringLiteral("  Watch6,1   m  b   c  Name  with  spaces ")
+            << QStringList{"Watch6,1", "m", "b", "c", " Name  with  spaces "};
+        QTest::newRow("separator then nothing")
+            << QStringLiteral("a b c d ") << QStringList{"a", "b", "c", "d"};
+        QTest::newRow("carriage return stays")
+            << QStringLiteral("a b c d e\r") << QStringList{"a", "b", "c", "d", "e\r"};
+    }
+
+    void deviceTableLine()
+    {
+        QFETCH(QString, line);
+        QFETCH(QStringList, pieces);
+        QCOMPARE(DeviceTable::splitLine(line), pieces);
     }
 
     void configuratorList_data()

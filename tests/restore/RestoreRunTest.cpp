@@ -1,3 +1,4 @@
+#include "restore/RestoreLogFile.h"
 #include "restore/RestoreManager.h"
 #include "support/FakeTools.h"
 #include "support/StandardInputFrom.h"
@@ -83,6 +84,14 @@ private slots:
                               QStringLiteral("Транспорт: Apple Configurator KIS, ECID 0x1A2B3C4D5E."),
                               QStringLiteral("erasing"), successLine}));
         QVERIFY(manager.completedSuccessfully());
+    }
+
+    void logFileNameIsUtcWithoutColons()
+    {
+        const QDateTime utc(QDate(2026, 11, 16), QTime(9, 47, 13, 512), Qt::UTC);
+        QCOMPARE(RestoreLogFile::fileName(utc), QStringLiteral("restore-2026-11-16T09-47-13Z.log"));
+        const QDateTime moscow(QDate(2026, 11, 16), QTime(12, 47, 13), Qt::OffsetFromUTC, 3 * 3600);
+        QCOMPARE(RestoreLogFile::fileName(moscow), QStringLiteral("restore-2026-11-16T09-47-13Z.log"));
     }
 
     void refusalsLaunchNothing_data()

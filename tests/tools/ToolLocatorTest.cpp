@@ -30,13 +30,11 @@ private slots:
         TestPaths paths;
         QCOMPARE(ToolLocator::cfgutil(), std::nullopt);
 
-        QFile file(paths.cfgutil());
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write("#!/bin/sh\n");
-        file.close();
+        QVERIFY(writeFile(paths.cfgutil(), "#!/bin/sh\n"));
         QCOMPARE(ToolLocator::cfgutil(), std::nullopt);
 
-        QVERIFY(file.setPermissions(file.permissions() | QFileDevice::ExeOwner));
+        QVERIFY(QFile::setPermissions(paths.cfgutil(),
+                                      QFile::permissions(paths.cfgutil()) | QFileDevice::ExeOwner));
         QCOMPARE(ToolLocator::cfgutil(), std::optional(paths.cfgutil()));
     }
 

@@ -1,9 +1,12 @@
 #include "app/StudioModel.h"
 #include "download/DownloadManager.h"
+#include "restore/RestoreManager.h"
+#include "support/FakeTools.h"
 #include "support/LocalHttpServer.h"
 #include "support/TestPaths.h"
 #include "ui/FocusRing.h"
 #include "ui/StudioButton.h"
+#include "ui/Theme.h"
 #include "ui/screens/CatalogView.h"
 #include "ui/screens/LogView.h"
 #include "ui/screens/OverviewView.h"
@@ -13,12 +16,16 @@
 #include "ui/shell/IpswFileDialog.h"
 #include "ui/shell/MainWindow.h"
 #include "ui/shell/QtTranslations.h"
+#include "ui/shell/RestoreQuitDialog.h"
+#include "ui/shell/RestoreQuitGuard.h"
 #include "ui/shell/SidebarRow.h"
 #include "ui/shell/StudioRootView.h"
 #include "ui/shell/StudioSidebar.h"
 #include "ui/shell/UnsignedFirmwareAlert.h"
 
 #include <QAccessible>
+#include <QApplication>
+#include <QCoroTask>
 #include <QDialogButtonBox>
 #include <QDir>
 #include <QLineEdit>
@@ -26,7 +33,9 @@
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTest>
+#include <QTimer>
 
+#include <csignal>
 #include <functional>
 
 namespace {
@@ -36,12 +45,28 @@ void flushDeletes()
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
 
+const QString cancelLine = QStringLiteral("Пользователь запросил остановку процесса.");
+
+const ConnectedWatch kisWatch{QStringLiteral("Watch7,1"),     QStringLiteral("n207sap"),
+                              QStringLiteral("Apple Watch"),  QStringLiteral("DFU via Debug USB (KIS)"),
+                              QStringLiteral("0x1A2B3C4D5E"), QString()};
+
+// A restore tool that prints a line every tenth of a second; `onInterrupt` is its trap.
+QString writeTickingTool(const TestPaths &paths, const QByteArray &onInterrupt)
+{
+    FakeToolBehaviour behaviour;
+    behaviour.extraShell = "trap '" + onInterrupt + "' INT; while :; do echo tick; sleep 0.1; done";
+    return FakeTools::write(paths.cfgutil(), behaviour);
+}
+
 } // namespace
 
 class ShellTest final : public QObject {
     Q_OBJECT
 
 private slots:
+    void initTestCase() { Theme::applyDarkAppearance(*qApp); }
+
     void init()
     {
         m_paths = std::make_unique<TestPaths>();
@@ -250,6 +275,95 @@ private slots:
             }
             QVERIFY(seen.size() > 6); // the sidebar's five and the screen's own
         }
+        // With no restore running the window closes without asking.
+        QVERIFY(window.close());
+        QVERIFY(!window.findChild<RestoreQuitDialog *>());
+    }
+
+    // Closing the window while a restore tool runs asks first. Each answer: keep the application
+    // (the default, by Return, Escape or the button), or quit, which interrupts the tool and closes
+    // once it has ended, by itself or, past the bound, killed.
+    void restoreQuitAnswers_data()
+    {
+        QTest::addColumn<QString>("answer");
+        QTest::addColumn<QByteArray>("onInterrupt");
+        QTest::addColumn<QString>("ending"); // empty: the restore goes on
+        QTest::newRow("Return keeps it open") << "return" << QByteArray("exit 0") << QString();
+        QTest::newRow("Escape keeps it open") << "escape" << QByteArray("exit 0") << QString();
+        QTest::newRow("keep button") << "keep" << QByteArray("exit 0") << QString();
+        QTest::newRow("quit: tool ends on the interrupt")
+            << "quit" << QByteArray("echo interrupted; exit 0")
+            << QStringLiteral("interrupted\nВосстановление завершено успешно.\n");
+        QTest::newRow("quit: tool ignores it and is ended past the bound")
+            << "quit" << QByteArray("") << QStringLiteral("Восстановление завершилось с ошибкой 9.\n");
+    }
+    void restoreQuitAnswers()
+    {
+        QFETCH(QString, answer);
+        QFETCH(QByteArray, onInterrupt);
+        QFETCH(QString, ending);
+        const QString tool = writeTickingTool(*m_paths, onInterrupt);
+        MainWindow window(new StudioModel(QUrl(QStringLiteral("http://127.0.0.1:9/")), {}));
+        auto *guard = window.findChild<RestoreQuitGuard *>();
+        guard->setStopBound(std::chrono::milliseconds(800));
+        auto *restore = window.findChild<RestoreManager *>();
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        QCoro::waitFor(restore->startRestore(std::nullopt, kisWatch));
+        QTRY_VERIFY(restore->logText().endsWith(QStringLiteral("tick\n")));
+
+        QVERIFY(!window.close());
+        RestoreQuitDialog *dialog = guard->dialog();
+        QVERIFY(dialog);
+        QTRY_VERIFY(dialog->isVisible());
+        QVERIFY(!window.close()); // asked once, not twice
+        QCOMPARE(window.findChildren<RestoreQuitDialog *>().size(), 1);
+        QTRY_COMPARE(QApplication::focusWidget(), dialog->keepButton());
+        QCOMPARE(dialog->keepButton()->text(), QStringLiteral("Продолжить восстановление"));
+        QCOMPARE(dialog->quitButton()->text(), QStringLiteral("Остановить и выйти"));
+
+        if (answer == u"return")
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+        else if (answer == u"escape")
+            QTest::keyClick(dialog, Qt::Key_Escape);
+        else if (answer == u"keep")
+            QTest::mouseClick(dialog->keepButton(), Qt::LeftButton);
+        else
+            QTest::mouseClick(dialog->quitButton(), Qt::LeftButton);
+
+        if (ending.isEmpty()) {
+            QTRY_VERIFY(!guard->dialog());
+            QTest::qWait(300);
+            QVERIFY(window.isVisible());
+            QVERIFY(restore->isRestoring());
+            QVERIFY(!restore->logText().contains(cancelLine));
+            restore->stopBeforeExit(std::chrono::milliseconds(2000));
+            QVERIFY(!restore->isRestoring());
+            return;
+        }
+        QVERIFY(restore->logText().contains(cancelLine));
+        QTRY_VERIFY_WITH_TIMEOUT(!window.isVisible(), 10000);
+        QVERIFY(!restore->isRestoring());
+        QVERIFY2(restore->logText().endsWith(ending), qPrintable(restore->logText().right(100)));
+        QCOMPARE(FakeTools::runCount(tool), 1);
+    }
+
+    // Last, since it ends the application's event loop: a termination signal leaves the loop
+    // normally, and on the way out the running tool is interrupted and waited for.
+    void terminationSignalStopsTheToolOnTheWayOut()
+    {
+        writeTickingTool(*m_paths, "echo interrupted; exit 0");
+        MainWindow window(new StudioModel(QUrl(QStringLiteral("http://127.0.0.1:9/")), {}));
+        auto *restore = window.findChild<RestoreManager *>();
+        QCoro::waitFor(restore->startRestore(std::nullopt, kisWatch));
+        QTRY_VERIFY(restore->logText().endsWith(QStringLiteral("tick\n")));
+
+        QTimer::singleShot(0, [] { ::raise(SIGTERM); });
+        QCOMPARE(QCoreApplication::exec(), 128 + SIGTERM);
+        QVERIFY(!restore->isRestoring());
+        QVERIFY(restore->logText().contains(cancelLine));
+        QVERIFY(
+            restore->logText().endsWith(QStringLiteral("interrupted\nВосстановление завершено успешно.\n")));
     }
 
 private:

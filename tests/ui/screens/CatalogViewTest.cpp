@@ -98,7 +98,7 @@ private slots:
         studio.loadCatalog();
         Catalogue catalogue(studio.model());
         // A cached image reads as downloaded even when it is unsigned.
-        studio.putInCache(studio.firmware(QStringLiteral("Watch5,9")));
+        studio.putInCache(studio.firmware(QStringLiteral("Watch5,9")).filename);
         QCOMPARE(catalogue.column(FirmwareListModel::StatusTextRole),
                  (QStringList{QStringLiteral("Подпись"), QStringLiteral("Загружено"),
                               QStringLiteral("Не подписана")}));

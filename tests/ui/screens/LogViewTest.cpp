@@ -83,7 +83,7 @@ private slots:
         studio.attachRecoveryWatch();
         studio.chooseImage(QStringLiteral("watchOS_10.ipsw"));
 
-        studio.installRestoreTool(false, 0);
+        studio.installRestoreTool(false);
         studio.startRestore();
         QTRY_VERIFY(studio.model()->restoreManager()->completedSuccessfully());
         QVERIFY(log.shows("logSucceededLine"));

@@ -104,14 +104,13 @@ private slots:
         studio.chooseImage(QStringLiteral("watchOS_10.ipsw"));
         RestoreManager *manager = studio.model()->restoreManager();
 
-        studio.installSlowValidationTool();
+        studio.installRestoreTool(true, true);
         auto validation = manager->validate(*studio.model()->selectedIPSW(), QStringLiteral("Watch6,1"));
         QVERIFY(manager->isValidating());
         QVERIFY(!restore.canStart());
         QVERIFY(QCoro::waitFor(std::move(validation)));
         QVERIFY(restore.canStart());
 
-        studio.installRestoreTool(true);
         studio.startRestore();
         QVERIFY(shows(restore.view, "stopRestoreButton"));
         QVERIFY(!shows(restore.view, "startRestoreButton"));
@@ -167,7 +166,7 @@ private slots:
     {
         ScreenStudio studio;
         studio.attachRecoveryWatch();
-        studio.installRestoreTool(false, 0);
+        studio.installRestoreTool(false);
         studio.chooseImage(QStringLiteral("first.ipsw"));
         Sheet sheet(studio.model());
         sheet.type(QStringLiteral("ПРОШИТЬ"));

@@ -1,55 +1,27 @@
 #pragma once
 
-#include "app/StudioModel.h"
-#include "support/LocalHttpServer.h"
-#include "support/TestPaths.h"
+#include "app/StudioFixture.h"
 
 #include <QString>
 #include <QWidget>
 
-#include <memory>
-
-// One model with the servers and fake tools behind it, able to put the screens into each
-// state a user meets: a loaded catalogue, a watch on the bus, a download under way, a restore
-// validating, running or finished.
-class ScreenStudio {
+// The application's model able to put the screens into each state a user meets: a loaded
+// catalogue, a watch on the bus, a download under way, a restore validating, running or finished.
+class ScreenStudio : public StudioFixture {
 public:
     ScreenStudio();
-    ~ScreenStudio();
 
     // Serves a small catalogue: Watch3,1 signed, Watch5,9 unsigned, Watch6,1 unsigned with a
     // newer build signed only as an over-the-air update.
     void loadCatalog();
     const WatchFirmware &firmware(const QString &productType) const;
-    void putInCache(const WatchFirmware &firmware);
-    void chooseImage(const QString &fileName);
-
-    // A watch in Recovery found through irecovery, or one in KIS found through Configurator.
-    void attachRecoveryWatch(const QString &productType = QStringLiteral("Watch6,1"));
-    void attachKISWatch(const QString &productType = QStringLiteral("Watch6,1"));
 
     // Starts downloading Watch3,1, whose image stalls after 42.6 % of its bytes.
     void startStalledDownload();
 
-    // The restore tool: validation succeeds for Watch6,1; the restore prints two lines, then
-    // waits until interrupted, or exits with the status at once.
-    void installRestoreTool(bool waitForInterrupt, int exitStatus = 0);
-    // A restore tool whose image check takes a moment, so the validating state can be seen.
-    void installSlowValidationTool();
-    void startRestore();
-    QStringList restoreToolArguments() const;
-
-    StudioModel *model() const { return m_model.get(); }
-
     // Renders a screen over the window backdrop at scale 1 and 2 into the test output folder, as
     // render/screens/<name>@1x.png and @2x.png, for people to look at.
     static void render(QWidget *screen, const QString &name);
-
-private:
-    TestPaths m_paths;
-    LocalHttpServer m_catalogServer;
-    LocalHttpServer m_imageServer{LocalHttpServer::Transport::tls};
-    std::unique_ptr<StudioModel> m_model;
 };
 
 // The window's detail column, where the screens are shown.

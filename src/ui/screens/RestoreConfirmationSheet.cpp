@@ -26,6 +26,7 @@ constexpr int stackSpacing = 20;
 constexpr int titleRowSpacing = 14;
 constexpr int titleSpacing = 4;
 constexpr int promptSpacing = 7;
+constexpr int fieldTextInset = 6;
 constexpr int warningSymbolSize = 28;
 
 } // namespace
@@ -69,6 +70,8 @@ RestoreConfirmationSheet::RestoreConfirmationSheet(StudioModel *model, DeviceMon
 
     m_phrase->setPlaceholderText(confirmationWord());
     m_phrase->setFont(Theme::font(13));
+    // The plain field's frame sits almost on the first letter; give the typed word room.
+    m_phrase->setTextMargins(fieldTextInset, fieldTextInset / 2, fieldTextInset, fieldTextInset / 2);
     auto *prompt = new QVBoxLayout;
     prompt->setSpacing(promptSpacing);
     prompt->addWidget(ScreenLabels::label(QStringLiteral("Для запуска введите ПРОШИТЬ"),

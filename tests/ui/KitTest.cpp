@@ -14,6 +14,7 @@
 #include "ui/StudioButton.h"
 #include "ui/StudioCard.h"
 #include "ui/Theme.h"
+#include "ui/shell/MainWindow.h"
 #include "ui/shell/RestoreQuitDialog.h"
 #include "ui/shell/StudioRootView.h"
 #include "ui/shell/UnsignedFirmwareAlert.h"
@@ -23,6 +24,9 @@
 #include <QHBoxLayout>
 #include <QImage>
 #include <QLabel>
+#include <QMenu>
+#include <QMenuBar>
+#include <QMessageBox>
 #include <QScopeGuard>
 #include <QTest>
 #include <QVBoxLayout>
@@ -125,6 +129,19 @@ private slots:
         save(&unsignedAlert, QStringLiteral("unsigned-alert"));
         RestoreQuitDialog quitDialog;
         save(&quitDialog, QStringLiteral("restore-quit-dialog"));
+
+        TestPaths paths;
+        placeBrandPicture(paths);
+        QCoreApplication::setApplicationVersion(QStringLiteral("1.0.0"));
+        MainWindow window(new StudioModel(QUrl(QStringLiteral("http://127.0.0.1:9/")), {}));
+        window.menuBar()
+            ->findChild<QMenu *>(QStringLiteral("applicationMenu"))
+            ->actions()
+            .constFirst()
+            ->trigger();
+        auto *about = window.findChild<QMessageBox *>(QStringLiteral("aboutBox"));
+        QVERIFY(about);
+        save(about, QStringLiteral("about-box"));
     }
 
     void everyKitComponent()

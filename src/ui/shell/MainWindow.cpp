@@ -1,6 +1,7 @@
 #include "ui/shell/MainWindow.h"
 
 #include "app/StudioModel.h"
+#include "ui/BrandPicture.h"
 #include "ui/StudioButton.h"
 #include "ui/Theme.h"
 #include "ui/shell/RestoreQuitGuard.h"
@@ -9,9 +10,14 @@
 
 #include <QAction>
 #include <QCloseEvent>
+#include <QCoreApplication>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPointer>
+
+namespace {
+constexpr int aboutIconSide = 64;
+} // namespace
 
 MainWindow::MainWindow(StudioModel *model, QWidget *parent)
     : QMainWindow(parent), m_root(new StudioRootView(model, this)),
@@ -47,13 +53,18 @@ void MainWindow::buildMenu()
     openFolder->setMenuRole(QAction::ApplicationSpecificRole);
 }
 
+// What the platform's own About panel shows: the icon, the name and the version.
 void MainWindow::showAbout()
 {
-    auto *box =
-        new QMessageBox(QMessageBox::NoIcon, QStringLiteral("Corvalin Studio"),
-                        QStringLiteral("Corvalin Studio %1").arg(QCoreApplication::applicationVersion()),
-                        QMessageBox::NoButton, this);
+    auto *box = new QMessageBox(this);
     box->setObjectName(QStringLiteral("aboutBox"));
+    box->setWindowTitle(QStringLiteral("О программе Corvalin Studio"));
+    box->setTextFormat(Qt::RichText);
+    box->setText(QStringLiteral("<span style=\"font-size:17px; font-weight:700\">Corvalin Studio</span>"));
+    box->setInformativeText(QStringLiteral("Версия %1").arg(QCoreApplication::applicationVersion()));
+    const QIcon brand = BrandPicture::windowIcon();
+    if (!brand.isNull())
+        box->setIconPixmap(brand.pixmap(QSize(aboutIconSide, aboutIconSide), devicePixelRatio()));
     Theme::applyDarkAppearance(box);
     auto *close = new StudioButton(PrimaryButtonStyle{}, QStringLiteral("ОК"));
     box->addButton(close, QMessageBox::AcceptRole);

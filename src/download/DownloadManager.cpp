@@ -95,12 +95,7 @@ void DownloadManager::start(const WatchFirmware &firmware, DownloadCompletion co
     setErrorText(std::nullopt);
     setStatusText(QStringLiteral("Загрузка с CDN Apple…"));
 
-    const QString folder = ToolLocator::cacheDirectory();
-    QStringList livePartialFiles;
-    for (const FileTransfer *transfer : findChildren<FileTransfer *>(Qt::FindDirectChildrenOnly))
-        livePartialFiles << transfer->partialPath();
-    FileTransfer::removeStalePartialFiles(folder, livePartialFiles);
-
+    FileTransfer::removeLegacyPartialFiles(ToolLocator::cacheDirectory());
     PartialDownloads::removeStale(std::nullopt, {firmware.downloadURL});
 
     auto *transfer = new FileTransfer(network(), firmware.downloadURL, firmware.size, this);

@@ -79,9 +79,7 @@ void FileTransfer::start()
 
     if (auto failure =
             FreeSpace::check(PartialDownloads::folder(), m_expectedSize > 0 ? m_expectedSize - held : 0)) {
-        m_done = true;
-        emit failed(*failure);
-        deleteLater();
+        fail(*failure);
         return;
     }
 
@@ -89,10 +87,7 @@ void FileTransfer::start()
     if (!record)
         mode |= QIODevice::Truncate;
     if (!m_file.open(mode)) {
-        m_done = true;
-        emit failed(
-            Failure::platform(Failure::Domain::fileSystem, m_file.errorString(), int(m_file.error())));
-        deleteLater();
+        fail(Failure::platform(Failure::Domain::fileSystem, m_file.errorString(), int(m_file.error())));
         return;
     }
 
@@ -122,9 +117,8 @@ void FileTransfer::abort()
     // The network layer reports the cancellation synchronously, with its own description.
     if (!m_fetches.isEmpty())
         m_fetches.first()->abort();
-    if (!m_done)
-        fail(Failure::platform(Failure::Domain::network, QStringLiteral("Operation canceled"),
-                               int(QNetworkReply::OperationCanceledError)));
+    fail(Failure::platform(Failure::Domain::network, QStringLiteral("Operation canceled"),
+                           int(QNetworkReply::OperationCanceledError)));
 }
 
 void FileTransfer::launch(int segment, QNetworkAccessManager *network)
@@ -329,15 +323,12 @@ void FileTransfer::finish()
     // Closing can still report an error of the file system (a network volume, for example);
     // it fails the transfer like a failed write.
     m_file.close();
-    if (m_file.error() != QFileDevice::NoError) {
-        const Failure failure =
-            Failure::platform(Failure::Domain::fileSystem, m_file.errorString(), int(m_file.error()));
-        PartialDownloads::discard(m_originalURL);
-        emit failed(failure);
-    } else {
+    if (m_file.error() != QFileDevice::NoError)
+        emit failed(
+            Failure::platform(Failure::Domain::fileSystem, m_file.errorString(), int(m_file.error())));
+    else
         emit bodySaved(m_partialPath);
-        PartialDownloads::discard(m_originalURL);
-    }
+    PartialDownloads::discard(m_originalURL);
     deleteLater();
 }
 
@@ -365,15 +356,12 @@ void FileTransfer::stopAll()
     m_fetches.clear();
 }
 
-void FileTransfer::removeStalePartialFiles(const QString &folder, const QStringList &livePaths)
+void FileTransfer::removeLegacyPartialFiles(const QString &folder)
 {
     const QDir directory(folder);
     const QStringList names =
         directory.entryList({legacyPartialPrefix + QLatin1Char('*') + legacyPartialSuffix},
                             QDir::Files | QDir::Hidden | QDir::System);
-    for (const QString &name : names) {
-        const QString path = directory.filePath(name);
-        if (!livePaths.contains(path))
-            QFile::remove(path);
-    }
+    for (const QString &name : names)
+        QFile::remove(directory.filePath(name));
 }

@@ -45,11 +45,10 @@ public:
 
     // The URL the transfer was created with, whatever redirects it followed.
     const QUrl &originalURL() const { return m_originalURL; }
-    const QString &partialPath() const { return m_partialPath; }
 
-    // Hidden partial files that earlier versions kept in the firmware folder are removed;
-    // `livePaths` are kept.
-    static void removeStalePartialFiles(const QString &folder, const QStringList &livePaths);
+    // Removes the hidden partial files that earlier versions kept in the firmware folder; no
+    // transfer writes there any more.
+    static void removeLegacyPartialFiles(const QString &folder);
 
     struct Testing {
         // How long a transfer may receive nothing before it fails as timed out.

@@ -60,6 +60,10 @@ public:
     // of a broken pipe at its next write). Blocks; does nothing when no tool runs.
     void forceEnd();
 
+    // The restore tool's arguments for a Recovery/DFU restore; the KIS companion on Linux gives
+    // idevicerestore the same after the watch's ECID.
+    static QStringList restoreToolArguments(const QString &logFile, const QString &imagePath);
+
 signals:
     void isValidatingChanged();
     void isRestoringChanged();
@@ -75,10 +79,9 @@ private:
     // Refuses with the message, which also goes into the log.
     void refuse(const QString &message);
 
-    // The argument lists of the two transports.
+    // The argument list of the Configurator transport.
     static QStringList configuratorArguments(const ConnectedWatch &watch,
                                              const std::optional<QString> &imagePath);
-    static QStringList restoreToolArguments(const QString &logFile, const QString &imagePath);
     // Starts the tool and resumes once it runs or has failed to start; its handlers hold this
     // object weakly and the process deletes itself once it has ended, so a tool outliving the
     // manager is never killed by it.

@@ -1,5 +1,7 @@
 #include "tools/PipedChild.h"
 
+#include "tools/CStringList.h"
+
 #include <QFile>
 
 #include <array>
@@ -10,25 +12,8 @@
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#include <vector>
 
 namespace {
-
-// A NUL-terminated array of C strings over owned bytes, as exec wants its lists.
-class CStringList {
-public:
-    explicit CStringList(QList<QByteArray> items) : m_items(std::move(items))
-    {
-        for (QByteArray &item : m_items)
-            m_pointers.push_back(item.data());
-        m_pointers.push_back(nullptr);
-    }
-    char *const *data() { return m_pointers.data(); }
-
-private:
-    QList<QByteArray> m_items;
-    std::vector<char *> m_pointers;
-};
 
 // The pipe's ends must not leak into any other child started meanwhile, or end of file would
 // wait for that child too. Where a pipe cannot be created close-on-exec in one step, creating
@@ -116,14 +101,8 @@ namespace PipedChild {
 Outcome run(const QString &program, const QStringList &arguments, const QStringList &environment)
 {
     const QByteArray path = QFile::encodeName(program);
-    QList<QByteArray> argumentBytes{path};
-    for (const QString &argument : arguments)
-        argumentBytes << argument.toLocal8Bit();
-    CStringList argv(std::move(argumentBytes));
-    QList<QByteArray> environmentBytes;
-    for (const QString &entry : environment)
-        environmentBytes << entry.toLocal8Bit();
-    CStringList envp(std::move(environmentBytes));
+    CStringList argv = CStringList::fromLocal8Bit(arguments, {path});
+    CStringList envp = CStringList::fromLocal8Bit(environment);
 
     std::array<int, 2> ends{-1, -1};
     pid_t pid = 0;

@@ -2,9 +2,8 @@
 
 #include "SiblingTools.h"
 #include "restore/RestoreLogFile.h"
-#include "tools/ToolLocator.h"
-
-#include <QByteArrayList>
+#include "restore/RestoreManager.h"
+#include "tools/CStringList.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -12,51 +11,36 @@
 #include <unistd.h>
 
 namespace RestoreHandOver {
+
 namespace {
 
-// NUL-terminated pointers into `storage`, as execve wants them.
-std::vector<char *> pointerList(QByteArrayList &storage)
+// The watch chosen by its ECID, then the application's own Recovery/DFU restore arguments:
+// erased, one progress line per step, and the cache and log locations in the application's
+// folders (without them idevicerestore writes its log file, the signing list and a downloaded
+// image into whatever folder it was started in). Without an image, --latest lets idevicerestore
+// pick the newest signed firmware (it does not ask when its output is not a terminal).
+QStringList arguments(const CompanionCommand::Restore &restore, const QString &logFile)
 {
-    std::vector<char *> pointers;
-    for (QByteArray &item : storage)
-        pointers.push_back(item.data());
-    pointers.push_back(nullptr);
-    return pointers;
+    return QStringList{QStringLiteral("--ecid"), restore.ecid} +
+           RestoreManager::restoreToolArguments(logFile,
+                                                restore.imagePath.value_or(QStringLiteral("--latest")));
 }
 
 } // namespace
 
-QStringList arguments(const CompanionCommand::Restore &restore, const QString &cachePath,
-                      const QString &logFile)
-{
-    QStringList arguments{QStringLiteral("--ecid"),
-                          restore.ecid,
-                          QStringLiteral("--erase"),
-                          QStringLiteral("--plain-progress"),
-                          QStringLiteral("--cache-path"),
-                          cachePath,
-                          QStringLiteral("--logfile=") + logFile};
-    arguments << restore.imagePath.value_or(QStringLiteral("--latest"));
-    return arguments;
-}
-
 int exec(const CompanionCommand::Restore &restore)
 {
     const QString tool = SiblingTools::path(QStringLiteral("idevicerestore"));
-    QByteArrayList argv{tool.toLocal8Bit()};
-    for (const QString &argument :
-         arguments(restore, ToolLocator::cacheDirectory(), RestoreLogFile::pathForNow()))
-        argv << argument.toLocal8Bit();
-    QByteArrayList environment;
-    for (const QString &entry : SiblingTools::environment().toStringList())
-        environment << entry.toLocal8Bit();
+    CStringList argv =
+        CStringList::fromLocal8Bit(arguments(restore, RestoreLogFile::pathForNow()), {tool.toLocal8Bit()});
+    CStringList environment = CStringList::fromLocal8Bit(SiblingTools::environment().toStringList());
 
     std::fflush(stdout);
     std::fflush(stderr);
-    ::execve(argv.constFirst().constData(), pointerList(argv).data(), pointerList(environment).data());
+    ::execve(argv.first(), argv.data(), environment.data());
 
     const int error = errno;
-    std::fprintf(stderr, "cfgutil: cannot run %s: %s\n", argv.constFirst().constData(), std::strerror(error));
+    std::fprintf(stderr, "cfgutil: cannot run %s: %s\n", argv.first(), std::strerror(error));
     return error == ENOENT ? 127 : 126;
 }
 

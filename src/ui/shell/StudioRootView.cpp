@@ -27,6 +27,34 @@ int pageOf(std::optional<NavigationSection> section)
 {
     return int(section.value_or(NavigationSection::overview));
 }
+
+// Shows the dialog `make` builds while a model flag is raised and lowers the flag however the
+// dialog ends; a flag lowered elsewhere closes the dialog. `shown` belongs to `context`.
+template <typename Dialog, typename Make, typename Lower>
+void followFlag(QObject *context, QPointer<Dialog> &shown, bool raised, Make make, Lower lowerFlag)
+{
+    if (!raised) {
+        if (Dialog *dialog = shown) {
+            shown = nullptr;
+            dialog->disconnect(context);
+            dialog->close();
+            dialog->deleteLater();
+        }
+        return;
+    }
+    if (shown)
+        return;
+    Dialog *dialog = make();
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    shown = dialog;
+    QObject::connect(dialog, &QDialog::finished, context, [&shown, dialog, lowerFlag] {
+        if (shown != dialog)
+            return;
+        shown = nullptr;
+        lowerFlag();
+    });
+    dialog->open();
+}
 } // namespace
 
 StudioRootView::StudioRootView(StudioModel *model, QWidget *parent)
@@ -118,61 +146,32 @@ void StudioRootView::showNavigation()
     m_sidebar->setSelection(m_model->navigation());
 }
 
-// The flag is re-published on every assignment: an alert already on screen stays as it is.
+// The flag is re-published on every assignment: a dialog already on screen stays as it is.
 void StudioRootView::followUnsignedWarning()
 {
-    if (!m_model->showUnsignedWarning()) {
-        if (UnsignedFirmwareAlert *alert = m_alert) {
-            m_alert = nullptr;
-            alert->disconnect(this);
-            alert->close();
-            alert->deleteLater();
-        }
-        return;
-    }
-    if (m_alert)
-        return;
-    auto *alert = new UnsignedFirmwareAlert(window());
-    alert->setAttribute(Qt::WA_DeleteOnClose);
-    m_alert = alert;
-    connect(alert, &UnsignedFirmwareAlert::downloadConfirmed, this, [this] {
-        m_model->setShowUnsignedWarning(false);
-        m_model->downloadSelected();
-    });
-    // Any ending lowers the flag: either button, or closing the window, which cancels.
-    connect(alert, &QDialog::finished, this, [this, alert] {
-        if (m_alert != alert)
-            return;
-        m_alert = nullptr;
-        m_model->setShowUnsignedWarning(false);
-    });
-    alert->open();
+    followFlag(
+        this, m_alert, m_model->showUnsignedWarning(),
+        [this] {
+            auto *alert = new UnsignedFirmwareAlert(window());
+            connect(alert, &UnsignedFirmwareAlert::downloadConfirmed, this, [this] {
+                m_model->setShowUnsignedWarning(false);
+                m_model->downloadSelected();
+            });
+            return alert;
+        },
+        [this] { m_model->setShowUnsignedWarning(false); });
 }
 
 // A fresh sheet for every presentation, so its typed word always starts empty.
 void StudioRootView::followRestoreConfirmation()
 {
-    if (!m_model->showRestoreConfirmation()) {
-        if (RestoreConfirmationSheet *sheet = m_sheet) {
-            m_sheet = nullptr;
-            sheet->disconnect(this);
-            sheet->close();
-            sheet->deleteLater();
-        }
-        return;
-    }
-    if (m_sheet)
-        return;
-    auto *sheet =
-        new RestoreConfirmationSheet(m_model, m_model->deviceMonitor(), m_model->restoreManager(), window());
-    sheet->setAttribute(Qt::WA_DeleteOnClose);
-    sheet->setWindowModality(Qt::WindowModal);
-    m_sheet = sheet;
-    connect(sheet, &QDialog::finished, this, [this, sheet] {
-        if (m_sheet != sheet)
-            return;
-        m_sheet = nullptr;
-        m_model->setShowRestoreConfirmation(false);
-    });
-    sheet->open();
+    followFlag(
+        this, m_sheet, m_model->showRestoreConfirmation(),
+        [this] {
+            auto *sheet = new RestoreConfirmationSheet(m_model, m_model->deviceMonitor(),
+                                                       m_model->restoreManager(), window());
+            sheet->setWindowModality(Qt::WindowModal);
+            return sheet;
+        },
+        [this] { m_model->setShowRestoreConfirmation(false); });
 }

@@ -63,11 +63,10 @@ void SecondaryButtonStyle::drawBackground(QPainter &painter, const QRectF &shape
     drawShape(painter, shape, metrics().radius, look(pressed).fill, outline, 1.0);
 }
 
+// The primary button's shape and label; only the fill differs.
 ButtonMetrics DangerButtonStyle::metrics() const
 {
-    using namespace Theme::Metrics;
-    return {primaryButtonHeight, primaryButtonPadding, primaryButtonRadius, Theme::font(13, QFont::DemiBold),
-            Theme::white()};
+    return PrimaryButtonStyle{}.metrics();
 }
 
 ButtonLook DangerButtonStyle::look(bool pressed) const

@@ -391,7 +391,12 @@ private:
             QImage image(widget->size() * ratio, QImage::Format_ARGB32_Premultiplied);
             image.setDevicePixelRatio(ratio);
             image.fill(Qt::black);
-            widget->render(&image);
+            // A child is drawn by its parent, which is what applies its graphics effect (the
+            // dimming of a disabled control), as on screen.
+            if (widget->isWindow())
+                widget->render(&image);
+            else
+                widget->parentWidget()->render(&image, {}, widget->geometry(), QWidget::DrawChildren);
             const QString file = QDir(m_folder).filePath(QStringLiteral("%1@%2x.png").arg(name).arg(ratio));
             QVERIFY2(image.save(file), qPrintable(file));
         }

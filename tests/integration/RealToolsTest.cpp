@@ -67,10 +67,11 @@ bool writeImage(const QString &path, const ImageFiles &files, const QByteArray &
 }
 
 const QByteArray catalogue =
-    QByteArray("[{'version':'10.0.2','build':'21R371','released':'2023-10-04','signed':true,"
-               "'deviceMap':['Watch1,1','Watch6,18','Watch7,1'],"
-               "'sources':[{'type':'ipsw','deviceMap':['Watch1,1','Watch6,18','Watch7,1'],"
-               "'links':[{'url':'https://updates.cdn-apple.com/fw/Restore.ipsw'}]}]}]")
+    QByteArray(
+        "[{'version':'10.0.2','build':'21R371','released':'2023-10-04','signed':true,"
+        "'deviceMap':['Watch1,1','Watch6,18','Watch7,1','Watch8,1','Watch8,4'],"
+        "'sources':[{'type':'ipsw','deviceMap':['Watch1,1','Watch6,18','Watch7,1','Watch8,1','Watch8,4'],"
+        "'links':[{'url':'https://updates.cdn-apple.com/fw/Restore.ipsw'}]}]}]")
         .replace('\'', '"');
 
 } // namespace
@@ -119,6 +120,10 @@ private slots:
             {QStringLiteral("Watch6,18"), QStringLiteral("n199ap"), QStringLiteral("Apple Watch Ultra")},
             {QStringLiteral("Watch1,1"), QStringLiteral("n27aap"),
              QStringLiteral("Apple Watch 38mm (1st gen)")},
+            // Newer than upstream's table: added by the Tools folder's own patch.
+            {QStringLiteral("Watch8,1"), QStringLiteral("n240ap"), QStringLiteral("Apple Watch Ultra 4")},
+            {QStringLiteral("Watch8,4"), QStringLiteral("n238sap"),
+             QStringLiteral("Apple Watch Series 12 (42mm Cellular)")},
         };
         for (const Expected &expected : table) {
             QCOMPARE(catalogueNames.value(expected.productType), expected.name);

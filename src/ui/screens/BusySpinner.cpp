@@ -23,7 +23,8 @@ BusySpinner::BusySpinner(Size size, QWidget *parent)
         update();
     });
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
-    setAccessibleName(QStringLiteral("progress"));
+    // Screens name each spinner after what it waits for; this is the fallback.
+    setAccessibleName(QStringLiteral("Идёт выполнение"));
 }
 
 BusySpinner::~BusySpinner() = default;

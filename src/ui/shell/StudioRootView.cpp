@@ -2,6 +2,7 @@
 
 #include "app/StudioModel.h"
 #include "device/DeviceMonitor.h"
+#include "ui/FocusRing.h"
 #include "ui/StudioBackground.h"
 #include "ui/screens/CatalogView.h"
 #include "ui/screens/LogView.h"
@@ -11,6 +12,7 @@
 #include "ui/shell/StudioSidebar.h"
 #include "ui/shell/UnsignedFirmwareAlert.h"
 
+#include <QApplication>
 #include <QHBoxLayout>
 #include <QSplitter>
 #include <QStackedWidget>
@@ -20,7 +22,7 @@ namespace {
 constexpr int sidebarMinimumWidth = 230;
 constexpr int sidebarIdealWidth = 250;
 constexpr int sidebarMaximumWidth = 280;
-constexpr QSize minimumContentSize(1120, 720);
+constexpr QSize designMinimum(1120, 720);
 
 // Stack pages, in the order of the sections.
 int pageOf(std::optional<NavigationSection> section)
@@ -62,7 +64,6 @@ StudioRootView::StudioRootView(StudioModel *model, QWidget *parent)
 {
     m_model->setParent(this);
     setObjectName(QStringLiteral("rootView"));
-    setMinimumSize(minimumContentSize);
 
     m_sidebar->setMinimumWidth(sidebarMinimumWidth);
     m_sidebar->setMaximumWidth(sidebarMaximumWidth);
@@ -86,7 +87,7 @@ StudioRootView::StudioRootView(StudioModel *model, QWidget *parent)
     split->addWidget(detail);
     split->setStretchFactor(0, 0);
     split->setStretchFactor(1, 1);
-    split->setSizes({sidebarIdealWidth, minimumContentSize.width() - sidebarIdealWidth});
+    split->setSizes({sidebarIdealWidth, designMinimum.width() - sidebarIdealWidth});
     auto *layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(split);
@@ -116,6 +117,11 @@ StudioRootView::~StudioRootView()
     qDeleteAll(findChildren<QWidget *>(Qt::FindDirectChildrenOnly));
 }
 
+QSize StudioRootView::minimumContentSize()
+{
+    return designMinimum;
+}
+
 QWidget *StudioRootView::currentScreen() const
 {
     return m_screens->currentWidget();
@@ -142,8 +148,23 @@ void StudioRootView::showEvent(QShowEvent *event)
 
 void StudioRootView::showNavigation()
 {
+    QWidget *before = QApplication::focusWidget();
+    const bool focusWasOnScreen = before && m_screens->currentWidget()->isAncestorOf(before);
+    const bool ringWasShown = before && FocusRing::isVisible(before);
     m_screens->setCurrentIndex(pageOf(m_model->navigation()));
     m_sidebar->setSelection(m_model->navigation());
+
+    // The stack hands the focus of a screen left from one of its controls (a quick action) to
+    // the first control of the new one. After a key it shows its ring there; after a click no
+    // control keeps a focus nobody can see: the screen holds it, and Tab starts from its top.
+    QWidget *screen = m_screens->currentWidget();
+    QWidget *after = QApplication::focusWidget();
+    if (!focusWasOnScreen || !after || after == before || !screen->isAncestorOf(after))
+        return;
+    if (ringWasShown)
+        FocusRing::focusWithRing(after);
+    else
+        screen->setFocus(Qt::OtherFocusReason);
 }
 
 // The flag is re-published on every assignment: a dialog already on screen stays as it is.

@@ -7,6 +7,7 @@
 #include "ui/shell/SupportLink.h"
 
 #include <QLabel>
+#include <QMenuBar>
 #include <QPainter>
 #include <QVBoxLayout>
 
@@ -14,6 +15,8 @@ namespace {
 constexpr int brandIconSize = 42;
 constexpr int rowInset = 8;
 constexpr int footerPadding = 14;
+constexpr int menuInset = 12;
+constexpr int menuFontSize = 11;
 } // namespace
 
 StudioSidebar::StudioSidebar(QWidget *parent) : QWidget(parent)
@@ -98,6 +101,36 @@ SidebarRow *StudioSidebar::row(NavigationSection section) const
             return row;
     }
     return nullptr;
+}
+
+void StudioSidebar::holdMenuBar(QMenuBar *menuBar)
+{
+    m_menuBar = menuBar;
+    menuBar->setParent(this);
+    menuBar->setFont(Theme::font(menuFontSize, QFont::DemiBold));
+    QPalette palette = menuBar->palette();
+    palette.setColor(QPalette::Window, Qt::transparent);
+    palette.setColor(QPalette::ButtonText, Theme::textSecondary());
+    palette.setColor(QPalette::WindowText, Theme::textSecondary());
+    menuBar->setPalette(palette);
+    menuBar->setAutoFillBackground(false);
+    placeMenuBar();
+    menuBar->show();
+    menuBar->raise();
+}
+
+void StudioSidebar::placeMenuBar()
+{
+    if (!m_menuBar)
+        return;
+    const QSize hint = m_menuBar->sizeHint();
+    m_menuBar->setGeometry(menuInset, 0, std::min(hint.width(), width() - menuInset * 2), hint.height());
+}
+
+void StudioSidebar::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    placeMenuBar();
 }
 
 void StudioSidebar::paintEvent(QPaintEvent *)

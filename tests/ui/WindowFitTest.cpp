@@ -2,6 +2,7 @@
 #include "app/StudioModel.h"
 #include "restore/RestoreManager.h"
 #include "support/FakeTools.h"
+#include "support/LocalHttpServer.h"
 #include "support/TestPaths.h"
 #include "ui/Theme.h"
 #include "ui/shell/MainWindow.h"
@@ -82,24 +83,34 @@ private slots:
     {
         QFETCH(QSize, room);
         TestPaths paths;
-        MainWindow window(new StudioModel(QUrl(QStringLiteral("http://127.0.0.1:9/")), {}));
+        // A catalogue longer than the list's room, so the list scrolls.
+        LocalHttpServer server;
+        QByteArray catalogue = "[";
+        for (int model = 1; model <= 14; ++model) {
+            catalogue +=
+                QStringLiteral("{'version':'10.%1','build':'21S%1','deviceMap':['Watch%1,1'],'signed':%2,"
+                               "'sources':[{'type':'ipsw','deviceMap':['Watch%1,1'],'size':3870000000,"
+                               "'links':[{'url':'https://127.0.0.1/Watch%1.ipsw'}]}]}")
+                    .arg(model)
+                    .arg(model % 3 == 0 ? QStringLiteral("false") : QStringLiteral("true"))
+                    .toUtf8() +
+                (model < 14 ? "," : "]");
+        }
+        server.setResponse(QStringLiteral("/main.json"), HttpResponse::ok(catalogue.replace('\'', '"')));
+        MainWindow window(
+            new StudioModel(server.url(QStringLiteral("/main.json")), {QStringLiteral("127.0.0.1")}));
         window.setMinimumSize(room);
         window.resize(room);
         window.show();
         QVERIFY(QTest::qWaitForWindowExposed(&window));
         StudioModel *model = window.rootView()->model();
-        QTRY_VERIFY(!model->isLoadingCatalog());
+        QTRY_COMPARE(model->firmware().size(), 14);
         // The test's screen is not the one above: give the window that room again.
         window.setMinimumSize(room);
         window.resize(room);
         // The tallest states: an unsigned firmware with its cautions, a long log and a restore
         // running, whose status line sits at the very bottom.
-        WatchFirmware firmware{};
-        firmware.productType = QStringLiteral("Watch6,1");
-        firmware.deviceName = QStringLiteral("Apple Watch Series 6 (40mm)");
-        firmware.version = QStringLiteral("10.2");
-        firmware.build = QStringLiteral("21S364");
-        firmware.size = 3870000000;
+        WatchFirmware firmware = model->firmware().at(8);
         firmware.currentSignedVersion = QStringLiteral("10.6.1");
         firmware.currentSignedBuild = QStringLiteral("21U580");
         model->select(firmware);
@@ -124,6 +135,12 @@ private slots:
         for (const NavigationSection section : Navigation::allCases()) {
             model->setNavigation(section);
             QTest::qWait(50);
+            // The list opens at the selection; the keyboard's row, one below it, shows its ring.
+            if (section == NavigationSection::catalog) {
+                auto *list = window.findChild<QWidget *>(QStringLiteral("firmwareList"));
+                list->setFocus(Qt::TabFocusReason);
+                QTest::keyClick(list, Qt::Key_Down);
+            }
             const QSize needed = window.minimumSizeHint();
             QVERIFY2(needed.width() <= room.width() && needed.height() <= room.height(),
                      qPrintable(Navigation::rawValue(section)));

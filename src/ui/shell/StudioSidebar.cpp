@@ -16,6 +16,7 @@ constexpr int brandIconSize = 42;
 constexpr int rowInset = 8;
 constexpr int footerPadding = 14;
 constexpr int menuInset = 12;
+constexpr int brandTop = 22;
 constexpr int menuFontSize = 11;
 } // namespace
 
@@ -57,7 +58,7 @@ QWidget *StudioSidebar::makeBrandHeader()
 {
     auto *header = new QWidget(this);
     auto *row = new QHBoxLayout(header);
-    row->setContentsMargins(20, 22, 20, 28);
+    row->setContentsMargins(20, brandTop, 20, 28);
     row->setSpacing(12);
     row->addWidget(new StudioBrandIcon(brandIconSize, header));
 
@@ -123,8 +124,11 @@ void StudioSidebar::placeMenuBar()
 {
     if (!m_menuBar)
         return;
+    // Beside the brand words, centred on the icon.
     const QSize hint = m_menuBar->sizeHint();
-    m_menuBar->setGeometry(menuInset, 0, std::min(hint.width(), width() - menuInset * 2), hint.height());
+    const int menuWidth = std::min(hint.width(), width() - menuInset * 2);
+    m_menuBar->setGeometry(width() - menuInset - menuWidth, brandTop + (brandIconSize - hint.height()) / 2,
+                           menuWidth, hint.height());
 }
 
 void StudioSidebar::resizeEvent(QResizeEvent *event)

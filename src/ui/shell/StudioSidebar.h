@@ -24,7 +24,7 @@ public:
     // Shows the highlight only; emits nothing.
     void setSelection(std::optional<NavigationSection> section);
     SidebarRow *row(NavigationSection section) const;
-    // Lays a window's menu bar over the margin above the brand, where it costs the window no
+    // Lays a window's menu bar at the trailing end of the brand row, where it costs the window no
     // height of its own. The sidebar takes ownership.
     void holdMenuBar(QMenuBar *menuBar);
 

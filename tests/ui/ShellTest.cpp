@@ -30,7 +30,6 @@
 #include <QDir>
 #include <QLineEdit>
 #include <QListView>
-#include <QMenuBar>
 #include <QPainter>
 #include <QPushButton>
 #include <QSignalSpy>

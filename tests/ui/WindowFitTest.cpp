@@ -77,6 +77,8 @@ private slots:
                                                             availableArea({1366, 768}, 1), titleBar);
         QTest::newRow("1920x1080-150")
             << WindowFit::openingSize({1280, 820}, {1120, 650}, availableArea({1920, 1080}, 1.5), titleBar);
+        QTest::newRow("1600x1000-200")
+            << WindowFit::openingSize({1280, 820}, {800, 430}, availableArea({1600, 1000}, 2), titleBar);
     }
 
     void screensUseTheRoomTheyGet()

@@ -4,16 +4,19 @@
 #include "device/DeviceMonitor.h"
 #include "ui/FocusRing.h"
 #include "ui/StudioBackground.h"
+#include "ui/Theme.h"
 #include "ui/screens/CatalogView.h"
 #include "ui/screens/LogView.h"
 #include "ui/screens/OverviewView.h"
 #include "ui/screens/RestoreConfirmationSheet.h"
 #include "ui/screens/RestoreView.h"
+#include "ui/screens/ScreenLabels.h"
 #include "ui/shell/StudioSidebar.h"
 #include "ui/shell/UnsignedFirmwareAlert.h"
 
 #include <QApplication>
 #include <QHBoxLayout>
+#include <QScrollArea>
 #include <QSplitter>
 #include <QStackedWidget>
 #include <QTimer>
@@ -65,8 +68,15 @@ StudioRootView::StudioRootView(StudioModel *model, QWidget *parent)
     m_model->setParent(this);
     setObjectName(QStringLiteral("rootView"));
 
-    m_sidebar->setMinimumWidth(sidebarMinimumWidth);
-    m_sidebar->setMaximumWidth(sidebarMaximumWidth);
+    // On a screen too short for the whole column the sidebar scrolls, like the pages.
+    QScrollArea *sidebarColumn = ScreenLabels::scrollingPage(m_sidebar);
+    sidebarColumn->setObjectName(QStringLiteral("sidebarColumn"));
+    sidebarColumn->setMinimumWidth(sidebarMinimumWidth);
+    sidebarColumn->setMaximumWidth(sidebarMaximumWidth);
+    QPalette sidebarPalette = sidebarColumn->palette();
+    sidebarPalette.setColor(QPalette::Window, Theme::sidebarBackground());
+    sidebarColumn->setPalette(sidebarPalette);
+    sidebarColumn->setAutoFillBackground(true);
 
     auto *detail = new StudioBackground;
     detail->setObjectName(QStringLiteral("detailColumn"));
@@ -83,7 +93,7 @@ StudioRootView::StudioRootView(StudioModel *model, QWidget *parent)
     split->setObjectName(QStringLiteral("splitView"));
     split->setChildrenCollapsible(false);
     split->setHandleWidth(1);
-    split->addWidget(m_sidebar);
+    split->addWidget(sidebarColumn);
     split->addWidget(detail);
     split->setStretchFactor(0, 0);
     split->setStretchFactor(1, 1);

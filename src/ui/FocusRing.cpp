@@ -40,9 +40,14 @@ private:
         case Qt::TabFocusReason:
         case Qt::BacktabFocusReason:
         case Qt::ShortcutFocusReason: keyboard = true; break;
-        // The window comes back with the focus it had, ring or not.
+        // The window comes back with the focus it had, ring or not; a control that was given
+        // the focus while a dialog was up shows what the last input was.
         case Qt::ActiveWindowFocusReason:
-        case Qt::PopupFocusReason: return;
+        case Qt::PopupFocusReason:
+            if (widget->property(keyboardFocusProperty).isValid())
+                return;
+            keyboard = m_lastInputWasKeyboard;
+            break;
         case Qt::MouseFocusReason: keyboard = false; break;
         default: keyboard = m_lastInputWasKeyboard; break;
         }

@@ -345,6 +345,24 @@ private slots:
         QTest::keyClick(cancel, Qt::Key_Space);
         QTRY_VERIFY(!model->downloader()->isDownloading());
 
+        // The same through the unsigned warning, answered from the keyboard.
+        chosen.isCatalogSigned = false;
+        model->select(chosen);
+        download->setFocus(Qt::TabFocusReason);
+        QTest::keyClick(download, Qt::Key_Return);
+        UnsignedFirmwareAlert *alert = window.rootView()->unsignedAlert();
+        QVERIFY(alert);
+        QTRY_COMPARE(QApplication::focusWidget(), alert->cancelButton());
+        QTest::keyClick(alert->cancelButton(), Qt::Key_Tab);
+        QTest::keyClick(alert->downloadAnywayButton(), Qt::Key_Return);
+        QVERIFY(model->downloader()->isDownloading());
+        QTRY_COMPARE(window.focusWidget(), cancel);
+        QApplication::setActiveWindow(&window); // what the window manager does once the alert is gone
+        QTRY_COMPARE(QApplication::focusWidget(), cancel);
+        QVERIFY(FocusRing::isVisible(cancel));
+        QTest::keyClick(cancel, Qt::Key_Space);
+        QTRY_VERIFY(!model->downloader()->isDownloading());
+
         QWidget *catalogAction = window.findChild<QWidget *>(QStringLiteral("quickActionCatalog"));
         catalogAction->setFocus(Qt::TabFocusReason);
         QTest::keyClick(catalogAction, Qt::Key_Space);

@@ -115,8 +115,11 @@ private slots:
         for (QWidget *indicator : window.findChildren<QWidget *>()) {
             if (!qobject_cast<BusySpinner *>(indicator) && !qobject_cast<QProgressBar *>(indicator))
                 continue;
-            const QString name = QAccessible::queryAccessibleInterface(indicator)->text(QAccessible::Name);
+            QAccessibleInterface *node = QAccessible::queryAccessibleInterface(indicator);
+            const QString name = node->text(QAccessible::Name);
+            qInfo().noquote() << QStringLiteral("Indicator: ProgressBar «") + name + u'»';
             QVERIFY2(isRussian(name), qPrintable(indicator->objectName() + QStringLiteral(": ") + name));
+            QCOMPARE(node->role(), QAccessible::ProgressBar);
         }
     }
 

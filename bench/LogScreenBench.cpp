@@ -9,6 +9,7 @@
 #include "ui/screens/LogTextView.h"
 #include "ui/screens/LogView.h"
 
+#include <QAccessible>
 #include <QApplication>
 #include <QCoroTask>
 #include <QEventLoop>
@@ -106,4 +107,13 @@ CORVALIN_BENCHMARK(logScreenFollowsFloodingRestore)
                   shown.longestStallMilliseconds, QStringLiteral("ms"));
     Bench::report(QStringLiteral("shown / headless"), shown.totalMilliseconds / headless.totalMilliseconds,
                   QStringLiteral("x"));
+
+    // With a screen reader listening, each frame's new text is announced as well.
+    QAccessible::setActive(true);
+    const Run read = restoreWithFloodingTool(true);
+    QAccessible::setActive(false);
+    Bench::report(QStringLiteral("screen reader on: launch to whole log on screen"), read.totalMilliseconds,
+                  QStringLiteral("ms"));
+    Bench::report(QStringLiteral("screen reader on: longest event-loop stall"), read.longestStallMilliseconds,
+                  QStringLiteral("ms"));
 }

@@ -25,7 +25,7 @@ struct Location {
             path += QStringLiteral("sources[%1].").arg(source);
         if (link >= 0)
             path += QStringLiteral("links[%1].").arg(link);
-        return QStringLiteral("record %1, key \"%2%3\"").arg(record).arg(path, key);
+        return QStringLiteral("запись %1, ключ «%2%3»").arg(record).arg(path, key);
     }
 };
 
@@ -50,9 +50,9 @@ public:
     {
         const std::optional<QJsonValue> value = present(key);
         if (!value)
-            return fail(key, "is missing"), QString();
+            return fail(key, "отсутствует"), QString();
         if (!value->isString())
-            return fail(key, "is not a string"), QString();
+            return fail(key, "не является строкой"), QString();
         return value->toString();
     }
 
@@ -62,7 +62,7 @@ public:
         if (!value)
             return std::nullopt;
         if (!value->isString())
-            return fail(key, "is not a string"), std::nullopt;
+            return fail(key, "не является строкой"), std::nullopt;
         return value->toString();
     }
 
@@ -72,7 +72,7 @@ public:
         if (!value)
             return std::nullopt;
         if (!value->isBool())
-            return fail(key, "is not a Boolean"), std::nullopt;
+            return fail(key, "не является логическим значением"), std::nullopt;
         return value->toBool();
     }
 
@@ -82,7 +82,7 @@ public:
         if (!value)
             return std::nullopt;
         if (!value->isArray())
-            return fail(key, "is not an array"), std::nullopt;
+            return fail(key, "не является массивом"), std::nullopt;
         return value->toArray();
     }
 
@@ -95,7 +95,7 @@ public:
         texts.reserve(array->size());
         for (const QJsonValue &element : *array) {
             if (!element.isString())
-                return fail(key, "holds a value that is not a string"), std::nullopt;
+                return fail(key, "содержит значение, которое не является строкой"), std::nullopt;
             texts << element.toString();
         }
         return texts;
@@ -107,12 +107,12 @@ public:
         if (!value)
             return std::nullopt;
         if (!value->isObject())
-            return fail(key, "is not an object"), std::nullopt;
+            return fail(key, "не является объектом"), std::nullopt;
         const QJsonObject object = value->toObject();
         QHash<QString, QString> map;
         for (auto it = object.begin(); it != object.end(); ++it) {
             if (!it.value().isString())
-                return fail(key, "holds a value that is not a string"), std::nullopt;
+                return fail(key, "содержит значение, которое не является строкой"), std::nullopt;
             map.insert(it.key(), it.value().toString());
         }
         return map;
@@ -128,10 +128,10 @@ public:
         if (!value)
             return std::nullopt;
         if (!value->isDouble())
-            return fail(key, "is not a number"), std::nullopt;
+            return fail(key, "не является числом"), std::nullopt;
         const QVariant number = value->toVariant();
         if (number.typeId() != QMetaType::LongLong)
-            return fail(key, "is not an integer in the signed 64-bit range"), std::nullopt;
+            return fail(key, "не является целым числом в 64-битном диапазоне со знаком"), std::nullopt;
         return number.toLongLong();
     }
 
@@ -142,7 +142,7 @@ public:
         if (failed())
             return std::nullopt;
         if (!UrlReference::isValid(text))
-            return fail(key, "is not a valid URL"), std::nullopt;
+            return fail(key, "не является допустимым URL"), std::nullopt;
         // May be invalid to Qt (a port above 65535, an escaped host name): such a link is
         // kept, and the allow-list turns it down.
         return QUrl(text, QUrl::StrictMode);
@@ -151,8 +151,8 @@ public:
     void fail(QLatin1StringView key, const char *problem)
     {
         if (m_error.isEmpty())
-            m_error = QStringLiteral("The catalogue could not be read: %1 %2.")
-                          .arg(m_location.describe(key), QLatin1StringView(problem));
+            m_error = QStringLiteral("Не удалось прочитать каталог: %1 %2.")
+                          .arg(m_location.describe(key), QString::fromUtf8(problem));
     }
 
     bool failed() const { return !m_error.isEmpty(); }
@@ -188,7 +188,7 @@ std::optional<AppleDBSource> decodeSource(const QJsonObject &object, Location lo
             linkLocation.link = i;
             const QJsonValue element = links->at(i);
             if (!element.isObject()) {
-                reader.fail(QLatin1StringView("links"), "holds a value that is not an object");
+                reader.fail(QLatin1StringView("links"), "содержит значение, которое не является объектом");
                 break;
             }
             if (std::optional<AppleDBLink> link = decodeLink(element.toObject(), linkLocation, error))
@@ -218,7 +218,7 @@ std::optional<AppleDBFirmware> decodeFirmware(const QJsonObject &object, Locatio
             sourceLocation.source = i;
             const QJsonValue element = sources->at(i);
             if (!element.isObject()) {
-                reader.fail(QLatin1StringView("sources"), "holds a value that is not an object");
+                reader.fail(QLatin1StringView("sources"), "содержит значение, которое не является объектом");
                 break;
             }
             if (std::optional<AppleDBSource> source = decodeSource(element.toObject(), sourceLocation, error))
@@ -260,12 +260,12 @@ Result<QList<AppleDBFirmware>> decode(const QByteArray &json)
     const QJsonDocument document =
         QJsonDocument::fromJson(ExactIntegers::markInexactNumbers(json), &parseError);
     if (parseError.error != QJsonParseError::NoError)
-        return decodingFailure(QStringLiteral("The catalogue is not valid JSON: %1 at offset %2.")
+        return decodingFailure(QStringLiteral("Каталог не является корректным JSON: %1 (позиция %2).")
                                    .arg(parseError.errorString())
                                    .arg(parseError.offset));
     if (!document.isArray())
-        return decodingFailure(QStringLiteral("The catalogue could not be read: expected an array of "
-                                              "records at the top level."));
+        return decodingFailure(QStringLiteral("Не удалось прочитать каталог: на верхнем уровне ожидался "
+                                              "массив записей."));
 
     const QJsonArray array = document.array();
     QList<AppleDBFirmware> records;
@@ -275,7 +275,7 @@ Result<QList<AppleDBFirmware>> decode(const QByteArray &json)
         const QJsonValue element = array.at(i);
         if (!element.isObject())
             return decodingFailure(
-                QStringLiteral("The catalogue could not be read: record %1 is not an object.").arg(i));
+                QStringLiteral("Не удалось прочитать каталог: запись %1 не является объектом.").arg(i));
         std::optional<AppleDBFirmware> firmware = decodeFirmware(element.toObject(), Location{i}, error);
         if (!firmware)
             return decodingFailure(error);

@@ -3,13 +3,32 @@
 #include "ui/SymbolLabel.h"
 #include "ui/Theme.h"
 
+#include <QAccessibleWidget>
 #include <QHBoxLayout>
 #include <QPainter>
+#include <QShowEvent>
+
+namespace {
+
+// A banner is an alert for assistive tools, announced when it appears or its text changes.
+QAccessibleInterface *bannerFactory(const QString &className, QObject *object)
+{
+    if (className == QLatin1StringView("ErrorBanner") && object && object->isWidgetType())
+        return new QAccessibleWidget(static_cast<QWidget *>(object), QAccessible::AlertMessage);
+    return nullptr;
+}
+
+} // namespace
 
 ErrorBanner::ErrorBanner(const QString &text, QWidget *parent)
     : QWidget(parent), m_label(new SymbolLabel(QStringLiteral("exclamationmark.triangle.fill"), text,
                                                Theme::font(12, QFont::DemiBold), Theme::red(), this))
 {
+    static const bool accessibleBanners = [] {
+        QAccessible::installFactory(bannerFactory);
+        return true;
+    }();
+    Q_UNUSED(accessibleBanners)
     const int padding = Theme::Metrics::errorBannerPadding;
     auto *row = new QHBoxLayout(this);
     row->setContentsMargins(padding, padding, padding, padding);
@@ -24,8 +43,26 @@ ErrorBanner::~ErrorBanner() = default;
 
 void ErrorBanner::setText(const QString &text)
 {
+    const bool changed = text != m_label->text();
     m_label->setText(text);
     setAccessibleName(text);
+    if (changed && isVisible())
+        announce();
+}
+
+void ErrorBanner::showEvent(QShowEvent *event)
+{
+    QWidget::showEvent(event);
+    if (!event->spontaneous())
+        announce();
+}
+
+void ErrorBanner::announce()
+{
+    if (text().isEmpty())
+        return;
+    QAccessibleEvent alert(this, QAccessible::Alert);
+    QAccessible::updateAccessibility(&alert);
 }
 
 QString ErrorBanner::text() const

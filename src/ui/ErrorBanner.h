@@ -5,7 +5,8 @@
 class SymbolLabel;
 
 // A red warning strip with a triangle and the error text. Always as wide as its space, with
-// the text at the leading edge.
+// the text at the leading edge. Assistive tools hear it as an alert when it appears or its text
+// changes.
 class ErrorBanner final : public QWidget {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(ErrorBanner)
@@ -19,7 +20,10 @@ public:
 
 protected:
     void paintEvent(QPaintEvent *event) override;
+    void showEvent(QShowEvent *event) override;
 
 private:
+    void announce();
+
     SymbolLabel *m_label;
 };

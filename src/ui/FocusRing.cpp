@@ -13,26 +13,63 @@ class FocusReasonTracker final : public QObject {
 public:
     using QObject::QObject;
 
+    void requestRing(QWidget *widget) { m_ringRequested = widget; }
+
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override
     {
-        if (event->type() == QEvent::FocusIn && watched->isWidgetType()) {
-            const Qt::FocusReason reason = static_cast<QFocusEvent *>(event)->reason();
-            watched->setProperty(keyboardFocusProperty, reason == Qt::TabFocusReason ||
-                                                            reason == Qt::BacktabFocusReason ||
-                                                            reason == Qt::ShortcutFocusReason);
+        switch (event->type()) {
+        case QEvent::KeyPress: m_lastInputWasKeyboard = true; break;
+        case QEvent::MouseButtonPress:
+        case QEvent::MouseButtonDblClick:
+        case QEvent::TouchBegin: m_lastInputWasKeyboard = false; break;
+        case QEvent::FocusIn:
+            if (watched->isWidgetType())
+                remember(watched, static_cast<QFocusEvent *>(event)->reason());
+            break;
+        default: break;
         }
         return false;
     }
+
+private:
+    void remember(QObject *widget, Qt::FocusReason reason)
+    {
+        bool keyboard = false;
+        switch (reason) {
+        case Qt::TabFocusReason:
+        case Qt::BacktabFocusReason:
+        case Qt::ShortcutFocusReason: keyboard = true; break;
+        // The window comes back with the focus it had, ring or not; a control that was given
+        // the focus while a dialog was up shows what the last input was.
+        case Qt::ActiveWindowFocusReason:
+        case Qt::PopupFocusReason:
+            if (widget->property(keyboardFocusProperty).isValid())
+                return;
+            keyboard = m_lastInputWasKeyboard;
+            break;
+        case Qt::MouseFocusReason: keyboard = false; break;
+        default: keyboard = m_lastInputWasKeyboard; break;
+        }
+        if (widget == m_ringRequested) {
+            keyboard = true;
+            m_ringRequested = nullptr;
+        }
+        widget->setProperty(keyboardFocusProperty, keyboard);
+    }
+
+    bool m_lastInputWasKeyboard = false;
+    QObject *m_ringRequested = nullptr;
 };
 
-void ensureTracking()
+FocusReasonTracker *tracker()
 {
-    static bool installed = false;
-    if (installed || !qApp)
-        return;
-    installed = true;
-    qApp->installEventFilter(new FocusReasonTracker(qApp));
+    static FocusReasonTracker *installed = nullptr;
+    if (!installed && qApp) {
+        installed = new FocusReasonTracker(qApp);
+        qApp->installEventFilter(installed);
+    }
+    return installed;
 }
 
 } // namespace
@@ -41,8 +78,17 @@ namespace FocusRing {
 
 bool isVisible(const QWidget *widget)
 {
-    ensureTracking();
+    tracker();
     return widget->hasFocus() && widget->property(keyboardFocusProperty).toBool();
+}
+
+void focusWithRing(QWidget *widget)
+{
+    if (FocusReasonTracker *installed = tracker())
+        installed->requestRing(widget);
+    widget->setProperty(keyboardFocusProperty, true);
+    widget->setFocus(Qt::OtherFocusReason);
+    widget->update();
 }
 
 } // namespace FocusRing

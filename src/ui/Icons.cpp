@@ -39,7 +39,7 @@ const QHash<QString, QString> &table()
         {QStringLiteral("doc.on.doc"), QStringLiteral("outline/copy")},
         {QStringLiteral("doc.zipper"), QStringLiteral("outline/file-zip")},
         {QStringLiteral("exclamationmark.circle.fill"), QStringLiteral("filled/exclamation-circle")},
-        {QStringLiteral("exclamationmark.shield.fill"), QStringLiteral("outline/shield-exclamation")},
+        {QStringLiteral("exclamationmark.shield.fill"), QStringLiteral("composed/shield-exclamation-filled")},
         {QStringLiteral("exclamationmark.triangle.fill"), QStringLiteral("filled/alert-triangle")},
         {QStringLiteral("folder"), QStringLiteral("outline/folder")},
         {QStringLiteral("info.circle.fill"), QStringLiteral("filled/info-circle")},

@@ -1,5 +1,7 @@
 #include "ui/Theme.h"
 
+#include "ui/StudioStyle.h"
+
 #include <QApplication>
 #include <QFontDatabase>
 #include <QGraphicsOpacityEffect>
@@ -230,7 +232,7 @@ void styleText(QWidget *widget, const QFont &textFont, const QColor &color)
 void applyDarkAppearance(QApplication &application)
 {
     if (QStyle *fusion = QStyleFactory::create(QStringLiteral("Fusion")))
-        QApplication::setStyle(fusion);
+        QApplication::setStyle(new StudioStyle(fusion));
     QApplication::setPalette(darkPalette());
     QApplication::setFont(font(13));
     Q_UNUSED(application)

@@ -54,7 +54,8 @@ QFont font(int size, QFont::Weight weight = QFont::Normal, FontDesign design = F
 // Sets a label's (or any text widget's) font and text colour.
 void styleText(QWidget *widget, const QFont &font, const QColor &color);
 
-// Fusion, the dark palette and the default face for the whole application.
+// Fusion with the studio's scroll bars, the dark palette and the default face for the whole
+// application.
 void applyDarkAppearance(QApplication &application);
 // The dark palette alone, for a window shown separately (a sheet, an alert).
 void applyDarkAppearance(QWidget *widget);

@@ -37,29 +37,27 @@ private slots:
         const auto row = [](const char *tag, const QByteArray &json, const char *mentions) {
             QTest::newRow(tag) << jsonOf(json) << QString::fromUtf8(mentions);
         };
-        row("malformed JSON", "[{'version':", "offset");
-        row("object at top level", "{}", "array");
-        row("record not an object", "[{'version':'1','build':'A'},7]", "record 1");
-        row("missing version", "[{'version':'1','build':'A'},{'build':'B'}]", "record 1, key \"version\"");
-        row("null build", "[{'version':'1','build':null}]", "record 0, key \"build\"");
-        row("number in deviceMap", "[{'version':'1','build':'A','deviceMap':['Watch6,1',6]}]",
-            "\"deviceMap\"");
-        row("sources not an array", "[{'version':'1','build':'A','sources':{}}]", "\"sources\"");
+        row("malformed JSON", "[{'version':", "позиция");
+        row("object at top level", "{}", "массив");
+        row("record not an object", "[{'version':'1','build':'A'},7]", "запись 1");
+        row("missing version", "[{'version':'1','build':'A'},{'build':'B'}]", "запись 1, ключ «version»");
+        row("null build", "[{'version':'1','build':null}]", "запись 0, ключ «build»");
+        row("number in deviceMap", "[{'version':'1','build':'A','deviceMap':['Watch6,1',6]}]", "«deviceMap»");
+        row("sources not an array", "[{'version':'1','build':'A','sources':{}}]", "«sources»");
         row("source without type", "[{'version':'1','build':'A','sources':[{'links':[]}]}]",
-            "record 0, key \"sources[0].type\"");
-        row("fractional size", withSource("'size':1.5"), "record 1, key \"sources[0].size\"");
-        row("size just past 64 bits", withSource("'size':9223372036854775808"), "\"sources[0].size\"");
+            "запись 0, ключ «sources[0].type»");
+        row("fractional size", withSource("'size':1.5"), "запись 1, ключ «sources[0].size»");
+        row("size just past 64 bits", withSource("'size':9223372036854775808"), "«sources[0].size»");
         // Both round to a 64-bit integer as doubles, which must not make them one.
-        row("size just below -2^63", withSource("'size':-9223372036854775809"), "\"sources[0].size\"");
-        row("size a hair above an integer", withSource("'size':1.0000000000000000001"),
-            "\"sources[0].size\"");
-        row("null digest", withSource("'hashes':{'sha1':'ab','sha2-256':null}"), "\"sources[0].hashes\"");
-        row("link without url", withLink("'preferred':true"), "record 1, key \"sources[0].links[1].url\"");
+        row("size just below -2^63", withSource("'size':-9223372036854775809"), "«sources[0].size»");
+        row("size a hair above an integer", withSource("'size':1.0000000000000000001"), "«sources[0].size»");
+        row("null digest", withSource("'hashes':{'sha1':'ab','sha2-256':null}"), "«sources[0].hashes»");
+        row("link without url", withLink("'preferred':true"), "запись 1, ключ «sources[0].links[1].url»");
         row("url with a space", withLink("'url':'https://updates.cdn-apple.com/a b.ipsw'"),
-            "\"sources[0].links[1].url\"");
-        row("url with a bad escape", withLink("'url':'https://a.b/%zz.ipsw'"), "\"sources[0].links[1].url\"");
+            "«sources[0].links[1].url»");
+        row("url with a bad escape", withLink("'url':'https://a.b/%zz.ipsw'"), "«sources[0].links[1].url»");
         row("preferred as text", withLink("'url':'https://a.b/y','preferred':'yes'"),
-            "\"sources[0].links[1].preferred\"");
+            "«sources[0].links[1].preferred»");
     }
 
     void rejectsTheWholeDocument()

@@ -232,7 +232,7 @@ private slots:
         QTest::newRow("malformed last record")
             << HttpResponse::ok(catalogueOf(
                    {"{'version':'1','build':'A'}", "{'version':'2','build':'B'}", "{'version':'3'}"}))
-            << Failure::Domain::json << QStringLiteral("record 2, key \"build\"");
+            << Failure::Domain::json << QStringLiteral("запись 2, ключ «build»");
         HttpResponse dropped = HttpResponse::ok(reductionCatalogue);
         dropped.dropAfterTotalBytes = 100;
         QTest::newRow("connection dropped") << dropped << Failure::Domain::network << QString();

@@ -25,7 +25,6 @@
 #include <QImage>
 #include <QLabel>
 #include <QMenu>
-#include <QMenuBar>
 #include <QMessageBox>
 #include <QScopeGuard>
 #include <QTest>
@@ -134,11 +133,7 @@ private slots:
         placeBrandPicture(paths);
         QCoreApplication::setApplicationVersion(QStringLiteral("1.0.0"));
         MainWindow window(new StudioModel(QUrl(QStringLiteral("http://127.0.0.1:9/")), {}));
-        window.menuBar()
-            ->findChild<QMenu *>(QStringLiteral("applicationMenu"))
-            ->actions()
-            .constFirst()
-            ->trigger();
+        window.findChild<QMenu *>(QStringLiteral("applicationMenu"))->actions().constFirst()->trigger();
         auto *about = window.findChild<QMessageBox *>(QStringLiteral("aboutBox"));
         QVERIFY(about);
         save(about, QStringLiteral("about-box"));

@@ -2,10 +2,19 @@
 
 #include "ui/Theme.h"
 
+#include <QAccessibleWidget>
 #include <QPainter>
 #include <QTimer>
 
 namespace {
+
+// Assistive tools hear a spinner as a progress indicator, named after what it waits for.
+QAccessibleInterface *spinnerFactory(const QString &className, QObject *object)
+{
+    if (className == QLatin1StringView("BusySpinner") && object && object->isWidgetType())
+        return new QAccessibleWidget(static_cast<QWidget *>(object), QAccessible::ProgressBar);
+    return nullptr;
+}
 
 constexpr int spokes = 8;
 constexpr int smallSide = 16;
@@ -23,7 +32,13 @@ BusySpinner::BusySpinner(Size size, QWidget *parent)
         update();
     });
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
-    setAccessibleName(QStringLiteral("progress"));
+    static const bool accessibleSpinners = [] {
+        QAccessible::installFactory(spinnerFactory);
+        return true;
+    }();
+    Q_UNUSED(accessibleSpinners)
+    // Screens name each spinner after what it waits for; this is the fallback.
+    setAccessibleName(QStringLiteral("Идёт выполнение"));
 }
 
 BusySpinner::~BusySpinner() = default;

@@ -17,6 +17,8 @@ constexpr int fieldHeight = 42;
 constexpr qreal fieldRadius = 12;
 constexpr qreal fillOpacity = 0.07;
 constexpr int textSize = 13;
+constexpr qreal focusOpacity = 0.9;
+constexpr qreal focusWidth = 2;
 
 } // namespace
 
@@ -51,6 +53,7 @@ CatalogSearchField::CatalogSearchField(StudioModel *model, QWidget *parent)
         m_model->setSearchText(QString());
     });
     m_field->setAccessibleName(QStringLiteral("Поиск прошивки"));
+    m_field->installEventFilter(this);
     connect(model, &StudioModel::searchTextChanged, this, &CatalogSearchField::refresh);
     refresh();
 }
@@ -72,4 +75,17 @@ void CatalogSearchField::paintEvent(QPaintEvent *)
     QPainterPath shape;
     shape.addRoundedRect(QRectF(rect()), fieldRadius, fieldRadius);
     painter.fillPath(shape, Theme::withOpacity(Theme::white(), fillOpacity));
+    if (m_field->hasFocus()) {
+        painter.setPen(QPen(Theme::withOpacity(Theme::studioAccent(), focusOpacity), focusWidth));
+        QPainterPath ring;
+        ring.addRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), fieldRadius - 1, fieldRadius - 1);
+        painter.drawPath(ring);
+    }
+}
+
+bool CatalogSearchField::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == m_field && (event->type() == QEvent::FocusIn || event->type() == QEvent::FocusOut))
+        update();
+    return QWidget::eventFilter(watched, event);
 }

@@ -26,7 +26,9 @@ CatalogStateCard::CatalogStateCard(StudioModel *model, QWidget *parent)
     auto *row = new QHBoxLayout;
     row->setSpacing(rowSpacing);
     // The spinner turns in both states, also when the text only invites a choice.
-    row->addWidget(new BusySpinner(BusySpinner::Size::regular));
+    auto *spinner = new BusySpinner(BusySpinner::Size::regular);
+    spinner->setAccessibleName(QStringLiteral("Ожидание каталога"));
+    row->addWidget(spinner);
     row->addWidget(m_text, 1);
     auto *rowWidget = new QWidget;
     rowWidget->setLayout(row);

@@ -10,6 +10,7 @@
 #include "ui/screens/FirmwareRow.h"
 #include "ui/screens/ScreenLabels.h"
 
+#include <QFocusEvent>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QListView>
@@ -27,7 +28,9 @@ QWidget *loadingIndicator()
     auto *stack = new QVBoxLayout(indicator);
     stack->setSpacing(loadingSpacing);
     stack->addStretch();
-    stack->addWidget(new BusySpinner(BusySpinner::Size::regular), 0, Qt::AlignHCenter);
+    auto *spinner = new BusySpinner(BusySpinner::Size::regular);
+    spinner->setAccessibleName(QStringLiteral("Получение каталога"));
+    stack->addWidget(spinner, 0, Qt::AlignHCenter);
     stack->addWidget(
         ScreenLabels::label(QStringLiteral("Получение каталога…"), Theme::font(13), Theme::textSecondary()),
         0, Qt::AlignHCenter);
@@ -105,10 +108,28 @@ bool CatalogView::eventFilter(QObject *watched, QEvent *event)
             return true;
         }
     }
-    if (watched == m_list && event->type() == QEvent::FocusIn && !m_list->currentIndex().isValid() &&
-        m_rows->rowCount() > 0)
-        m_list->setCurrentIndex(m_rows->index(0));
+    // Tabbing in starts at the selected firmware.
+    if (watched == m_list && event->type() == QEvent::FocusIn &&
+        static_cast<QFocusEvent *>(event)->reason() != Qt::MouseFocusReason)
+        m_list->setCurrentIndex(selectedOrFirstRow());
     return QWidget::eventFilter(watched, event);
+}
+
+void CatalogView::showEvent(QShowEvent *event)
+{
+    QWidget::showEvent(event);
+    const QModelIndex row = selectedOrFirstRow();
+    if (row.isValid())
+        m_list->scrollTo(row, QAbstractItemView::PositionAtCenter);
+}
+
+QModelIndex CatalogView::selectedOrFirstRow() const
+{
+    for (int row = 0; row < m_rows->rowCount(); ++row) {
+        if (m_rows->isSelected(row))
+            return m_rows->index(row);
+    }
+    return m_rows->rowCount() > 0 ? m_rows->index(0) : QModelIndex();
 }
 
 void CatalogView::refresh()

@@ -18,9 +18,12 @@ public:
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
+    void showEvent(QShowEvent *event) override;
 
 private:
     void refresh();
+    // The selected firmware's row, else the first; invalid for an empty list.
+    QModelIndex selectedOrFirstRow() const;
 
     StudioModel *m_model;
     StudioButton *m_refresh;

@@ -30,6 +30,7 @@ DownloadCard::DownloadCard(DownloadManager *downloader, QWidget *parent)
     m_status->setObjectName(QStringLiteral("downloadStatus"));
     m_percent->setObjectName(QStringLiteral("downloadPercent"));
     m_bar->setObjectName(QStringLiteral("downloadProgressBar"));
+    m_bar->setAccessibleName(QStringLiteral("Ход загрузки"));
     m_bar->setRange(0, barSteps);
     m_bar->setTextVisible(false);
     m_bar->setFixedHeight(6);

@@ -31,6 +31,7 @@ constexpr qreal idleFillOpacity = 0.035;
 constexpr qreal selectedOutlineOpacity = 0.35;
 constexpr qreal idleOutlineOpacity = 0.055;
 constexpr qreal idleMarkOpacity = 0.45;
+constexpr qreal focusRingOpacity = 0.8;
 
 QPainterPath roundedRect(const QRectF &rect, qreal radius)
 {
@@ -86,10 +87,13 @@ void FirmwareRowDelegate::paint(QPainter *painter, const QStyleOptionViewItem &o
                                   : Theme::withOpacity(Theme::white(), idleOutlineOpacity),
                          Theme::Metrics::outlineWidth));
     painter->drawPath(shape);
-    // The keyboard's current row, while the list has keyboard focus.
+    // The keyboard's current row, while the list has keyboard focus: white and dashed, so it
+    // cannot be taken for the selection's violet outline when both fall on the same row.
     if ((option.state & QStyle::State_HasFocus) && option.widget && FocusRing::isVisible(option.widget)) {
-        painter->setPen(QPen(Theme::withOpacity(accent, 0.9), 2));
-        painter->drawPath(roundedRect(frame.adjusted(1, 1, -1, -1), rowRadius - 1));
+        QPen ring(Theme::withOpacity(Theme::white(), focusRingOpacity), 2);
+        ring.setDashPattern({3, 2});
+        painter->setPen(ring);
+        painter->drawPath(roundedRect(frame.adjusted(2, 2, -2, -2), rowRadius - 2));
     }
 
     const QRect content = option.rect.adjusted(rowPadding, rowPadding, -rowPadding, -rowPadding - rowGap);

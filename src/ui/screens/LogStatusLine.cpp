@@ -28,7 +28,9 @@ LogStatusLine::LogStatusLine(RestoreManager *restore, QWidget *parent)
     auto *running = new QHBoxLayout(m_running);
     running->setContentsMargins(0, 0, 0, 0);
     running->setSpacing(runningSpacing);
-    running->addWidget(new BusySpinner(BusySpinner::Size::small));
+    auto *spinner = new BusySpinner(BusySpinner::Size::small);
+    spinner->setAccessibleName(QStringLiteral("Восстановление выполняется"));
+    running->addWidget(spinner);
     running->addWidget(
         ScreenLabels::label(QStringLiteral("Восстановление выполняется — не отключайте кабель"),
                             Theme::font(textSize, QFont::DemiBold), Theme::orange()));

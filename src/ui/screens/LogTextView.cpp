@@ -1,6 +1,9 @@
 #include "ui/screens/LogTextView.h"
 
 #include "ui/Theme.h"
+#include "ui/screens/LogTextAccessible.h"
+
+#include <QAccessible>
 
 #include <QClipboard>
 #include <QContextMenuEvent>
@@ -18,6 +21,7 @@ constexpr int textSize = 11;
 
 LogTextView::LogTextView(const QString *text, QWidget *parent) : QAbstractScrollArea(parent), m_text(text)
 {
+    LogTextAccessible::install();
     setFrameShape(QFrame::NoFrame);
     setFont(Theme::font(textSize, QFont::Normal, Theme::FontDesign::monospaced));
     setFocusPolicy(Qt::StrongFocus);
@@ -43,6 +47,7 @@ void LogTextView::catchUp()
     }
     if (size == m_seen)
         return;
+    const qsizetype before = m_seen;
     // The last line seen so far may have grown; it is counted again with the new ones.
     const qsizetype firstChanged = m_lineStarts.size() - 1;
     const QStringView text(*m_text);
@@ -53,11 +58,56 @@ void LogTextView::catchUp()
     updateScrollBar();
     verticalScrollBar()->setValue(verticalScrollBar()->maximum());
     viewport()->update();
-    // Assistive tools announce the newest line; the whole log is read by selecting and copying.
-    qsizetype last = m_lineStarts.size() - 1;
-    if (last > 0 && lineStart(last) == m_seen)
-        --last;
-    setAccessibleDescription(lineText(last));
+    // Screen readers read the text through its interface; they only hear what was added.
+    if (QAccessible::isActive()) {
+        QAccessibleTextInsertEvent inserted(this, int(before), m_text->mid(before, size - before));
+        QAccessible::updateAccessibility(&inserted);
+    }
+}
+
+void LogTextView::select(qsizetype anchor, qsizetype cursor)
+{
+    m_anchor = std::clamp<qsizetype>(anchor, 0, m_seen);
+    m_cursor = std::clamp<qsizetype>(cursor, 0, m_seen);
+    viewport()->update();
+}
+
+qsizetype LogTextView::lineOfOffset(qsizetype offset) const
+{
+    return std::upper_bound(m_lineStarts.cbegin(), m_lineStarts.cend(), offset) - m_lineStarts.cbegin() - 1;
+}
+
+qsizetype LogTextView::rowOfOffset(qsizetype offset) const
+{
+    const qsizetype line = lineOfOffset(offset);
+    const qsizetype column = std::min(offset, lineEnd(line)) - lineStart(line);
+    return std::min(m_rowStarts.at(line + 1) - 1, m_rowStarts.at(line) + column / m_columns);
+}
+
+QRect LogTextView::characterRect(qsizetype offset) const
+{
+    if (offset < 0 || offset >= m_seen)
+        return {};
+    const qsizetype row = rowOfOffset(offset) - verticalScrollBar()->value();
+    if (row < 0 || row > visibleRowCount())
+        return {};
+    const qsizetype line = lineOfOffset(offset);
+    const qsizetype rowStart = lineStart(line) + (rowOfOffset(offset) - m_rowStarts.at(line)) * m_columns;
+    const QFontMetrics metrics = fontMetrics();
+    const int x = metrics.horizontalAdvance(m_text->mid(rowStart, offset - rowStart));
+    const QChar character = m_text->at(offset);
+    const int width = metrics.horizontalAdvance(character == u'\n' ? QChar(u' ') : character);
+    return {x, int(row) * lineHeight(), std::max(1, width), lineHeight()};
+}
+
+void LogTextView::scrollToOffset(qsizetype offset)
+{
+    const int row = int(rowOfOffset(std::clamp<qsizetype>(offset, 0, m_seen)));
+    QScrollBar *bar = verticalScrollBar();
+    if (row < bar->value())
+        bar->setValue(row);
+    else if (row >= bar->value() + visibleRowCount())
+        bar->setValue(row - visibleRowCount() + 1);
 }
 
 void LogTextView::countRowsFrom(qsizetype line)
@@ -206,8 +256,7 @@ void LogTextView::mouseDoubleClickEvent(QMouseEvent *event)
 {
     // A double click takes the whole line.
     const qsizetype offset = offsetAt(event->position().toPoint());
-    const qsizetype line =
-        std::upper_bound(m_lineStarts.cbegin(), m_lineStarts.cend(), offset) - m_lineStarts.cbegin() - 1;
+    const qsizetype line = lineOfOffset(offset);
     m_anchor = lineStart(line);
     m_cursor = lineEnd(line);
     viewport()->update();

@@ -28,6 +28,12 @@ public:
     void selectAll();
     void copySelection() const;
     bool isAtEnd() const;
+    // Selects from anchor to cursor (offsets into the text held so far) and repaints.
+    void select(qsizetype anchor, qsizetype cursor);
+    // Where the character at offset is drawn, in viewport coordinates; null when out of view.
+    QRect characterRect(qsizetype offset) const;
+    // Scrolls just enough that the row holding offset is in view.
+    void scrollToOffset(qsizetype offset);
 
 protected:
     void paintEvent(QPaintEvent *event) override;
@@ -41,12 +47,16 @@ protected:
     void focusOutEvent(QFocusEvent *event) override;
 
 private:
+    friend class LogTextAccessible;
+
     qsizetype lineStart(qsizetype line) const { return m_lineStarts.at(line); }
     // End of the line's text, without its line feed.
     qsizetype lineEnd(qsizetype line) const;
     QString lineText(qsizetype line) const;
     qsizetype offsetAt(const QPoint &position) const;
     qsizetype lineOfRow(qsizetype row) const;
+    qsizetype lineOfOffset(qsizetype offset) const;
+    qsizetype rowOfOffset(qsizetype offset) const;
     int lineHeight() const;
     int visibleRowCount() const;
     int columnsPerRow() const;

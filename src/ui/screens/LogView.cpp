@@ -19,16 +19,37 @@ constexpr int pageSpacing = 20;
 // A tool can print thousands of chunks a second; the screen takes them in once per frame.
 constexpr int frameMilliseconds = 16;
 
+QString copyLabel()
+{
+    return QStringLiteral("Копировать");
+}
+
+QString copiedLabel()
+{
+    return QStringLiteral("Скопировано");
+}
+
 } // namespace
 
 LogView::LogView(StudioModel *, RestoreManager *restoreManager, QWidget *parent)
     : QWidget(parent), m_restore(restoreManager),
-      m_copy(new StudioButton(SecondaryButtonStyle{}, QStringLiteral("Копировать"),
-                              QStringLiteral("doc.on.doc"))),
-      m_status(new LogStatusLine(restoreManager)), m_logUpdate(new QTimer(this))
+      m_copy(new StudioButton(SecondaryButtonStyle{}, copyLabel(), QStringLiteral("doc.on.doc"))),
+      m_status(new LogStatusLine(restoreManager)), m_logUpdate(new QTimer(this)),
+      m_copiedShown(new QTimer(this))
 {
     setObjectName(QStringLiteral("logView"));
     m_copy->setObjectName(QStringLiteral("copyLogButton"));
+    // Wide enough for either label, so the confirmation does not move the header.
+    m_copy->setText(copiedLabel());
+    const int copiedWidth = m_copy->sizeHint().width();
+    m_copy->setText(copyLabel());
+    m_copy->setMinimumWidth(std::max(copiedWidth, m_copy->sizeHint().width()));
+    m_copiedShown->setSingleShot(true);
+    m_copiedShown->setInterval(copiedMilliseconds);
+    connect(m_copiedShown, &QTimer::timeout, this, [this] {
+        m_copy->setText(copyLabel());
+        m_copy->setSymbol(QStringLiteral("doc.on.doc"));
+    });
     auto *box = new LogBox(&restoreManager->logText());
     box->setObjectName(QStringLiteral("logBox"));
     m_log = box->text();
@@ -57,6 +78,9 @@ void LogView::copyLog()
     QClipboard *clipboard = QGuiApplication::clipboard();
     clipboard->clear();
     clipboard->setText(m_restore->logText());
+    m_copy->setText(copiedLabel());
+    m_copy->setSymbol(QStringLiteral("checkmark.circle.fill"));
+    m_copiedShown->start();
 }
 
 void LogView::scheduleLogUpdate()

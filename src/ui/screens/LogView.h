@@ -22,8 +22,11 @@ public:
     LogView(StudioModel *model, RestoreManager *restoreManager, QWidget *parent = nullptr);
     ~LogView() override;
 
-    // Puts exactly the log on the clipboard, replacing whatever was there.
+    // Puts exactly the log on the clipboard, replacing whatever was there; the button says so
+    // for a moment.
     void copyLog();
+    // How long the button says "Скопировано".
+    static constexpr int copiedMilliseconds = 1500;
 
 private:
     void scheduleLogUpdate();
@@ -34,4 +37,5 @@ private:
     LogTextView *m_log;
     LogStatusLine *m_status;
     QTimer *m_logUpdate;
+    QTimer *m_copiedShown;
 };

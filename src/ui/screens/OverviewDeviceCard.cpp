@@ -32,6 +32,7 @@ OverviewDeviceCard::OverviewDeviceCard(DeviceMonitor *monitor, QWidget *parent)
 {
     setObjectName(QStringLiteral("deviceCard"));
     m_spinner->setObjectName(QStringLiteral("deviceCheckingSpinner"));
+    m_spinner->setAccessibleName(QStringLiteral("Проверка подключения"));
     m_title->setObjectName(QStringLiteral("deviceTitle"));
     m_detail->setObjectName(QStringLiteral("deviceDetail"));
     m_detail->setWordWrap(true);

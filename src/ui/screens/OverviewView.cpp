@@ -28,11 +28,15 @@ constexpr int cardsSpacing = 18;
 OverviewView::OverviewView(StudioModel *model, DeviceMonitor *monitor, DownloadManager *downloader,
                            QWidget *parent)
     : QWidget(parent), m_model(model), m_monitor(monitor), m_downloader(downloader),
-      m_badge(new ConnectionBadge), m_selectedFirmware(new SelectedFirmwareCard(model)),
-      m_catalogState(new CatalogStateCard(model)), m_download(new DownloadCard(downloader)),
-      m_catalogError(new ErrorBanner({}))
+      m_badge(new ConnectionBadge), m_catalogState(new CatalogStateCard(model)),
+      m_download(new DownloadCard(downloader)), m_catalogError(new ErrorBanner({}))
 {
     setObjectName(QStringLiteral("overviewView"));
+    // The download card must be on screen before the card's "Скачать" is disabled by the same
+    // change, so the focus leaving that button moves on to the card's "Отменить", not out of the
+    // page: this screen follows the download first, the selected-firmware card second.
+    connect(downloader, &DownloadManager::isDownloadingChanged, this, &OverviewView::refresh);
+    m_selectedFirmware = new SelectedFirmwareCard(model);
     m_badge->setObjectName(QStringLiteral("connectionBadge"));
     m_catalogError->setObjectName(QStringLiteral("catalogErrorBanner"));
 
@@ -61,7 +65,6 @@ OverviewView::OverviewView(StudioModel *model, DeviceMonitor *monitor, DownloadM
     connect(monitor, &DeviceMonitor::connectedWatchChanged, this, &OverviewView::refresh);
     connect(model, &StudioModel::selectedFirmwareChanged, this, &OverviewView::refresh);
     connect(model, &StudioModel::catalogErrorChanged, this, &OverviewView::refresh);
-    connect(downloader, &DownloadManager::isDownloadingChanged, this, &OverviewView::refresh);
     refresh();
 }
 

@@ -14,9 +14,12 @@ namespace {
 
 constexpr int stackSpacing = 14;
 
-PlainButton *actionButton(ActionRow *row, const QString &objectName)
+// The button is named for assistive tools by its title, or by `name` where the title alone
+// would repeat another control's name.
+PlainButton *actionButton(ActionRow *row, const QString &objectName, const QString &name = {})
 {
-    auto *button = new PlainButton(row, row->title());
+    auto *button = new PlainButton(row, name.isEmpty() ? row->title() : name);
+    button->setAccessibleDescription(row->subtitle());
     button->setObjectName(objectName);
     return button;
 }
@@ -46,7 +49,7 @@ QuickActionsCard::QuickActionsCard(StudioModel *model, QWidget *parent)
     auto *restore =
         actionButton(new ActionRow(QStringLiteral("wrench.and.screwdriver.fill"), Theme::orange(),
                                    QStringLiteral("Восстановление"), QStringLiteral("Проверка и прошивка")),
-                     QStringLiteral("quickActionRestore"));
+                     QStringLiteral("quickActionRestore"), QStringLiteral("Перейти к восстановлению"));
     connect(restore, &PlainButton::clicked, model,
             [model] { model->setNavigation(NavigationSection::restore); });
     stack->addWidget(catalog);

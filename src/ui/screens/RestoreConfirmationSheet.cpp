@@ -74,8 +74,12 @@ RestoreConfirmationSheet::RestoreConfirmationSheet(StudioModel *model, DeviceMon
     m_phrase->setTextMargins(fieldTextInset, fieldTextInset / 2, fieldTextInset, fieldTextInset / 2);
     auto *prompt = new QVBoxLayout;
     prompt->setSpacing(promptSpacing);
-    prompt->addWidget(ScreenLabels::label(QStringLiteral("Для запуска введите ПРОШИТЬ"),
-                                          Theme::font(12, QFont::DemiBold), Theme::textPrimary()));
+    QLabel *promptLabel = ScreenLabels::label(QStringLiteral("Для запуска введите ПРОШИТЬ"),
+                                              Theme::font(12, QFont::DemiBold), Theme::textPrimary());
+    // The field is named by its prompt, not by its placeholder.
+    promptLabel->setBuddy(m_phrase);
+    m_phrase->setAccessibleName(promptLabel->text());
+    prompt->addWidget(promptLabel);
     prompt->addWidget(m_phrase);
 
     auto *cancel = new StudioButton(SecondaryButtonStyle{}, QStringLiteral("Отменить"));

@@ -43,7 +43,9 @@ QScrollArea *ScreenLabels::scrollingPage(QWidget *page, QWidget *parent)
     auto *scroll = new QScrollArea(parent);
     scroll->setFrameShape(QFrame::NoFrame);
     scroll->setWidgetResizable(true);
-    scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    // Narrower than its content (a small or strongly scaled screen), the page scrolls sideways
+    // too rather than being cut off.
+    scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
     // The scroll area itself is no Tab stop: it would take focus without showing it. The page's
     // controls are, and the area scrolls each of them into view as it gains focus.
     scroll->setFocusPolicy(Qt::NoFocus);

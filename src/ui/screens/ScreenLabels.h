@@ -20,7 +20,7 @@ QWidget *cardHeading(const QString &symbol, const QString &text, QWidget *parent
 // start repeated checks, each running on to its end.
 QWidget *checkNowButton(DeviceMonitor *monitor, const QString &text, const QString &objectName,
                         QWidget *parent = nullptr);
-// A vertically scrolling page over the window backdrop; page goes inside it.
+// A scrolling page over the window backdrop; page goes inside it.
 QScrollArea *scrollingPage(QWidget *page, QWidget *parent = nullptr);
 
 } // namespace ScreenLabels

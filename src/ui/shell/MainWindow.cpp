@@ -7,6 +7,8 @@
 #include "ui/shell/RestoreQuitGuard.h"
 #include "ui/shell/ShellCommands.h"
 #include "ui/shell/StudioRootView.h"
+#include "ui/shell/StudioSidebar.h"
+#include "ui/shell/WindowFit.h"
 
 #include <QAction>
 #include <QCloseEvent>
@@ -14,9 +16,12 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPointer>
+#include <QTimer>
+#include <QWindow>
 
 namespace {
 constexpr int aboutIconSide = 64;
+constexpr QSize preferredSize(1280, 820);
 } // namespace
 
 MainWindow::MainWindow(StudioModel *model, QWidget *parent)
@@ -28,20 +33,45 @@ MainWindow::MainWindow(StudioModel *model, QWidget *parent)
     const QPointer<MainWindow> self(this);
     model->setManualIPSWChooser([self] { return ShellCommands::chooseManualIPSW(self); });
     buildMenu();
-    resize(1280, 820);
+    WindowFit::apply(this, StudioRootView::minimumContentSize(), preferredSize);
 }
 
 MainWindow::~MainWindow() = default;
+
+void MainWindow::showEvent(QShowEvent *event)
+{
+    QMainWindow::showEvent(event);
+    // Once framed on its screen, the window knows its title bar and where it is; it follows the
+    // screen it is moved to.
+    QTimer::singleShot(0, this,
+                       [this] { WindowFit::applyMinimum(this, StudioRootView::minimumContentSize()); });
+    if (QWindow *handle = windowHandle(); handle && !m_followsScreen) {
+        m_followsScreen = true;
+        connect(handle, &QWindow::screenChanged, this,
+                [this] { WindowFit::applyMinimum(this, StudioRootView::minimumContentSize()); });
+    }
+}
 
 void MainWindow::closeEvent(QCloseEvent *event)
 {
     event->setAccepted(m_quitGuard->allowsClose());
 }
 
-// The application menu: About, then the firmware folder. Nothing else, so no new window.
+// The application menu: About, then the firmware folder. Nothing else, so no new window. On
+// macOS it is the application menu, titled by the platform with the application's name.
 void MainWindow::buildMenu()
 {
-    QMenu *menu = menuBar()->addMenu(QStringLiteral("Corvalin Studio"));
+#ifdef Q_OS_MACOS
+    QMenuBar *bar = menuBar();
+    const QString title = QStringLiteral("Corvalin Studio");
+#else
+    const QString title = QStringLiteral("Меню");
+    // Inside the window a menu bar would add its own row to the window's height.
+    auto *bar = new QMenuBar;
+    bar->setObjectName(QStringLiteral("menuBar"));
+    m_root->sidebar()->holdMenuBar(bar);
+#endif
+    QMenu *menu = bar->addMenu(title);
     menu->setObjectName(QStringLiteral("applicationMenu"));
     QAction *about =
         menu->addAction(QStringLiteral("О программе Corvalin Studio"), this, &MainWindow::showAbout);

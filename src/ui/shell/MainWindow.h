@@ -21,6 +21,7 @@ public:
 
 protected:
     void closeEvent(QCloseEvent *event) override;
+    void showEvent(QShowEvent *event) override;
 
 private:
     void buildMenu();
@@ -28,4 +29,5 @@ private:
 
     StudioRootView *m_root;
     RestoreQuitGuard *m_quitGuard;
+    bool m_followsScreen = false;
 };

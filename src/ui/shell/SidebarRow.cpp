@@ -4,6 +4,7 @@
 #include "ui/Icons.h"
 #include "ui/Theme.h"
 
+#include <QAccessibleWidget>
 #include <QKeyEvent>
 #include <QPainter>
 
@@ -20,11 +21,60 @@ QFont titleFont()
 {
     return Theme::font(14, QFont::Medium);
 }
+
+// A section row is one tab of the window's sections: assistive tools hear which one is selected
+// as a state, and can press any of them.
+class SidebarRowAccessible final : public QAccessibleWidget {
+public:
+    explicit SidebarRowAccessible(SidebarRow *row) : QAccessibleWidget(row, QAccessible::PageTab) {}
+
+    QAccessible::State state() const override
+    {
+        QAccessible::State state = QAccessibleWidget::state();
+        state.selectable = true;
+        state.selected = static_cast<const SidebarRow *>(widget())->isSelected();
+        return state;
+    }
+    QString text(QAccessible::Text kind) const override
+    {
+        if (kind == QAccessible::Name)
+            return static_cast<const SidebarRow *>(widget())->text();
+        return QAccessibleWidget::text(kind);
+    }
+    QStringList actionNames() const override
+    {
+        return QStringList{pressAction()} + QAccessibleWidget::actionNames();
+    }
+    void doAction(const QString &actionName) override
+    {
+        if (actionName == pressAction())
+            static_cast<SidebarRow *>(widget())->click();
+        else
+            QAccessibleWidget::doAction(actionName);
+    }
+};
+
+QAccessibleInterface *sidebarRowFactory(const QString &className, QObject *object)
+{
+    if (className == QLatin1StringView("SidebarRow") && object && object->isWidgetType())
+        return new SidebarRowAccessible(static_cast<SidebarRow *>(object));
+    return nullptr;
+}
+
+void installAccessibleRows()
+{
+    static const bool installed = [] {
+        QAccessible::installFactory(sidebarRowFactory);
+        return true;
+    }();
+    Q_UNUSED(installed)
+}
 } // namespace
 
 SidebarRow::SidebarRow(NavigationSection section, QWidget *parent)
     : QAbstractButton(parent), m_section(section)
 {
+    installAccessibleRows();
     setText(Navigation::rawValue(section));
     setObjectName(QStringLiteral("sidebarRow-") + QString::number(int(section)));
     setFocusPolicy(Qt::StrongFocus);
@@ -37,9 +87,15 @@ SidebarRow::~SidebarRow() = default;
 
 void SidebarRow::setSelected(bool selected)
 {
+    const bool changed = m_selected != selected;
     m_selected = selected;
-    setAccessibleDescription(selected ? QStringLiteral("выбрано") : QString());
     update();
+    if (changed && QAccessible::isActive()) {
+        QAccessible::State selection;
+        selection.selected = true;
+        QAccessibleStateChangeEvent event(this, selection);
+        QAccessible::updateAccessibility(&event);
+    }
 }
 
 QSize SidebarRow::sizeHint() const

@@ -1,5 +1,6 @@
 #include "ui/shell/StudioAlert.h"
 
+#include "ui/FocusRing.h"
 #include "ui/StudioButton.h"
 #include "ui/SymbolView.h"
 #include "ui/Theme.h"
@@ -95,5 +96,6 @@ void StudioAlert::paintEvent(QPaintEvent *)
 void StudioAlert::showEvent(QShowEvent *event)
 {
     QDialog::showEvent(event);
-    m_safe->setFocus();
+    // The ring shows at once which answer Return gives.
+    FocusRing::focusWithRing(m_safe);
 }

@@ -2,16 +2,21 @@
 
 #include "app/StudioModel.h"
 #include "device/DeviceMonitor.h"
+#include "ui/FocusRing.h"
 #include "ui/StudioBackground.h"
+#include "ui/Theme.h"
 #include "ui/screens/CatalogView.h"
 #include "ui/screens/LogView.h"
 #include "ui/screens/OverviewView.h"
 #include "ui/screens/RestoreConfirmationSheet.h"
 #include "ui/screens/RestoreView.h"
+#include "ui/screens/ScreenLabels.h"
 #include "ui/shell/StudioSidebar.h"
 #include "ui/shell/UnsignedFirmwareAlert.h"
 
+#include <QApplication>
 #include <QHBoxLayout>
+#include <QScrollArea>
 #include <QSplitter>
 #include <QStackedWidget>
 #include <QTimer>
@@ -20,7 +25,7 @@ namespace {
 constexpr int sidebarMinimumWidth = 230;
 constexpr int sidebarIdealWidth = 250;
 constexpr int sidebarMaximumWidth = 280;
-constexpr QSize minimumContentSize(1120, 720);
+constexpr QSize designMinimum(1120, 720);
 
 // Stack pages, in the order of the sections.
 int pageOf(std::optional<NavigationSection> section)
@@ -62,10 +67,16 @@ StudioRootView::StudioRootView(StudioModel *model, QWidget *parent)
 {
     m_model->setParent(this);
     setObjectName(QStringLiteral("rootView"));
-    setMinimumSize(minimumContentSize);
 
-    m_sidebar->setMinimumWidth(sidebarMinimumWidth);
-    m_sidebar->setMaximumWidth(sidebarMaximumWidth);
+    // On a screen too short for the whole column the sidebar scrolls, like the pages.
+    QScrollArea *sidebarColumn = ScreenLabels::scrollingPage(m_sidebar);
+    sidebarColumn->setObjectName(QStringLiteral("sidebarColumn"));
+    sidebarColumn->setMinimumWidth(sidebarMinimumWidth);
+    sidebarColumn->setMaximumWidth(sidebarMaximumWidth);
+    QPalette sidebarPalette = sidebarColumn->palette();
+    sidebarPalette.setColor(QPalette::Window, Theme::sidebarBackground());
+    sidebarColumn->setPalette(sidebarPalette);
+    sidebarColumn->setAutoFillBackground(true);
 
     auto *detail = new StudioBackground;
     detail->setObjectName(QStringLiteral("detailColumn"));
@@ -82,11 +93,11 @@ StudioRootView::StudioRootView(StudioModel *model, QWidget *parent)
     split->setObjectName(QStringLiteral("splitView"));
     split->setChildrenCollapsible(false);
     split->setHandleWidth(1);
-    split->addWidget(m_sidebar);
+    split->addWidget(sidebarColumn);
     split->addWidget(detail);
     split->setStretchFactor(0, 0);
     split->setStretchFactor(1, 1);
-    split->setSizes({sidebarIdealWidth, minimumContentSize.width() - sidebarIdealWidth});
+    split->setSizes({sidebarIdealWidth, designMinimum.width() - sidebarIdealWidth});
     auto *layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(split);
@@ -116,6 +127,11 @@ StudioRootView::~StudioRootView()
     qDeleteAll(findChildren<QWidget *>(Qt::FindDirectChildrenOnly));
 }
 
+QSize StudioRootView::minimumContentSize()
+{
+    return designMinimum;
+}
+
 QWidget *StudioRootView::currentScreen() const
 {
     return m_screens->currentWidget();
@@ -142,8 +158,23 @@ void StudioRootView::showEvent(QShowEvent *event)
 
 void StudioRootView::showNavigation()
 {
+    QWidget *before = QApplication::focusWidget();
+    const bool focusWasOnScreen = before && m_screens->currentWidget()->isAncestorOf(before);
+    const bool ringWasShown = before && FocusRing::isVisible(before);
     m_screens->setCurrentIndex(pageOf(m_model->navigation()));
     m_sidebar->setSelection(m_model->navigation());
+
+    // The stack hands the focus of a screen left from one of its controls (a quick action) to
+    // the first control of the new one. After a key it shows its ring there; after a click no
+    // control keeps a focus nobody can see: the screen holds it, and Tab starts from its top.
+    QWidget *screen = m_screens->currentWidget();
+    QWidget *after = QApplication::focusWidget();
+    if (!focusWasOnScreen || !after || after == before || !screen->isAncestorOf(after))
+        return;
+    if (ringWasShown)
+        FocusRing::focusWithRing(after);
+    else
+        screen->setFocus(Qt::OtherFocusReason);
 }
 
 // The flag is re-published on every assignment: a dialog already on screen stays as it is.

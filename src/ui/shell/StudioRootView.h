@@ -22,6 +22,10 @@ public:
     explicit StudioRootView(StudioModel *model, QWidget *parent = nullptr);
     ~StudioRootView() override;
 
+    // The least size at which every screen is laid out as designed; smaller screens get less,
+    // and the pages scroll.
+    static QSize minimumContentSize();
+
     StudioModel *model() const { return m_model; }
     StudioSidebar *sidebar() const { return m_sidebar; }
     QWidget *currentScreen() const;

@@ -7,6 +7,7 @@
 #include "ui/shell/SupportLink.h"
 
 #include <QLabel>
+#include <QMenuBar>
 #include <QPainter>
 #include <QVBoxLayout>
 
@@ -14,6 +15,9 @@ namespace {
 constexpr int brandIconSize = 42;
 constexpr int rowInset = 8;
 constexpr int footerPadding = 14;
+constexpr int menuInset = 12;
+constexpr int brandTop = 22;
+constexpr int menuFontSize = 11;
 } // namespace
 
 StudioSidebar::StudioSidebar(QWidget *parent) : QWidget(parent)
@@ -54,7 +58,7 @@ QWidget *StudioSidebar::makeBrandHeader()
 {
     auto *header = new QWidget(this);
     auto *row = new QHBoxLayout(header);
-    row->setContentsMargins(20, 22, 20, 28);
+    row->setContentsMargins(20, brandTop, 20, 28);
     row->setSpacing(12);
     row->addWidget(new StudioBrandIcon(brandIconSize, header));
 
@@ -98,6 +102,39 @@ SidebarRow *StudioSidebar::row(NavigationSection section) const
             return row;
     }
     return nullptr;
+}
+
+void StudioSidebar::holdMenuBar(QMenuBar *menuBar)
+{
+    m_menuBar = menuBar;
+    menuBar->setParent(this);
+    menuBar->setFont(Theme::font(menuFontSize, QFont::DemiBold));
+    QPalette palette = menuBar->palette();
+    palette.setColor(QPalette::Window, Qt::transparent);
+    palette.setColor(QPalette::ButtonText, Theme::textSecondary());
+    palette.setColor(QPalette::WindowText, Theme::textSecondary());
+    menuBar->setPalette(palette);
+    menuBar->setAutoFillBackground(false);
+    placeMenuBar();
+    menuBar->show();
+    menuBar->raise();
+}
+
+void StudioSidebar::placeMenuBar()
+{
+    if (!m_menuBar)
+        return;
+    // Beside the brand words, centred on the icon.
+    const QSize hint = m_menuBar->sizeHint();
+    const int menuWidth = std::min(hint.width(), width() - menuInset * 2);
+    m_menuBar->setGeometry(width() - menuInset - menuWidth, brandTop + (brandIconSize - hint.height()) / 2,
+                           menuWidth, hint.height());
+}
+
+void StudioSidebar::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    placeMenuBar();
 }
 
 void StudioSidebar::paintEvent(QPaintEvent *)

@@ -7,6 +7,7 @@
 
 #include <optional>
 
+class QMenuBar;
 class SidebarRow;
 
 // The sidebar column: brand, the section list and the support footer. Its only state is the
@@ -23,6 +24,9 @@ public:
     // Shows the highlight only; emits nothing.
     void setSelection(std::optional<NavigationSection> section);
     SidebarRow *row(NavigationSection section) const;
+    // Lays a window's menu bar at the trailing end of the brand row, where it costs the window no
+    // height of its own. The sidebar takes ownership.
+    void holdMenuBar(QMenuBar *menuBar);
 
 signals:
     // The user pressed a section's row.
@@ -30,11 +34,15 @@ signals:
 
 protected:
     void paintEvent(QPaintEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
 
 private:
+    void placeMenuBar();
+
     QWidget *makeBrandHeader();
     QWidget *makeSectionCaption();
 
     std::optional<NavigationSection> m_selection;
     QList<SidebarRow *> m_rows;
+    QMenuBar *m_menuBar = nullptr;
 };

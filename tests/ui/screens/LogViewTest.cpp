@@ -1,9 +1,11 @@
 #include "ScreenStudio.h"
 
 #include "restore/RestoreManager.h"
+#include "ui/StudioButton.h"
 #include "ui/screens/LogTextView.h"
 #include "ui/screens/LogView.h"
 
+#include <QAccessible>
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QScrollBar>
@@ -67,11 +69,33 @@ private slots:
         QTest::keySequence(log.text(), QKeySequence::Copy);
         QCOMPARE(QGuiApplication::clipboard()->text(), restore->logText());
 
+        // A screen reader reads the whole log, and the selection, through the text interface.
+        QAccessibleInterface *accessible = QAccessible::queryAccessibleInterface(log.text());
+        QVERIFY(accessible && accessible->textInterface());
+        QCOMPARE(accessible->role(), QAccessible::EditableText);
+        QVERIFY(accessible->state().readOnly && accessible->state().multiLine);
+        QAccessibleTextInterface *text = accessible->textInterface();
+        QCOMPARE(text->characterCount(), restore->logText().size());
+        QCOMPARE(text->text(0, text->characterCount()), restore->logText());
+        int start = -1;
+        int end = -1;
+        text->selection(0, &start, &end);
+        QCOMPARE(QPair(start, end), QPair(0, int(restore->logText().size())));
+        QCOMPARE(text->textAtOffset(text->characterCount() - 2, QAccessible::LineBoundary, &start, &end),
+                 QStringLiteral("last\n"));
+        text->setSelection(0, 0, 8);
+        QCOMPARE(log.text()->selectedText(), QStringLiteral("Corvalin"));
+
         QGuiApplication::clipboard()->setText(QStringLiteral("something else"));
         restore->appendLog(QStringLiteral("Проверка watchOS_10.ipsw…"));
-        QTest::mouseClick(part(log.view, "copyLogButton"), Qt::LeftButton);
+        auto *copy = part<StudioButton>(log.view, "copyLogButton");
+        QTest::mouseClick(copy, Qt::LeftButton);
         QCOMPARE(QGuiApplication::clipboard()->text(), restore->logText());
         QVERIFY(QGuiApplication::clipboard()->text().endsWith(QStringLiteral("…\n")));
+        // The button confirms the copy for a moment, then offers it again.
+        QCOMPARE(copy->text(), QStringLiteral("Скопировано"));
+        QTRY_COMPARE_WITH_TIMEOUT(copy->text(), QStringLiteral("Копировать"),
+                                  LogView::copiedMilliseconds * 3);
     }
 
     void runningLineWinsOverAnEarlierSuccess()

@@ -4,30 +4,50 @@
 #include "ui/BrandPicture.h"
 #include "ui/StudioButton.h"
 #include "ui/Theme.h"
+#include "ui/shell/IpswFileDialog.h"
+#include "ui/shell/RestoreEndNotice.h"
 #include "ui/shell/RestoreQuitGuard.h"
 #include "ui/shell/ShellCommands.h"
 #include "ui/shell/StudioRootView.h"
 
 #include <QAction>
+#include <QApplication>
 #include <QCloseEvent>
 #include <QCoreApplication>
+#include <QDragEnterEvent>
+#include <QDropEvent>
 #include <QMenuBar>
 #include <QMessageBox>
+#include <QMimeData>
 #include <QPointer>
 
 namespace {
 constexpr int aboutIconSide = 64;
+
+// The one local restore image a drag carries, or nothing.
+std::optional<QString> draggedRestoreImage(const QMimeData *data)
+{
+    const QList<QUrl> urls = data->urls();
+    if (urls.size() != 1 || !urls.constFirst().isLocalFile())
+        return std::nullopt;
+    const QString path = urls.constFirst().toLocalFile();
+    if (!IpswFileDialog::isRestoreImage(path))
+        return std::nullopt;
+    return path;
+}
 } // namespace
 
 MainWindow::MainWindow(StudioModel *model, QWidget *parent)
     : QMainWindow(parent), m_root(new StudioRootView(model, this)),
-      m_quitGuard(new RestoreQuitGuard(model->restoreManager(), this))
+      m_quitGuard(new RestoreQuitGuard(model->restoreManager(), this)),
+      m_restoreEndNotice(new RestoreEndNotice(model->restoreManager(), this))
 {
     setWindowTitle(QStringLiteral("Corvalin Studio"));
     setCentralWidget(m_root);
     const QPointer<MainWindow> self(this);
     model->setManualIPSWChooser([self] { return ShellCommands::chooseManualIPSW(self); });
     buildMenu();
+    setAcceptDrops(true);
     resize(1280, 820);
 }
 
@@ -36,6 +56,36 @@ MainWindow::~MainWindow() = default;
 void MainWindow::closeEvent(QCloseEvent *event)
 {
     event->setAccepted(m_quitGuard->allowsClose());
+}
+
+bool MainWindow::openRestoreImage(const QString &path)
+{
+    return ShellCommands::takeRestoreImage(m_root->model(), path);
+}
+
+void MainWindow::comeToFront()
+{
+    setWindowState((windowState() & ~Qt::WindowMinimized) | Qt::WindowActive);
+    show();
+    raise();
+    activateWindow();
+    // Where the window system keeps the focus where it is, the window at least asks for it.
+    QApplication::alert(this);
+}
+
+// Only a single restore image is accepted, so anything else shows as not droppable.
+void MainWindow::dragEnterEvent(QDragEnterEvent *event)
+{
+    if (draggedRestoreImage(event->mimeData()))
+        event->acceptProposedAction();
+}
+
+void MainWindow::dropEvent(QDropEvent *event)
+{
+    if (const std::optional<QString> path = draggedRestoreImage(event->mimeData())) {
+        event->acceptProposedAction();
+        openRestoreImage(*path);
+    }
 }
 
 // The application menu: About, then the firmware folder. Nothing else, so no new window.
@@ -47,7 +97,7 @@ void MainWindow::buildMenu()
         menu->addAction(QStringLiteral("О программе Corvalin Studio"), this, &MainWindow::showAbout);
     about->setMenuRole(QAction::AboutRole);
     QAction *openFolder = menu->addAction(QStringLiteral("Открыть папку прошивок"), this,
-                                          [] { ShellCommands::openFirmwareFolder(); });
+                                          [this] { ShellCommands::openFirmwareFolder(this); });
     openFolder->setObjectName(QStringLiteral("openFirmwareFolderAction"));
     // On macOS this places it in the application menu right after About, beside it here.
     openFolder->setMenuRole(QAction::ApplicationSpecificRole);

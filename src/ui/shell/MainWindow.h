@@ -2,6 +2,7 @@
 
 #include <QMainWindow>
 
+class RestoreEndNotice;
 class RestoreQuitGuard;
 class StudioRootView;
 class StudioModel;
@@ -18,9 +19,18 @@ public:
     ~MainWindow() override;
 
     StudioRootView *rootView() const { return m_root; }
+    RestoreEndNotice *restoreEndNotice() const { return m_restoreEndNotice; }
+
+    // Takes a restore image opened without the chooser as the chooser's answer; false, with a
+    // line in the log, for anything else.
+    bool openRestoreImage(const QString &path);
+    // Shows the window in front, as a later start of the application asks.
+    void comeToFront();
 
 protected:
     void closeEvent(QCloseEvent *event) override;
+    void dragEnterEvent(QDragEnterEvent *event) override;
+    void dropEvent(QDropEvent *event) override;
 
 private:
     void buildMenu();
@@ -28,4 +38,5 @@ private:
 
     StudioRootView *m_root;
     RestoreQuitGuard *m_quitGuard;
+    RestoreEndNotice *m_restoreEndNotice;
 };

@@ -31,6 +31,7 @@
 #include <QCoroTask>
 #include <QDialogButtonBox>
 #include <QDir>
+#include <QFileOpenEvent>
 #include <QLineEdit>
 #include <QMenuBar>
 #include <QMessageBox>
@@ -234,7 +235,8 @@ private slots:
         QTest::addColumn<QStringList>("files");
         QTest::addColumn<bool>("taken");
         const QStringList image{QStringLiteral("Watch7,1.ipsw")};
-        for (const QString &way : {QStringLiteral("drop"), QStringLiteral("command line")}) {
+        for (const QString &way :
+             {QStringLiteral("drop"), QStringLiteral("command line"), QStringLiteral("open event")}) {
             QTest::addRow("%s: image", qPrintable(way)) << way << image << true;
             QTest::addRow("%s: upper-case extension", qPrintable(way))
                 << way << QStringList{"W.IPSW"} << true;
@@ -277,6 +279,9 @@ private slots:
             QCOMPARE(enter.isAccepted(), taken);
             QDropEvent drop(QPointF(10, 10), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
             QApplication::sendEvent(&window, &drop);
+        } else if (way == u"open event") {
+            QFileOpenEvent open(first);
+            QApplication::sendEvent(qApp, &open);
         } else {
             QVERIFY(QDir::setCurrent(folder.path()));
             const CommandLine::Request request =

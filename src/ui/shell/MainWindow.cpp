@@ -16,6 +16,7 @@
 #include <QCoreApplication>
 #include <QDragEnterEvent>
 #include <QDropEvent>
+#include <QFileOpenEvent>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QMimeData>
@@ -48,6 +49,8 @@ MainWindow::MainWindow(StudioModel *model, QWidget *parent)
     model->setManualIPSWChooser([self] { return ShellCommands::chooseManualIPSW(self); });
     buildMenu();
     setAcceptDrops(true);
+    // macOS hands a file opened from the Finder to the running application as an event.
+    qApp->installEventFilter(this);
     resize(1280, 820);
 }
 
@@ -56,6 +59,15 @@ MainWindow::~MainWindow() = default;
 void MainWindow::closeEvent(QCloseEvent *event)
 {
     event->setAccepted(m_quitGuard->allowsClose());
+}
+
+bool MainWindow::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == qApp && event->type() == QEvent::FileOpen) {
+        openRestoreImage(static_cast<QFileOpenEvent *>(event)->file());
+        return true;
+    }
+    return QMainWindow::eventFilter(watched, event);
 }
 
 bool MainWindow::openRestoreImage(const QString &path)

@@ -50,7 +50,7 @@ CorvalinStudioApp::CorvalinStudioApp(int &argc, char **argv) : m_application(arg
     m_window = std::make_unique<MainWindow>(new StudioModel);
     QObject::connect(m_instance.get(), &SingleInstance::activationRequested, m_window.get(),
                      [window = m_window.get()](const QString &file) {
-                         qCInfo(instanceLog) << "A later start asked for the window";
+                         qCInfo(instanceLog) << "A later start asked for the window, with" << file;
                          window->comeToFront();
                          if (!file.isEmpty())
                              window->openRestoreImage(file);

@@ -227,6 +227,10 @@ private slots:
         QCOMPARE(messages.at(1)->text(), QStringLiteral("Не удалось открыть ссылку"));
         QCOMPARE(messages.at(1)->informativeText(),
                  QStringLiteral("Адрес чата поддержки: https://t.me/corvalin_support"));
+        const QString renders =
+            QDir(qEnvironmentVariable("CORVALIN_TEST_OUTPUT", QDir::tempPath())).filePath("render");
+        QVERIFY(QDir().mkpath(renders));
+        QVERIFY(messages.at(0)->grab().save(renders + QStringLiteral("/shell-unopened-folder.png")));
     }
 
     void imagesFromOutsideTheChooser_data()

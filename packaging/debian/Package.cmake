@@ -62,5 +62,12 @@ string(REGEX REPLACE "\n\n" "\n.\n" ofl "${ofl}")
 string(REPLACE "\n" "\n " ofl "${ofl}")
 set(CORVALIN_OFL_TEXT " ${ofl}")
 configure_file(debian/copyright.in ${CMAKE_CURRENT_BINARY_DIR}/copyright @ONLY)
+install(FILES debian/lintian/corvalin-studio DESTINATION share/lintian/overrides)
+# The manual page, compressed the way Debian expects (no name, no time stamp).
+execute_process(COMMAND gzip -9nc ${CMAKE_CURRENT_SOURCE_DIR}/linux/corvalin-studio.1
+  OUTPUT_FILE ${CMAKE_CURRENT_BINARY_DIR}/corvalin-studio.1.gz
+  COMMAND_ERROR_IS_FATAL ANY)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/linux/corvalin-studio.1)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/corvalin-studio.1.gz DESTINATION share/man/man1)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/copyright ${CMAKE_CURRENT_BINARY_DIR}/changelog.gz
   DESTINATION ${doc_folder})

@@ -12,6 +12,7 @@
 #include "ui/screens/OverviewView.h"
 #include "ui/screens/RestoreConfirmationSheet.h"
 #include "ui/screens/RestoreView.h"
+#include "ui/shell/AlreadyRunningMessage.h"
 #include "ui/shell/CommandLine.h"
 #include "ui/shell/DesktopOpener.h"
 #include "ui/shell/IpswFileDialog.h"
@@ -231,6 +232,10 @@ private slots:
             QDir(qEnvironmentVariable("CORVALIN_TEST_OUTPUT", QDir::tempPath())).filePath("render");
         QVERIFY(QDir().mkpath(renders));
         QVERIFY(messages.at(0)->grab().save(renders + QStringLiteral("/shell-unopened-folder.png")));
+        const std::unique_ptr<QMessageBox> running = AlreadyRunningMessage::create();
+        running->show();
+        QCOMPARE(running->text(), QStringLiteral("Corvalin Studio уже запущена"));
+        QVERIFY(running->grab().save(renders + QStringLiteral("/shell-already-running.png")));
     }
 
     void imagesFromOutsideTheChooser_data()

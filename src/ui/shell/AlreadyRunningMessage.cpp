@@ -7,9 +7,10 @@
 
 namespace AlreadyRunningMessage {
 
-void exec()
+std::unique_ptr<QMessageBox> create()
 {
-    QMessageBox box;
+    auto message = std::make_unique<QMessageBox>();
+    QMessageBox &box = *message;
     box.setObjectName(QStringLiteral("alreadyRunningMessage"));
     box.setIcon(QMessageBox::Information);
     box.setWindowTitle(QStringLiteral("Corvalin Studio"));
@@ -21,7 +22,12 @@ void exec()
     auto *close = new StudioButton(PrimaryButtonStyle{}, QStringLiteral("ОК"));
     box.addButton(close, QMessageBox::AcceptRole);
     box.setEscapeButton(close);
-    box.exec();
+    return message;
+}
+
+void exec()
+{
+    create()->exec();
 }
 
 } // namespace AlreadyRunningMessage

@@ -26,6 +26,8 @@ install(CODE "
 # Desktop integration.
 install(FILES linux/${CORVALIN_APP_ID}.desktop DESTINATION share/applications)
 install(FILES linux/${CORVALIN_APP_ID}.metainfo.xml DESTINATION share/metainfo)
+# The restore image type the desktop entry opens.
+install(FILES linux/${CORVALIN_APP_ID}.mime.xml DESTINATION share/mime/packages RENAME ${CORVALIN_APP_ID}.xml)
 foreach(size IN LISTS CORVALIN_ICON_SIZES)
   install(FILES ${CORVALIN_BRAND_PICTURES}/hicolor/${size}x${size}/apps/${CORVALIN_APP_ID}.png
     DESTINATION share/icons/hicolor/${size}x${size}/apps)

@@ -204,7 +204,11 @@ void StudioModel::downloadSelected()
 
 void StudioModel::chooseManualIPSW()
 {
-    const ManualIPSWChoice choice = m_chooser ? m_chooser() : ManualIPSWChoice{};
+    takeManualIPSW(m_chooser ? m_chooser() : ManualIPSWChoice{});
+}
+
+void StudioModel::takeManualIPSW(const ManualIPSWChoice &choice)
+{
     if (!choice.confirmed)
         return;
     setSelectedIPSW(choice.path);

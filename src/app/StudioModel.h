@@ -76,6 +76,9 @@ public:
     void requestDownloadSelected();
     void downloadSelected();
     void chooseManualIPSW();
+    // What chooseManualIPSW does with the chooser's answer; a file opened another way (given
+    // on the command line, dropped on the window) is taken through here too.
+    void takeManualIPSW(const ManualIPSWChoice &choice);
     void setManualIPSWChooser(ManualIPSWChooser chooser);
 
 signals:

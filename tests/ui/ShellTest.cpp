@@ -12,15 +12,19 @@
 #include "ui/screens/OverviewView.h"
 #include "ui/screens/RestoreConfirmationSheet.h"
 #include "ui/screens/RestoreView.h"
+#include "ui/shell/AlreadyRunningMessage.h"
+#include "ui/shell/CommandLine.h"
 #include "ui/shell/DesktopOpener.h"
 #include "ui/shell/IpswFileDialog.h"
 #include "ui/shell/MainWindow.h"
 #include "ui/shell/QtTranslations.h"
+#include "ui/shell/RestoreEndNotice.h"
 #include "ui/shell/RestoreQuitDialog.h"
 #include "ui/shell/RestoreQuitGuard.h"
 #include "ui/shell/SidebarRow.h"
 #include "ui/shell/StudioRootView.h"
 #include "ui/shell/StudioSidebar.h"
+#include "ui/shell/SupportLink.h"
 #include "ui/shell/UnsignedFirmwareAlert.h"
 
 #include <QAccessible>
@@ -28,9 +32,12 @@
 #include <QCoroTask>
 #include <QDialogButtonBox>
 #include <QDir>
+#include <QFileOpenEvent>
 #include <QLineEdit>
 #include <QListView>
 #include <QMenu>
+#include <QMessageBox>
+#include <QMimeData>
 #include <QPainter>
 #include <QPushButton>
 #include <QSignalSpy>
@@ -228,6 +235,148 @@ private slots:
         DesktopOpener::Testing::setOpener({});
         QCOMPARE(opened, QList{QUrl::fromLocalFile(folder)});
         QVERIFY(QFileInfo(folder).isDir());
+    }
+
+    // Where the desktop has no opener, a message names the folder or the address instead.
+    void unopenedPlacesAreNamed()
+    {
+        DesktopOpener::Testing::setOpener([](const QUrl &) { return false; });
+        MainWindow window(new StudioModel(QUrl(QStringLiteral("http://127.0.0.1:9/")), {}));
+        window.findChild<QAction *>(QStringLiteral("openFirmwareFolderAction"))->trigger();
+        window.findChild<SupportLink *>()->click();
+        DesktopOpener::Testing::setOpener({});
+        const QList<QMessageBox *> messages =
+            window.findChildren<QMessageBox *>(QStringLiteral("unopenedMessage"));
+        QCOMPARE(messages.size(), 2);
+        const QString folder = QDir::toNativeSeparators(
+            QDir(m_paths->downloads()).filePath(QStringLiteral("Corvalin Firmware")));
+        QCOMPARE(messages.at(0)->text(), QStringLiteral("Не удалось открыть папку прошивок"));
+        QCOMPARE(messages.at(0)->informativeText(), QStringLiteral("Прошивки лежат в папке ") + folder);
+        QCOMPARE(messages.at(1)->text(), QStringLiteral("Не удалось открыть ссылку"));
+        QCOMPARE(messages.at(1)->informativeText(),
+                 QStringLiteral("Адрес чата поддержки: https://t.me/corvalin_support"));
+        const QString renders =
+            QDir(qEnvironmentVariable("CORVALIN_TEST_OUTPUT", QDir::tempPath())).filePath("render");
+        QVERIFY(QDir().mkpath(renders));
+        QVERIFY(messages.at(0)->grab().save(renders + QStringLiteral("/shell-unopened-folder.png")));
+        const std::unique_ptr<QMessageBox> running = AlreadyRunningMessage::create();
+        running->show();
+        QCOMPARE(running->text(), QStringLiteral("Corvalin Studio уже запущена"));
+        QVERIFY(running->grab().save(renders + QStringLiteral("/shell-already-running.png")));
+    }
+
+    void imagesFromOutsideTheChooser_data()
+    {
+        QTest::addColumn<QString>("way");
+        QTest::addColumn<QStringList>("files");
+        QTest::addColumn<bool>("taken");
+        const QStringList image{QStringLiteral("Watch7,1.ipsw")};
+        for (const QString &way :
+             {QStringLiteral("drop"), QStringLiteral("command line"), QStringLiteral("open event")}) {
+            QTest::addRow("%s: image", qPrintable(way)) << way << image << true;
+            QTest::addRow("%s: upper-case extension", qPrintable(way))
+                << way << QStringList{"W.IPSW"} << true;
+            QTest::addRow("%s: other file", qPrintable(way)) << way << QStringList{"notes.txt"} << false;
+            QTest::addRow("%s: missing image", qPrintable(way)) << way << QStringList{"gone.ipsw"} << false;
+            QTest::addRow("%s: folder named like an image", qPrintable(way))
+                << way << QStringList{"folder.ipsw"} << false;
+        }
+        QTest::newRow("drop: two images")
+            << QStringLiteral("drop") << QStringList{"Watch7,1.ipsw", "W.IPSW"} << false;
+    }
+
+    // A file dropped on the window or named on the command line is held to the chooser's rule
+    // and, if it passes, taken exactly as the chooser's answer; otherwise nothing changes.
+    void imagesFromOutsideTheChooser()
+    {
+        QFETCH(QString, way);
+        QFETCH(QStringList, files);
+        QFETCH(bool, taken);
+        QDir folder(m_paths->downloads());
+        for (const char *name : {"Watch7,1.ipsw", "W.IPSW", "notes.txt"}) {
+            QFile file(folder.filePath(QString::fromLatin1(name)));
+            QVERIFY(file.open(QIODevice::WriteOnly));
+        }
+        QVERIFY(folder.mkdir(QStringLiteral("folder.ipsw")));
+        auto *model = new StudioModel(QUrl(QStringLiteral("http://127.0.0.1:9/")), {});
+        MainWindow window(model);
+        QSignalSpy selected(model, &StudioModel::selectedIPSWChanged);
+        const qsizetype logBefore = model->restoreManager()->logText().size();
+        const QString first = folder.filePath(files.constFirst());
+
+        if (way == u"drop") {
+            QMimeData data;
+            QList<QUrl> urls;
+            for (const QString &name : files)
+                urls.append(QUrl::fromLocalFile(folder.filePath(name)));
+            data.setUrls(urls);
+            QDragEnterEvent enter(QPoint(10, 10), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+            QApplication::sendEvent(&window, &enter);
+            QCOMPARE(enter.isAccepted(), taken);
+            QDropEvent drop(QPointF(10, 10), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+            QApplication::sendEvent(&window, &drop);
+        } else if (way == u"open event") {
+            QFileOpenEvent open(first);
+            QApplication::sendEvent(qApp, &open);
+        } else {
+            QVERIFY(QDir::setCurrent(folder.path()));
+            const CommandLine::Request request =
+                CommandLine::read({QStringLiteral("corvalin-studio"), files.constFirst()});
+            QVERIFY(!request.error);
+            QCOMPARE(request.file, std::optional(first));
+            QCOMPARE(window.openRestoreImage(*request.file), taken);
+        }
+
+        const QString log = model->restoreManager()->logText().mid(logBefore);
+        if (taken) {
+            QCOMPARE(selected.size(), 1);
+            QCOMPARE(model->selectedIPSW(), std::optional(first));
+            QCOMPARE(log, QStringLiteral("Выбран локальный файл: ") + first + u'\n');
+        } else {
+            QCOMPARE(selected.size(), 0);
+            QVERIFY(!model->selectedIPSW());
+            QCOMPARE(log, way == u"drop"
+                              ? QString()
+                              : QStringLiteral("Файл не открыт: это не образ восстановления .ipsw: ") +
+                                    first + u'\n');
+        }
+    }
+
+    void restoreEndIsAnnouncedWhileTheWindowIsElsewhere_data()
+    {
+        QTest::addColumn<int>("exitStatus");
+        QTest::addColumn<bool>("windowActive");
+        QTest::addColumn<QStringList>("notified");
+        QTest::newRow("success, window elsewhere")
+            << 0 << false << QStringList{"Восстановление завершено", "Часы восстановлены успешно."};
+        QTest::newRow("failure, window elsewhere")
+            << 3 << false
+            << QStringList{"Восстановление не удалось", "Восстановление завершилось с ошибкой 3."};
+        QTest::newRow("success, window active") << 0 << true << QStringList{};
+    }
+
+    void restoreEndIsAnnouncedWhileTheWindowIsElsewhere()
+    {
+        QFETCH(int, exitStatus);
+        QFETCH(bool, windowActive);
+        QFETCH(QStringList, notified);
+        FakeTools::write(m_paths->cfgutil(), FakeToolBehaviour::printing("restoring\n", exitStatus));
+        MainWindow window(new StudioModel(QUrl(QStringLiteral("http://127.0.0.1:9/")), {}));
+        QList<QStringList> notifications;
+        window.restoreEndNotice()->setNotifier([&notifications](const QString &summary, const QString &body) {
+            notifications.append({summary, body});
+        });
+        QWidget elsewhere;
+        window.show();
+        elsewhere.show();
+        QWidget *active = windowActive ? static_cast<QWidget *>(&window) : &elsewhere;
+        QApplication::setActiveWindow(active);
+        QVERIFY(QTest::qWaitForWindowActive(active));
+        auto *restore = window.findChild<RestoreManager *>();
+        QCoro::waitFor(restore->startRestore(std::nullopt, kisWatch));
+        QTRY_VERIFY(!restore->isRestoring());
+        QTest::qWait(50);
+        QCOMPARE(notifications, notified.isEmpty() ? QList<QStringList>{} : QList<QStringList>{notified});
     }
 
     void chooserTakesOnlyRestoreImages_data()

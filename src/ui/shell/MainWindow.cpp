@@ -4,6 +4,8 @@
 #include "ui/BrandPicture.h"
 #include "ui/StudioButton.h"
 #include "ui/Theme.h"
+#include "ui/shell/IpswFileDialog.h"
+#include "ui/shell/RestoreEndNotice.h"
 #include "ui/shell/RestoreQuitGuard.h"
 #include "ui/shell/ShellCommands.h"
 #include "ui/shell/StudioRootView.h"
@@ -11,10 +13,15 @@
 #include "ui/shell/WindowFit.h"
 
 #include <QAction>
+#include <QApplication>
 #include <QCloseEvent>
 #include <QCoreApplication>
+#include <QDragEnterEvent>
+#include <QDropEvent>
+#include <QFileOpenEvent>
 #include <QMenuBar>
 #include <QMessageBox>
+#include <QMimeData>
 #include <QPointer>
 #include <QTimer>
 #include <QWindow>
@@ -22,11 +29,24 @@
 namespace {
 constexpr int aboutIconSide = 64;
 constexpr QSize preferredSize(1280, 820);
+
+// The one local restore image a drag carries, or nothing.
+std::optional<QString> draggedRestoreImage(const QMimeData *data)
+{
+    const QList<QUrl> urls = data->urls();
+    if (urls.size() != 1 || !urls.constFirst().isLocalFile())
+        return std::nullopt;
+    const QString path = urls.constFirst().toLocalFile();
+    if (!IpswFileDialog::isRestoreImage(path))
+        return std::nullopt;
+    return path;
+}
 } // namespace
 
 MainWindow::MainWindow(StudioModel *model, QWidget *parent)
     : QMainWindow(parent), m_root(new StudioRootView(model, this)),
-      m_quitGuard(new RestoreQuitGuard(model->restoreManager(), this))
+      m_quitGuard(new RestoreQuitGuard(model->restoreManager(), this)),
+      m_restoreEndNotice(new RestoreEndNotice(model->restoreManager(), this))
 {
     setWindowTitle(QStringLiteral("Corvalin Studio"));
     setCentralWidget(m_root);
@@ -34,6 +54,9 @@ MainWindow::MainWindow(StudioModel *model, QWidget *parent)
     model->setManualIPSWChooser([self] { return ShellCommands::chooseManualIPSW(self); });
     buildMenu();
     WindowFit::apply(this, StudioRootView::minimumContentSize(), preferredSize);
+    setAcceptDrops(true);
+    // macOS hands a file opened from the Finder to the running application as an event.
+    qApp->installEventFilter(this);
 }
 
 MainWindow::~MainWindow() = default;
@@ -59,6 +82,45 @@ void MainWindow::closeEvent(QCloseEvent *event)
 
 // The application menu: About, then the firmware folder. Nothing else, so no new window. On
 // macOS it is the application menu, titled by the platform with the application's name.
+bool MainWindow::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == qApp && event->type() == QEvent::FileOpen) {
+        openRestoreImage(static_cast<QFileOpenEvent *>(event)->file());
+        return true;
+    }
+    return QMainWindow::eventFilter(watched, event);
+}
+
+bool MainWindow::openRestoreImage(const QString &path)
+{
+    return ShellCommands::takeRestoreImage(m_root->model(), path);
+}
+
+void MainWindow::comeToFront()
+{
+    setWindowState((windowState() & ~Qt::WindowMinimized) | Qt::WindowActive);
+    show();
+    raise();
+    activateWindow();
+    // Where the window system keeps the focus where it is, the window at least asks for it.
+    QApplication::alert(this);
+}
+
+// Only a single restore image is accepted, so anything else shows as not droppable.
+void MainWindow::dragEnterEvent(QDragEnterEvent *event)
+{
+    if (draggedRestoreImage(event->mimeData()))
+        event->acceptProposedAction();
+}
+
+void MainWindow::dropEvent(QDropEvent *event)
+{
+    if (const std::optional<QString> path = draggedRestoreImage(event->mimeData())) {
+        event->acceptProposedAction();
+        openRestoreImage(*path);
+    }
+}
+
 void MainWindow::buildMenu()
 {
 #ifdef Q_OS_MACOS
@@ -77,7 +139,7 @@ void MainWindow::buildMenu()
         menu->addAction(QStringLiteral("О программе Corvalin Studio"), this, &MainWindow::showAbout);
     about->setMenuRole(QAction::AboutRole);
     QAction *openFolder = menu->addAction(QStringLiteral("Открыть папку прошивок"), this,
-                                          [] { ShellCommands::openFirmwareFolder(); });
+                                          [this] { ShellCommands::openFirmwareFolder(this); });
     openFolder->setObjectName(QStringLiteral("openFirmwareFolderAction"));
     // On macOS this places it in the application menu right after About, beside it here.
     openFolder->setMenuRole(QAction::ApplicationSpecificRole);

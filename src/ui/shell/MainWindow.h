@@ -2,6 +2,7 @@
 
 #include <QMainWindow>
 
+class RestoreEndNotice;
 class RestoreQuitGuard;
 class StudioRootView;
 class StudioModel;
@@ -18,10 +19,20 @@ public:
     ~MainWindow() override;
 
     StudioRootView *rootView() const { return m_root; }
+    RestoreEndNotice *restoreEndNotice() const { return m_restoreEndNotice; }
+
+    // Takes a restore image opened without the chooser as the chooser's answer; false, with a
+    // line in the log, for anything else.
+    bool openRestoreImage(const QString &path);
+    // Shows the window in front, as a later start of the application asks.
+    void comeToFront();
 
 protected:
     void closeEvent(QCloseEvent *event) override;
     void showEvent(QShowEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
+    void dragEnterEvent(QDragEnterEvent *event) override;
+    void dropEvent(QDropEvent *event) override;
 
 private:
     void buildMenu();
@@ -30,4 +41,5 @@ private:
     StudioRootView *m_root;
     RestoreQuitGuard *m_quitGuard;
     bool m_followsScreen = false;
+    RestoreEndNotice *m_restoreEndNotice;
 };

@@ -1,14 +1,33 @@
 #include "ui/shell/ShellCommands.h"
 
+#include "restore/RestoreManager.h"
 #include "tools/ToolLocator.h"
 #include "ui/shell/DesktopOpener.h"
 #include "ui/shell/IpswFileDialog.h"
+#include "ui/shell/UnopenedMessage.h"
+
+#include <QDir>
 
 namespace ShellCommands {
 
-void openFirmwareFolder()
+void openFirmwareFolder(QWidget *parent)
 {
-    DesktopOpener::open(QUrl::fromLocalFile(ToolLocator::cacheDirectory()));
+    const QString folder = ToolLocator::cacheDirectory();
+    if (!DesktopOpener::open(QUrl::fromLocalFile(folder)))
+        UnopenedMessage::show(
+            parent, QStringLiteral("Не удалось открыть папку прошивок"),
+            QStringLiteral("Прошивки лежат в папке %1").arg(QDir::toNativeSeparators(folder)));
+}
+
+bool takeRestoreImage(StudioModel *model, const QString &path)
+{
+    if (!IpswFileDialog::isRestoreImage(path)) {
+        model->restoreManager()->appendLog(
+            QStringLiteral("Файл не открыт: это не образ восстановления .ipsw: ") + path);
+        return false;
+    }
+    model->takeManualIPSW({true, path});
+    return true;
 }
 
 ManualIPSWChoice chooseManualIPSW(QWidget *parent)

@@ -4,6 +4,7 @@
 #include "ui/Icons.h"
 #include "ui/Theme.h"
 #include "ui/shell/DesktopOpener.h"
+#include "ui/shell/UnopenedMessage.h"
 
 #include <QKeyEvent>
 #include <QPainter>
@@ -51,7 +52,11 @@ SupportLink::SupportLink(QWidget *parent) : QAbstractButton(parent)
     setFocusPolicy(Qt::StrongFocus);
     setCursor(Qt::PointingHandCursor);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
-    connect(this, &QAbstractButton::clicked, this, [] { DesktopOpener::open(supportURL()); });
+    connect(this, &QAbstractButton::clicked, this, [this] {
+        if (!DesktopOpener::open(supportURL()))
+            UnopenedMessage::show(window(), QStringLiteral("Не удалось открыть ссылку"),
+                                  QStringLiteral("Адрес чата поддержки: %1").arg(supportURL().toString()));
+    });
 }
 
 SupportLink::~SupportLink() = default;

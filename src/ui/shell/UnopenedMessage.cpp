@@ -1,0 +1,27 @@
+#include "ui/shell/UnopenedMessage.h"
+
+#include "ui/StudioButton.h"
+#include "ui/Theme.h"
+
+#include <QMessageBox>
+
+namespace UnopenedMessage {
+
+void show(QWidget *parent, const QString &title, const QString &whereItIs)
+{
+    auto *box = new QMessageBox(parent);
+    box->setObjectName(QStringLiteral("unopenedMessage"));
+    box->setIcon(QMessageBox::Information);
+    box->setWindowTitle(title);
+    box->setText(title);
+    box->setInformativeText(whereItIs);
+    box->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    Theme::applyDarkAppearance(box);
+    auto *close = new StudioButton(PrimaryButtonStyle{}, QStringLiteral("ОК"));
+    box->addButton(close, QMessageBox::AcceptRole);
+    box->setEscapeButton(close);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->open();
+}
+
+} // namespace UnopenedMessage

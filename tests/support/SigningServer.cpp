@@ -1,12 +1,26 @@
 #include "support/SigningServer.h"
 
+#include <QFile>
+#include <QHostAddress>
 #include <QRegularExpression>
+#include <QSslCertificate>
+#include <QSslKey>
+#include <QSslSocket>
+#include <QTcpServer>
+
+#include <functional>
 
 namespace {
 
-// libtatsu's host names for the signing server, tried in this order over https and then http.
-const char *const signingHosts[] = {"gs.apple.com", "gs.apple.com.akadns.net", "gs.apple.com.v.aaplimg.com"};
 const char *const proxyVariables[] = {"http_proxy", "https_proxy", "HTTPS_PROXY", "no_proxy", "NO_PROXY"};
+
+QByteArray supportData(const char *name)
+{
+    QFile file(QStringLiteral(CORVALIN_SUPPORT_DATA "/") + QLatin1String(name));
+    if (!file.open(QIODevice::ReadOnly))
+        qFatal("Missing test data %s", name);
+    return file.readAll();
+}
 
 // A DER sequence standing for a manifest ticket: idevicerestore copies the ticket's bytes into
 // each personalised component (img4_stitch_component) without reading inside it.
@@ -23,11 +37,80 @@ QByteArray plistValue(const QByteArray &plist, const char *name)
     return pattern.match(QString::fromUtf8(plist)).captured(2).toUtf8();
 }
 
+qint64 contentLength(const QByteArray &head)
+{
+    for (const QByteArray &line : head.split('\n')) {
+        const qsizetype colon = line.indexOf(':');
+        if (colon > 0 && line.left(colon).trimmed().compare("content-length", Qt::CaseInsensitive) == 0)
+            return line.mid(colon + 1).trimmed().toLongLong();
+    }
+    return 0;
+}
+
 } // namespace
 
+// Reads one request per connection: a CONNECT becomes a TLS tunnel whose inner request is read
+// next; a request with a body is handed on and answered, and the connection closes.
+class SigningServer::Listener final : public QTcpServer {
+public:
+    using Answering = std::function<QByteArray(const QByteArray &body)>; // empty: no answer
+
+    explicit Listener(Answering answering) : m_answering(std::move(answering))
+    {
+        if (!listen(QHostAddress::LocalHost))
+            qFatal("The signing-server stand-in could not listen: %s", qPrintable(errorString()));
+    }
+
+protected:
+    void incomingConnection(qintptr descriptor) override
+    {
+        auto *socket = new QSslSocket(this);
+        if (!socket->setSocketDescriptor(descriptor)) {
+            delete socket;
+            return;
+        }
+        socket->setLocalCertificate(QSslCertificate(supportData("signing-server-cert.pem")));
+        socket->setPrivateKey(QSslKey(supportData("signing-server-key.pem"), QSsl::Rsa));
+        connect(socket, &QSslSocket::disconnected, socket, &QObject::deleteLater);
+        connect(socket, &QSslSocket::readyRead, this, [this, socket] { read(socket); });
+    }
+
+private:
+    void read(QSslSocket *socket)
+    {
+        const QByteArray received = socket->property("received").toByteArray() + socket->readAll();
+        const qsizetype end = received.indexOf("\r\n\r\n");
+        if (end < 0 || received.size() - (end + 4) < contentLength(received.left(end))) {
+            socket->setProperty("received", received);
+            return;
+        }
+        socket->setProperty("received", QByteArray());
+        const QByteArray head = received.left(end);
+        if (head.startsWith("CONNECT ")) {
+            socket->write("HTTP/1.1 200 Connection established\r\n\r\n");
+            socket->startServerEncryption();
+            return;
+        }
+        const QByteArray body = m_answering(received.mid(end + 4, contentLength(head)));
+        if (!body.isEmpty()) {
+            socket->write("HTTP/1.1 200 OK\r\nContent-Type: text/plain\r\nConnection: close\r\n"
+                          "Content-Length: " +
+                          QByteArray::number(body.size()) + "\r\n\r\n" + body);
+        }
+        socket->disconnectFromHost();
+    }
+
+    Answering m_answering;
+};
+
 SigningServer::SigningServer(Answer answer)
+    : m_listener(std::make_unique<Listener>([this](const QByteArray &body) {
+          received(body);
+          return this->answer();
+      })),
+      m_answer(answer)
 {
-    const QByteArray proxy = m_server.url(QString()).toString().toUtf8();
+    const QByteArray proxy = "http://127.0.0.1:" + QByteArray::number(m_listener->serverPort());
     for (const char *name : proxyVariables)
         m_savedEnvironment.append({name, qgetenv(name)});
     qputenv("http_proxy", proxy);
@@ -35,12 +118,6 @@ SigningServer::SigningServer(Answer answer)
     qputenv("HTTPS_PROXY", proxy);
     qputenv("no_proxy", "127.0.0.1,localhost");
     qputenv("NO_PROXY", "127.0.0.1,localhost");
-    for (const char *host : signingHosts) {
-        // libcurl asks for a tunnel to port 443 first; any answer but 200 refuses it at once.
-        m_server.setResponse(QLatin1String(host) + QStringLiteral(":443"),
-                             HttpResponse::withStatus(403, "no tunnels here"));
-    }
-    setAnswer(answer);
 }
 
 SigningServer::~SigningServer()
@@ -53,32 +130,25 @@ SigningServer::~SigningServer()
     }
 }
 
-void SigningServer::setAnswer(Answer answer)
+void SigningServer::received(const QByteArray &body)
 {
-    const QByteArray body = answer == Answer::tickets   ? ticketAnswer()
-                            : answer == Answer::refusal ? refusalAnswer()
-                                                        : QByteArray();
-    for (const char *host : signingHosts) {
-        m_server.setResponse(QStringLiteral("http://%1/TSS/controller").arg(QLatin1String(host)),
-                             HttpResponse::ok(body));
-    }
+    Request request;
+    request.plist = body;
+    request.ecid = plistValue(body, "ApECID").toULongLong();
+    request.chipId = plistValue(body, "ApChipID").toULongLong();
+    request.boardId = plistValue(body, "ApBoardID").toULongLong();
+    request.apNonce = QByteArray::fromBase64(plistValue(body, "ApNonce").simplified());
+    m_requests.append(request);
 }
 
-QList<SigningServer::Request> SigningServer::requests() const
+QByteArray SigningServer::answer() const
 {
-    QList<Request> requests;
-    for (const HttpRequest &received : m_server.requests()) {
-        if (received.method != "POST")
-            continue;
-        Request request;
-        request.plist = received.body;
-        request.ecid = plistValue(received.body, "ApECID").toULongLong();
-        request.chipId = plistValue(received.body, "ApChipID").toULongLong();
-        request.boardId = plistValue(received.body, "ApBoardID").toULongLong();
-        request.apNonce = QByteArray::fromBase64(plistValue(received.body, "ApNonce").simplified());
-        requests.append(request);
+    switch (m_answer) {
+    case Answer::tickets: return ticketAnswer();
+    case Answer::refusal: return refusalAnswer();
+    case Answer::nothing: break;
     }
-    return requests;
+    return {};
 }
 
 QByteArray SigningServer::ticketAnswer()

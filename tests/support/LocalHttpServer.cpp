@@ -117,17 +117,6 @@ std::optional<std::pair<qint64, qint64>> requestedRange(const QByteArray &value,
     return std::pair{first, last};
 }
 
-// The Content-Length of a request head; 0 without one.
-qint64 declaredBodyLength(const QByteArray &head)
-{
-    for (const QByteArray &line : head.split('\n')) {
-        const qsizetype colon = line.indexOf(':');
-        if (colon > 0 && line.left(colon).trimmed().compare("content-length", Qt::CaseInsensitive) == 0)
-            return line.mid(colon + 1).trimmed().toLongLong();
-    }
-    return 0;
-}
-
 QByteArray readTestData(const char *name)
 {
     QFile file(QStringLiteral(CORVALIN_SUPPORT_DATA "/") + QLatin1String(name));
@@ -200,19 +189,18 @@ QUrl LocalHttpServer::url(const QString &path) const
 
 void LocalHttpServer::handle(QTcpSocket *socket)
 {
-    // One request per connection; wait until its head and body are complete.
+    // One request per connection; wait until its head is complete.
     if (socket->property("answered").toBool())
         return;
-    const QByteArray received = socket->property("received").toByteArray() + socket->readAll();
-    const qsizetype end = received.indexOf("\r\n\r\n");
-    const qsizetype bodyStart = end + 4;
-    if (end < 0 || received.size() - bodyStart < declaredBodyLength(received.left(end))) {
-        socket->setProperty("received", received);
+    QByteArray head = socket->property("head").toByteArray() + socket->readAll();
+    const qsizetype end = head.indexOf("\r\n\r\n");
+    if (end < 0) {
+        socket->setProperty("head", head);
         return;
     }
     socket->setProperty("answered", true);
 
-    const QList<QByteArray> lines = received.left(end).split('\n');
+    const QList<QByteArray> lines = head.left(end).split('\n');
     HttpRequest request;
     const QList<QByteArray> requestLine = lines.value(0).trimmed().split(' ');
     request.method = requestLine.value(0);
@@ -223,7 +211,6 @@ void LocalHttpServer::handle(QTcpSocket *socket)
             request.headers.append(
                 {lines.at(i).left(colon).trimmed().toLower(), lines.at(i).mid(colon + 1).trimmed()});
     }
-    request.body = received.mid(bodyStart, declaredBodyLength(received.left(end)));
     m_requests.append(request);
     respond(socket, request);
 }

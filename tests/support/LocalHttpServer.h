@@ -67,15 +67,13 @@ struct HttpRequest {
     QByteArray method;
     QByteArray path;     // with the query, as sent
     HttpHeaders headers; // names lower-cased, in arrival order
-    QByteArray body;     // as long as its Content-Length says
 
     QByteArray header(const QByteArray &name) const { return headerValue(headers, name); }
 };
 
 // A real HTTP/1.1 server on 127.0.0.1 for tests and benchmarks: answers each request by its
-// path from a table of canned responses (404 for unknown paths) and records every request with
-// its body. Every connection is closed after one response. As a proxy, it sees the whole URL as
-// the path ("http://host/path") and a CONNECT's "host:port", both answerable from the table.
+// path from a table of canned responses (404 for unknown paths) and records every request.
+// Every connection is closed after one response.
 class LocalHttpServer final : public QObject {
     Q_OBJECT
 

@@ -9,6 +9,7 @@
 #include <QTcpServer>
 
 #include <functional>
+#include <utility>
 
 namespace {
 
@@ -50,12 +51,12 @@ qint64 contentLength(const QByteArray &head)
 } // namespace
 
 // Reads one request per connection: a CONNECT becomes a TLS tunnel whose inner request is read
-// next; a request with a body is handed on and answered, and the connection closes.
+// next; any other request is handed on with its body, to be answered on its socket.
 class SigningServer::Listener final : public QTcpServer {
 public:
-    using Answering = std::function<QByteArray(const QByteArray &body)>; // empty: no answer
+    using Receiving = std::function<void(QSslSocket *socket, const QByteArray &body)>;
 
-    explicit Listener(Answering answering) : m_answering(std::move(answering))
+    explicit Listener(Receiving receiving) : m_receiving(std::move(receiving))
     {
         if (!listen(QHostAddress::LocalHost))
             qFatal("The signing-server stand-in could not listen: %s", qPrintable(errorString()));
@@ -91,23 +92,15 @@ private:
             socket->startServerEncryption();
             return;
         }
-        const QByteArray body = m_answering(received.mid(end + 4, contentLength(head)));
-        if (!body.isEmpty()) {
-            socket->write("HTTP/1.1 200 OK\r\nContent-Type: text/plain\r\nConnection: close\r\n"
-                          "Content-Length: " +
-                          QByteArray::number(body.size()) + "\r\n\r\n" + body);
-        }
-        socket->disconnectFromHost();
+        m_receiving(socket, received.mid(end + 4, contentLength(head)));
     }
 
-    Answering m_answering;
+    Receiving m_receiving;
 };
 
 SigningServer::SigningServer(Answer answer)
-    : m_listener(std::make_unique<Listener>([this](const QByteArray &body) {
-          received(body);
-          return this->answer();
-      })),
+    : m_listener(std::make_unique<Listener>(
+          [this](QSslSocket *socket, const QByteArray &body) { received(socket, body); })),
       m_answer(answer)
 {
     const QByteArray proxy = "http://127.0.0.1:" + QByteArray::number(m_listener->serverPort());
@@ -130,7 +123,18 @@ SigningServer::~SigningServer()
     }
 }
 
-void SigningServer::received(const QByteArray &body)
+void SigningServer::holdAnswers(bool hold)
+{
+    m_holding = hold;
+    if (hold)
+        return;
+    for (const QPointer<QSslSocket> &socket : std::exchange(m_waiting, {})) {
+        if (socket)
+            answer(socket);
+    }
+}
+
+void SigningServer::received(QSslSocket *socket, const QByteArray &body)
 {
     Request request;
     request.plist = body;
@@ -139,16 +143,23 @@ void SigningServer::received(const QByteArray &body)
     request.boardId = plistValue(body, "ApBoardID").toULongLong();
     request.apNonce = QByteArray::fromBase64(plistValue(body, "ApNonce").simplified());
     m_requests.append(request);
+    if (m_holding)
+        m_waiting.append(socket);
+    else
+        answer(socket);
 }
 
-QByteArray SigningServer::answer() const
+void SigningServer::answer(QSslSocket *socket) const
 {
-    switch (m_answer) {
-    case Answer::tickets: return ticketAnswer();
-    case Answer::refusal: return refusalAnswer();
-    case Answer::nothing: break;
+    const QByteArray body = m_answer == Answer::tickets   ? ticketAnswer()
+                            : m_answer == Answer::refusal ? refusalAnswer()
+                                                          : QByteArray();
+    if (!body.isEmpty()) {
+        socket->write("HTTP/1.1 200 OK\r\nContent-Type: text/plain\r\nConnection: close\r\n"
+                      "Content-Length: " +
+                      QByteArray::number(body.size()) + "\r\n\r\n" + body);
     }
-    return {};
+    socket->disconnectFromHost();
 }
 
 QByteArray SigningServer::ticketAnswer()

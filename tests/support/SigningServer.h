@@ -2,11 +2,11 @@
 
 #include <QByteArray>
 #include <QList>
+#include <QPointer>
+#include <QSslSocket>
 
 #include <memory>
 #include <utility>
-
-class QTcpServer;
 
 // A stand-in for Apple's signing server (TSS) on 127.0.0.1, reached by the real tools through
 // the proxy variables of the environment the application passes on to them: libcurl sends
@@ -44,6 +44,9 @@ public:
     SigningServer &operator=(const SigningServer &) = delete;
 
     void setAnswer(Answer answer) { m_answer = answer; }
+    // While held, requests are kept waiting without an answer (idevicerestore keeps the watch
+    // open meanwhile); releasing answers the waiting ones.
+    void holdAnswers(bool hold);
     // The signing requests received so far, in order.
     const QList<Request> &requests() const { return m_requests; }
 
@@ -53,11 +56,13 @@ public:
 
 private:
     class Listener;
-    void received(const QByteArray &body);
-    QByteArray answer() const;
+    void received(QSslSocket *socket, const QByteArray &body);
+    void answer(QSslSocket *socket) const;
 
     std::unique_ptr<Listener> m_listener;
     Answer m_answer;
+    bool m_holding = false;
+    QList<QPointer<QSslSocket>> m_waiting;
     QList<Request> m_requests;
     QList<std::pair<QByteArray, QByteArray>> m_savedEnvironment; // name, value (empty: unset)
 };

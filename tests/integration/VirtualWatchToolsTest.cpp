@@ -20,6 +20,7 @@
 Q_DECLARE_METATYPE(VirtualWatch::Mode)
 Q_DECLARE_METATYPE(VirtualWatch::Identity)
 Q_DECLARE_METATYPE(SigningServer::Answer)
+Q_DECLARE_METATYPE(VirtualWatch::Faults)
 
 namespace {
 
@@ -266,6 +267,65 @@ private slots:
             QCOMPARE(m_watch->mode(), Mode::None); // it left for restore mode, which USB cannot show
             QCOMPARE(usbView(*m_paths), QByteArray());
         }
+    }
+
+    void idevicerestoreMeetsAFault_data()
+    {
+        QTest::addColumn<Mode>("mode");
+        QTest::addColumn<VirtualWatch::Faults>("faults");
+        QTest::addColumn<QString>("interruptAt");
+        QTest::addColumn<QString>("toolSays");
+        QTest::addColumn<QString>("watchSaw");
+
+        QTest::newRow("gone after the logo")
+            << Mode::Recovery << VirtualWatch::Faults{.vanishAfterUpload = 2} << QString()
+            << QStringLiteral("Unable to send RestoreRamDisk to device.") << QStringLiteral("fault vanish");
+        QTest::newRow("no return after iBSS")
+            << Mode::Dfu << VirtualWatch::Faults{.neverComeBack = true} << QStringLiteral("Sending iBSS (")
+            << QStringLiteral("Sending iBSS (") << QStringLiteral("fault no-return");
+    }
+
+    void idevicerestoreMeetsAFault()
+    {
+        QFETCH(Mode, mode);
+        QFETCH(VirtualWatch::Faults, faults);
+        QFETCH(QString, interruptAt);
+        QFETCH(QString, toolSays);
+        QFETCH(QString, watchSaw);
+
+        const QString image = m_paths->downloads() + QStringLiteral("/watchOS.ipsw");
+        QVERIFY(RestoreImage::write(image, RestoreImage::series6()));
+        const SigningServer signing;
+        m_watch->attach(mode);
+        m_watch->setFaults(faults);
+
+        const ToolRun restore =
+            run(*m_paths, QStringLiteral("idevicerestore"), {QStringLiteral("--erase"), image}, interruptAt);
+        QVERIFY(restore.exitCode != 0);
+        QVERIFY2(restore.output.contains(toolSays), qPrintable(restore.output.right(600)));
+        QVERIFY(m_watch->logged(watchSaw));
+        QCOMPARE(m_watch->mode(), Mode::None);
+        QCOMPARE(usbView(*m_paths), QByteArray());
+    }
+
+    // A stalled upload holds the tool in its transfer until the watch answers again.
+    void idevicerestoreWaitsOutAStalledUpload()
+    {
+        const QString image = m_paths->downloads() + QStringLiteral("/watchOS.ipsw");
+        QVERIFY(RestoreImage::write(image, RestoreImage::series6()));
+        const SigningServer signing;
+        m_watch->attach(Mode::Recovery);
+        m_watch->setFaults({.stallUpload = 1});
+
+        QProcess tool;
+        tool.start(m_paths->tool(QStringLiteral("bin/idevicerestore")), {QStringLiteral("--erase"), image});
+        QTRY_VERIFY_WITH_TIMEOUT(m_watch->logged(QStringLiteral("fault stall")), 10000);
+        QTest::qWait(300);
+        QVERIFY(!m_watch->logged(QStringLiteral("upload")));
+        m_watch->setFaults({});
+        QTRY_VERIFY_WITH_TIMEOUT(m_watch->logged(QStringLiteral("command bootx")), 15000);
+        ::kill(static_cast<pid_t>(tool.processId()), SIGINT);
+        QVERIFY(tool.waitForFinished(5000));
     }
 };
 

@@ -24,15 +24,15 @@ public:
         quint32 chipId = 0;
         quint32 boardId = 0;
         quint64 ecid = 0x1A2B3C4D5E6F;
-        QByteArray apNonce;  // hexadecimal; empty: a fixed 32-byte nonce
-        QByteArray sepNonce; // hexadecimal; empty: a fixed 20-byte nonce
+        QByteArray apNonce = {};  // hexadecimal; empty: a fixed 32-byte nonce
+        QByteArray sepNonce = {}; // hexadecimal; empty: a fixed 20-byte nonce
     };
 
     struct Faults {
         int vanishAfterUpload = 0;  // gone for good once this many uploads are complete (from attach)
         int stallUpload = 0;        // this upload (1-based) gets no answer until its transfers time out
         bool neverComeBack = false; // the next reset, "go" or reboot takes it off the bus for good
-        QByteArray nonceAfterIbss;  // hexadecimal ApNonce it shows once iBSS runs
+        QByteArray nonceAfterIbss = {}; // hexadecimal ApNonce it shows once iBSS runs
         int reconnectMs = 500;      // how long a re-enumeration keeps it off the bus
     };
 

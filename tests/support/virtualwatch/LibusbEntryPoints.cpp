@@ -321,11 +321,10 @@ int libusb_reset_device(libusb_device_handle *handle)
     return handle->session.reset();
 }
 
-int libusb_control_transfer(libusb_device_handle *handle, uint8_t requestType, uint8_t request,
-                            uint16_t value, uint16_t, unsigned char *data, uint16_t length,
-                            unsigned int timeout)
+int libusb_control_transfer(libusb_device_handle *handle, uint8_t requestType, uint8_t request, uint16_t,
+                            uint16_t, unsigned char *data, uint16_t length, unsigned int timeout)
 {
-    return handle->session.control(requestType, request, value, data, length, timeout);
+    return handle->session.control(requestType, request, data, length, timeout);
 }
 
 int libusb_bulk_transfer(libusb_device_handle *handle, unsigned char endpoint, unsigned char *data,

@@ -175,10 +175,8 @@ std::string stringDescriptor(const State &state, uint8_t index)
     }
 }
 
-int Session::control(uint8_t requestType, uint8_t request, uint16_t value, uint8_t *data, uint16_t length,
-                     unsigned timeout)
+int Session::control(uint8_t requestType, uint8_t request, uint8_t *data, uint16_t length, unsigned timeout)
 {
-    (void)value;
     {
         State state;
         if (!live(state))

@@ -30,8 +30,7 @@ public:
     unsigned generation() const { return m_generation; }
 
     // libusb_control_transfer and libusb_bulk_transfer: a byte count or a LIBUSB_ERROR_*.
-    int control(uint8_t requestType, uint8_t request, uint16_t value, uint8_t *data, uint16_t length,
-                unsigned timeout);
+    int control(uint8_t requestType, uint8_t request, uint8_t *data, uint16_t length, unsigned timeout);
     int bulk(uint8_t endpoint, uint8_t *data, int length, int *transferred, unsigned timeout);
     int reset();
 

@@ -226,6 +226,14 @@ private slots:
                             QStringLiteral("reset"), QStringLiteral("leave"),
                             QStringLiteral("arrive recovery ibss")} +
                 fromIbec);
+        // libirecovery sees a KIS watch in DFU mode and sends iBSS over the KIS bulk protocol.
+        QTest::newRow("kis, iBSS over the bulk protocol")
+            << Mode::Kis << SigningServer::Answer::tickets
+            << (identified + QStringList{QStringLiteral("Found device in DFU mode"),
+                                         QStringLiteral("Sending iBSS ("), waitingLine})
+            << (QStringList{QStringLiteral("arrive kis iboot"), QStringLiteral("upload kis ibss"),
+                            QStringLiteral("leave"), QStringLiteral("arrive recovery ibss")} +
+                fromIbec);
     }
 
     void idevicerestoreDrivesTheWatch()

@@ -269,6 +269,10 @@ int Session::bulk(uint8_t endpoint, uint8_t *data, int length, int *transferred,
         m_bulkReply.clear();
         if (transferred)
             *transferred = n;
+        if (m_bootAfterReply) { // irecv_kis_config_write32 of KIS_INDEX_BOOT_IMG has its reply: iBSS runs
+            m_bootAfterReply = false;
+            state.leave(Mode::Recovery, "ibss");
+        }
         return 0;
     }
     {
@@ -453,8 +457,7 @@ int Session::kisRequest(State &state, const uint8_t *request, int length)
         // The boot request after the last chunk: the image (iBSS) runs and the watch comes back
         // in recovery mode, as it does after a DFU upload.
         finishUpload(state, "kis", m_upload.size());
-        if (state.present())
-            state.leave(Mode::Recovery, "ibss");
+        m_bootAfterReply = state.present();
     } else if (header.portal != kisPortalConfig) {
         return LIBUSB_ERROR_PIPE;
     }

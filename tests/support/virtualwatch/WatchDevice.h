@@ -49,6 +49,7 @@ private:
     std::vector<uint8_t> m_bulkReply; // what the next bulk read returns (KIS)
     uint8_t m_dfuState = 2;           // dfuIDLE
     bool m_stallLogged = false;
+    bool m_bootAfterReply = false; // KIS: the watch boots its image once the host has read the reply
 };
 
 } // namespace vw

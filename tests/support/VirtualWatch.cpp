@@ -10,6 +10,7 @@
 #include <QMap>
 
 #include <algorithm>
+#include <cstdio>
 
 #include <fcntl.h>
 #include <sys/file.h>

@@ -3,6 +3,7 @@
 #include "support/RealTools.h"
 #include "support/RestoreImage.h"
 #include "support/SigningServer.h"
+#include "support/TestFiles.h"
 #include "support/TestPaths.h"
 #include "support/VirtualWatch.h"
 
@@ -187,6 +188,70 @@ private slots:
         holder.kill(); // its claim ends with the process, as the kernel ends a usbfs claim
         QVERIFY(holder.waitForFinished(5000));
         QCOMPARE(run(*m_paths, QStringLiteral("irecovery"), {QStringLiteral("-q")}).exitCode, 0);
+    }
+
+    // irecovery -f sends a file as idevicerestore sends a component; the watch counts the bytes and,
+    // for DFU and KIS, boots it and comes back in recovery mode.
+    void irecoveryUploadsAFile_data()
+    {
+        QTest::addColumn<Mode>("mode");
+        QTest::addColumn<int>("bytes");
+        QTest::addColumn<VirtualWatch::Faults>("faults");
+        QTest::addColumn<QStringList>("watchSaw");
+        QTest::addColumn<Mode>("modeAfter");
+
+        const QByteArray newNonce = QByteArray(32, '\x5A').toHex();
+        QTest::newRow("recovery, a short last packet")
+            << Mode::Recovery << 0x8001 << VirtualWatch::Faults() << QStringList{"upload recovery 32769 -"}
+            << Mode::Recovery;
+        QTest::newRow("recovery, whole packets and a zero-length one")
+            << Mode::Recovery << 0x10000 << VirtualWatch::Faults() << QStringList{"upload recovery 65536 -"}
+            << Mode::Recovery;
+        QTest::newRow("dfu, the suffix in the last block, a new nonce")
+            << Mode::Dfu << 0x1801 << VirtualWatch::Faults{.nonceAfterIbss = newNonce}
+            << QStringList{"upload dfu 6145 -", "reset", "leave", "arrive recovery ibss"} << Mode::Recovery;
+        QTest::newRow("dfu, the suffix in a block of its own")
+            << Mode::Dfu << 0x1000 << VirtualWatch::Faults()
+            << QStringList{"upload dfu 4096 -", "reset", "leave", "arrive recovery ibss"} << Mode::Recovery;
+        QTest::newRow("dfu, no return after the reset")
+            << Mode::Dfu << 0x900 << VirtualWatch::Faults{.neverComeBack = true}
+            << QStringList{"upload dfu 2304 -", "reset", "fault no-return", "leave"} << Mode::None;
+        QTest::newRow("kis, chunks of 0x4000")
+            << Mode::Kis << 0x4001 << VirtualWatch::Faults()
+            << QStringList{"upload kis 16385 -", "leave", "arrive recovery ibss"} << Mode::Recovery;
+    }
+
+    void irecoveryUploadsAFile()
+    {
+        QFETCH(Mode, mode);
+        QFETCH(int, bytes);
+        QFETCH(VirtualWatch::Faults, faults);
+        QFETCH(QStringList, watchSaw);
+        QFETCH(Mode, modeAfter);
+
+        m_watch->attach(mode);
+        m_watch->setFaults(faults);
+        const QString file = m_paths->root() + QStringLiteral("/payload.bin");
+        QByteArray payload(bytes, '\0');
+        for (int i = 0; i < bytes; ++i)
+            payload[i] = char(i * 7);
+        QVERIFY(writeFile(file, payload));
+
+        const ToolRun upload = run(*m_paths, QStringLiteral("irecovery"), {QStringLiteral("-f"), file});
+        QCOMPARE(upload.exitCode, 0);
+        QTRY_COMPARE(m_watch->mode(), modeAfter);
+        QStringList seen = m_watch->log();
+        for (const QString &line : watchSaw) {
+            const qsizetype at = seen.indexOf(line);
+            QVERIFY2(at >= 0,
+                     qPrintable(line + QStringLiteral(" in order in:\n") + m_watch->log().join(u'\n')));
+            seen = seen.mid(at + 1);
+        }
+        QVERIFY(!m_watch->logged(QStringLiteral("dfu-crc-mismatch")));
+        if (!faults.nonceAfterIbss.isEmpty()) {
+            const ToolRun query = run(*m_paths, QStringLiteral("irecovery"), {QStringLiteral("-q")});
+            QVERIFY2(query.output.contains("NONC: " + faults.nonceAfterIbss), qPrintable(query.output));
+        }
     }
 
     void idevicerestoreDrivesTheWatch_data()

@@ -4,9 +4,9 @@
 #include "support/TestFiles.h"
 #include "support/TestPaths.h"
 
-#include <QDateTime>
 #include <QDir>
 #include <QFile>
+#include <QLibrary>
 #include <QMap>
 
 #include <algorithm>
@@ -165,12 +165,8 @@ void VirtualWatch::setFaults(const Faults &faults)
 
 VirtualWatch::Mode VirtualWatch::mode() const
 {
-    const QMap<QByteArray, QByteArray> state = readState(m_folder + QStringLiteral("/state"));
-    QByteArray name = state.value("mode");
-    // An arrival whose time has come happens for whoever looks next.
-    if (!state.value("next_mode").isEmpty() &&
-        state.value("arrive_at").toLongLong() <= QDateTime::currentMSecsSinceEpoch())
-        name = state.value("next_mode");
+    settle();
+    const QByteArray name = readState(m_folder + QStringLiteral("/state")).value("mode");
     for (Mode mode : {Mode::Recovery, Mode::Dfu, Mode::Kis}) {
         if (name == modeName(mode))
             return mode;
@@ -180,6 +176,7 @@ VirtualWatch::Mode VirtualWatch::mode() const
 
 QStringList VirtualWatch::log() const
 {
+    settle();
     QFile file(m_folder + QStringLiteral("/transfers.log"));
     if (!file.open(QIODevice::ReadOnly))
         return {};
@@ -191,6 +188,16 @@ bool VirtualWatch::logged(const QString &prefix) const
     const QStringList lines = log();
     return std::any_of(lines.begin(), lines.end(),
                        [&](const QString &line) { return line.startsWith(prefix); });
+}
+
+// A re-enumeration completes when someone looks at the watch after its reconnect delay; the tools
+// look all the time, the test through the library's own code for it.
+void VirtualWatch::settle() const
+{
+    static const auto settleWatch = reinterpret_cast<void (*)()>(
+        QLibrary::resolve(QStringLiteral(CORVALIN_VIRTUAL_WATCH_LIBRARY), "corvalin_virtual_watch_settle"));
+    if (settleWatch)
+        settleWatch();
 }
 
 void VirtualWatch::writeState(const QList<std::pair<QByteArray, QByteArray>> &values, bool replace)

@@ -29,11 +29,11 @@ public:
     };
 
     struct Faults {
-        int vanishAfterUpload = 0;  // gone for good once this many uploads are complete (from attach)
-        int stallUpload = 0;        // this upload (1-based) gets no answer until its transfers time out
-        bool neverComeBack = false; // the next reset, "go" or reboot takes it off the bus for good
+        int vanishAfterUpload = 0;      // gone for good once this many uploads are complete (from attach)
+        int stallUpload = 0;            // this upload (1-based) gets no answer until its transfers time out
+        bool neverComeBack = false;     // the next reset, "go" or reboot takes it off the bus for good
         QByteArray nonceAfterIbss = {}; // hexadecimal ApNonce it shows once iBSS runs
-        int reconnectMs = 500;      // how long a re-enumeration keeps it off the bus
+        int reconnectMs = 500;          // how long a re-enumeration keeps it off the bus
     };
 
     static constexpr const char *stateVariable = "CORVALIN_VIRTUAL_WATCH";
@@ -75,6 +75,7 @@ public:
     QString folder() const { return m_folder; }
 
 private:
+    void settle() const;
     void writeState(const QList<std::pair<QByteArray, QByteArray>> &values, bool replace);
     void writeUsbView(Mode mode);
 

@@ -8,6 +8,7 @@
 // including the KIS companion's own, through the environment; the Tools copy needs nothing.
 
 #include "WatchDevice.h"
+#include "WatchIdentity.h"
 #include "WatchState.h"
 
 #include <libusb-1.0/libusb.h>

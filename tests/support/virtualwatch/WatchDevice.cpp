@@ -1,74 +1,18 @@
 #include "WatchDevice.h"
 
+#include "KisProtocol.h"
+#include "WatchIdentity.h"
+
 #include <libusb-1.0/libusb.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <dlfcn.h>
 #include <unistd.h>
 
 namespace vw {
 
 namespace {
-
-// The layout of libirecovery's struct irecv_device (include/libirecovery.h).
-struct IrecvDevice {
-    const char *productType;
-    const char *hardwareModel;
-    unsigned boardId;
-    unsigned chipId;
-    const char *displayName;
-};
-using LookupByProductType = int (*)(const char *, IrecvDevice **);
-
-// Chip and board of the product type, taken from the device table of the libirecovery that loaded
-// this library (so they agree with it by construction); the state may override them, e.g. for a
-// model the table lacks.
-void chipAndBoard(const State &state, unsigned &chip, unsigned &board)
-{
-    chip = static_cast<unsigned>(state.number("cpid"));
-    board = static_cast<unsigned>(state.number("bdid"));
-    if (chip != 0)
-        return;
-    const auto lookup = reinterpret_cast<LookupByProductType>(
-        dlsym(RTLD_DEFAULT, "irecv_devices_get_device_by_product_type"));
-    IrecvDevice *device = nullptr;
-    const std::string product = state.get("product", "Watch6,1");
-    if (lookup && lookup(product.c_str(), &device) == 0 && device) {
-        chip = device->chipId;
-        board = device->boardId;
-    }
-}
-
-// irecv_load_device_info_from_iboot_string parses CPID, CPRV, CPFM, SCEP, BDID, ECID, IBFL and the
-// bracketed SRNM and SRTG out of this string; irecovery -q prints them, and
-// irecv_devices_get_device_by_client names the watch by CPID and BDID.
-std::string serialString(const State &state)
-{
-    unsigned chip = 0, board = 0;
-    chipAndBoard(state, chip, board);
-    char text[256];
-    std::snprintf(
-        text, sizeof text, "CPID:%04X CPRV:%02X CPFM:%02X SCEP:%02X BDID:%02X ECID:%016llX IBFL:%02X", chip,
-        static_cast<unsigned>(state.number("cprv", 0x11)), static_cast<unsigned>(state.number("cpfm", 0x03)),
-        static_cast<unsigned>(state.number("scep", 0x01)), board,
-        static_cast<unsigned long long>(state.number("ecid", 0x1A2B3C4D5E6F)),
-        // IBFL bit 2 is IBOOT_FLAG_IMAGE4_AWARE (idevicerestore common.h): an Image4 watch.
-        static_cast<unsigned>(state.number("ibfl", 0x3C)));
-    std::string serial = text;
-    if (state.mode() == Mode::Recovery && !state.get("srnm").empty())
-        serial += " SRNM:[" + state.get("srnm") + "]";
-    serial += " SRTG:[" + state.get("srtg", "iBoot-8422.100.650") + "]";
-    return serial;
-}
-
-// irecv_copy_nonce_with_tag reads "NONC:" and "SNON:" as hexadecimal bytes from string index 1.
-std::string nonceString(const State &state)
-{
-    return "NONC:" + state.get("nonce", "A1B2C3D4E5F60718293A4B5C6D7E8F90A1B2C3D4E5F60718293A4B5C6D7E8F90") +
-           " SNON:" + state.get("sep_nonce", "0F1E2D3C4B5A69788796A5B4C3D2E1F001122334");
-}
 
 // The CRC libirecovery's crc32_step computes over a DFU image and its suffix: CRC-32 without the
 // final inversion.
@@ -93,87 +37,7 @@ std::string imageType(const std::vector<uint8_t> &bytes)
     return std::string(found + 6, found + 10);
 }
 
-std::string environmentValue(const State &state, const std::string &name)
-{
-    const std::string overridden = state.get("env." + name);
-    if (!overridden.empty())
-        return overridden;
-    if (name == "build-version")
-        return "iBoot-8422.100.650";
-    if (name == "build-style")
-        return "RELEASE";
-    // recovery_enter_restore expects boot stage 2 (iBEC); dfu_enter_recovery stage 1 (iBSS).
-    if (name == "boot-stage")
-        return state.get("stage") == "ibss" ? "1" : "2";
-    if (name == "ramdisk-size")
-        return "0x10000000";
-    return {};
-}
-
-#pragma pack(push, 1)
-// libirecovery's KIS_req_header.
-struct KisHeader {
-    uint16_t sequence;
-    uint8_t version;
-    uint8_t portal;
-    uint8_t argCount;
-    uint8_t indexLo;
-    uint8_t indexHiReplySizeLo;
-    uint8_t replySizeHi;
-    uint32_t requestSize;
-};
-// KIS_generic_reply.
-struct KisReply {
-    KisHeader header;
-    uint32_t size;
-    uint32_t status;
-};
-// KIS_device_info: the device information block, then the reply's size and status.
-struct KisDeviceInfo {
-    KisHeader header;
-    uint8_t info[0x300];
-    uint32_t replySize;
-    uint32_t status;
-};
-#pragma pack(pop)
-
-constexpr uint8_t kisPortalConfig = 0x01;
-constexpr uint8_t kisPortalRsm = 0x10;
-constexpr uint16_t kisIndexUpload = 0x0D;
-constexpr uint16_t kisIndexGetInfo = 0x100;
-constexpr uint16_t kisIndexBootImage = 0x103;
-
-// irecv_kis_read_string: at word `wordIndex` of the block, a byte length, type 3, then UTF-16LE.
-size_t putKisString(uint8_t *info, size_t wordIndex, const std::string &text)
-{
-    const size_t offset = wordIndex * 4;
-    const size_t bytes = std::min<size_t>(text.size() * 2, 254);
-    info[offset] = static_cast<uint8_t>(bytes);
-    info[offset + 1] = 3;
-    for (size_t i = 0; i < bytes / 2; ++i) {
-        info[offset + 2 + 2 * i] = static_cast<uint8_t>(text[i]);
-        info[offset + 3 + 2 * i] = 0;
-    }
-    return wordIndex + (2 + bytes + 3) / 4;
-}
-
 } // namespace
-
-std::string stringDescriptor(const State &state, uint8_t index)
-{
-    // A KIS device shows none: libusb_usb_open_handle_with_descriptor_and_ecid skips them for 0x1881.
-    if (state.mode() == Mode::Kis)
-        return {};
-    switch (index) {
-    case nonceStringIndex: return nonceString(state);
-    case manufacturerStringIndex: return "Apple Inc.";
-    case productStringIndex:
-        return state.mode() == Mode::Dfu ? "Apple Mobile Device (DFU Mode)"
-                                         : "Apple Mobile Device (Recovery Mode)";
-    case serialStringIndex: return serialString(state);
-    default: return {};
-    }
-}
 
 int Session::control(uint8_t requestType, uint8_t request, uint8_t *data, uint16_t length, unsigned timeout)
 {
@@ -395,56 +259,16 @@ int Session::kisRequest(State &state, const uint8_t *request, int length)
         return LIBUSB_ERROR_PIPE;
     KisHeader header;
     std::memcpy(&header, request, sizeof header);
-    const uint16_t index = static_cast<uint16_t>(header.indexLo | (header.indexHiReplySizeLo & 3) << 8);
+    const uint16_t index = kisIndex(header);
     const uint8_t *payload = request + sizeof header;
     const size_t payloadBytes = static_cast<size_t>(length) - sizeof header;
 
+    uint32_t replySize = 4; // irecv_kis_config_write32 wants 4 bytes written
     if (header.portal == kisPortalRsm && index == kisIndexGetInfo) {
-        // irecv_kis_load_device_info: the device descriptor at 0x40 of the block, its strings and
-        // the nonce string where nonceOffset points (word indexes).
-        KisDeviceInfo reply{};
-        reply.header = header;
-        uint8_t *info = reply.info;
-        const uint16_t innerProduct = productId(Mode::Dfu); // irecv_kis_send_buffer needs DFU mode
-        uint8_t descriptor[18] = {18,
-                                  1,
-                                  0x00,
-                                  0x02,
-                                  0,
-                                  0,
-                                  0,
-                                  64,
-                                  0xAC,
-                                  0x05,
-                                  static_cast<uint8_t>(innerProduct & 0xFF),
-                                  static_cast<uint8_t>(innerProduct >> 8),
-                                  0x01,
-                                  0x00,
-                                  0,
-                                  0,
-                                  0,
-                                  1};
-        size_t word = (0x40 + sizeof descriptor + 3) / 4;
-        descriptor[16] = static_cast<uint8_t>(word); // iSerialNumber
-        word = putKisString(info, word, serialString(state));
-        descriptor[14] = static_cast<uint8_t>(word); // iManufacturer
-        word = putKisString(info, word, "Apple Inc.");
-        descriptor[15] = static_cast<uint8_t>(word); // iProduct
-        word = putKisString(info, word, "Apple Mobile Device (DFU Mode)");
-        const uint32_t nonceWord = static_cast<uint32_t>(word);
-        putKisString(info, word, nonceString(state));
-        std::memcpy(info + 0x40, descriptor, sizeof descriptor);
-        std::memcpy(info + 24, &nonceWord, sizeof nonceWord); // nonceOffset
-        reply.replySize = sizeof reply.info;
-        const auto *bytes = reinterpret_cast<const uint8_t *>(&reply);
-        m_bulkReply.assign(bytes, bytes + sizeof reply);
+        m_bulkReply = kisDeviceInfo(header, state);
         logLine("kis device-info");
         return 0;
     }
-
-    KisReply reply{};
-    reply.header = header;
-    reply.size = 4;
     if (header.portal == kisPortalRsm && index == kisIndexUpload && payloadBytes >= 12) {
         // irecv_kis_send_buffer: address (8 bytes), size (4 bytes), then up to 0x4000 bytes.
         uint32_t size = 0;
@@ -452,7 +276,7 @@ int Session::kisRequest(State &state, const uint8_t *request, int length)
         size = static_cast<uint32_t>(std::min<size_t>(size, payloadBytes - 12));
         m_uploading = true;
         appendUpload(payload + 12, size);
-        reply.size = size;
+        replySize = size;
     } else if (header.portal == kisPortalRsm && index == kisIndexBootImage) {
         // The boot request after the last chunk: the image (iBSS) runs and the watch comes back
         // in recovery mode, as it does after a DFU upload.
@@ -461,8 +285,7 @@ int Session::kisRequest(State &state, const uint8_t *request, int length)
     } else if (header.portal != kisPortalConfig) {
         return LIBUSB_ERROR_PIPE;
     }
-    const auto *bytes = reinterpret_cast<const uint8_t *>(&reply);
-    m_bulkReply.assign(bytes, bytes + sizeof reply);
+    m_bulkReply = kisReply(header, replySize);
     return 0;
 }
 

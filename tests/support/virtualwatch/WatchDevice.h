@@ -13,16 +13,6 @@
 
 namespace vw {
 
-// The string descriptor indexes of the device descriptor; index 1 carries the nonces.
-constexpr uint8_t nonceStringIndex = 1;
-constexpr uint8_t manufacturerStringIndex = 2;
-constexpr uint8_t productStringIndex = 3;
-constexpr uint8_t serialStringIndex = 4;
-
-// The string descriptor `index` as the watch shows it in its current mode, or empty when it has
-// none.
-std::string stringDescriptor(const State &state, uint8_t index);
-
 class Session {
 public:
     explicit Session(unsigned generation) : m_generation(generation) {}

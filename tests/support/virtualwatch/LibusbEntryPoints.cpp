@@ -274,6 +274,9 @@ int libusb_set_configuration(libusb_device_handle *handle, int)
 // irecv_usb_set_interface claims interface 0 (and 1 in recovery modes above 0x1281). As usbfs
 // does, a claim fails with LIBUSB_ERROR_BUSY while another open handle, in this process or
 // another, holds the interface: the claim is a flock on a file per arrival and interface.
+// idevicerestore meets this itself: when the nonce changes after iBSS, get_sep_nonce opens a second
+// connection (recovery_client_new) while its DFU client still holds the interface, and retries
+// for over a minute before it asks for tickets without the SEP nonce.
 int libusb_claim_interface(libusb_device_handle *handle, int interface)
 {
     if (interface < 0 || interface > 1)

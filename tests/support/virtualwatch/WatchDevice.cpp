@@ -144,9 +144,10 @@ int Session::bulk(uint8_t endpoint, uint8_t *data, int length, int *transferred,
         if (!live(state))
             return LIBUSB_ERROR_NO_DEVICE;
         if (state.mode() == Mode::Kis) {
-            const bool upload = length >= static_cast<int>(sizeof(KisHeader)) &&
-                                (data[5] | (data[6] & 3) << 8) == kisIndexUpload;
-            if (!upload) {
+            KisHeader header{};
+            if (length >= static_cast<int>(sizeof header))
+                std::memcpy(&header, data, sizeof header);
+            if (kisIndex(header) != kisIndexUpload) { // only an upload chunk can stall
                 if (transferred)
                     *transferred = length;
                 return kisRequest(state, data, length);

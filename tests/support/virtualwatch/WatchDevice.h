@@ -17,8 +17,6 @@ class Session {
 public:
     explicit Session(unsigned generation) : m_generation(generation) {}
 
-    unsigned generation() const { return m_generation; }
-
     // libusb_control_transfer and libusb_bulk_transfer: a byte count or a LIBUSB_ERROR_*.
     int control(uint8_t requestType, uint8_t request, uint8_t *data, uint16_t length, unsigned timeout);
     int bulk(uint8_t endpoint, uint8_t *data, int length, int *transferred, unsigned timeout);

@@ -1,6 +1,5 @@
 // The real irecovery and idevicerestore of the Tools folder against the virtual watch: what the
 // tools read from it, what they send to it, and how it re-enumerates in between.
-#include "support/RealTools.h"
 #include "support/RestoreImage.h"
 #include "support/SigningServer.h"
 #include "support/TestFiles.h"
@@ -109,7 +108,7 @@ private slots:
     void initTestCase()
     {
         if (!VirtualWatch::available())
-            QSKIP(RealTools::unavailableMessage());
+            QSKIP(VirtualWatch::unavailableMessage());
     }
 
     void init()

@@ -113,6 +113,14 @@ bool VirtualWatch::available()
     return !QStringLiteral(CORVALIN_VIRTUAL_WATCH_LIBRARY).isEmpty() && !RealTools::folder().isEmpty();
 }
 
+const char *VirtualWatch::unavailableMessage()
+{
+    if (QStringLiteral(CORVALIN_VIRTUAL_WATCH_LIBRARY).isEmpty())
+        return "The virtual watch stands in for libusb, which libirecovery uses only on Linux, so the "
+               "tests of the real tools against it are skipped here.";
+    return RealTools::unavailableMessage();
+}
+
 bool VirtualWatch::installTools()
 {
     if (!available() || !RealTools::installInto(m_paths))

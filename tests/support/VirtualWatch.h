@@ -47,8 +47,10 @@ public:
     VirtualWatch(const VirtualWatch &) = delete;
     VirtualWatch &operator=(const VirtualWatch &) = delete;
 
-    // Whether this build has the virtual watch library (Linux) and a Tools folder to put it in.
+    // Whether this build has the virtual watch library (Linux) and a Tools folder to put it in,
+    // and why the tests that need them are skipped when it has not.
     static bool available();
+    static const char *unavailableMessage();
     // Copies the built Tools folder into paths' tools folder, with the virtual watch as its libusb.
     bool installTools();
 

@@ -173,7 +173,7 @@ private slots:
     void irecoveryFindsTheWatchBusyWhileAnotherProcessHoldsIt()
     {
         m_watch->attach(Mode::Recovery);
-        // irecovery's shell keeps its connection, the interface claimed, until its input ends.
+        // irecovery's shell keeps its connection, the interface claimed, for as long as it runs.
         QProcess holder;
         holder.start(m_paths->tool(QStringLiteral("bin/irecovery")), {QStringLiteral("-s")});
         QVERIFY(holder.waitForStarted());

@@ -90,8 +90,6 @@ CORVALIN_BENCHMARK(restoreLineDelay)
     TestPaths paths;
     VirtualWatch watch(paths);
     SigningServer signing;
-    const QByteArray muxAddress = qgetenv("USBMUXD_SOCKET_ADDRESS");
-    qputenv("USBMUXD_SOCKET_ADDRESS", "UNIX:" + QFile::encodeName(paths.root()) + "/usbmuxd.socket");
     const QString image = QDir(paths.downloads()).filePath(QStringLiteral("Watch6,1_Restore.ipsw"));
     if (!watch.installTools() || !RestoreImage::write(image, RestoreImage::series6())) {
         out << "restoreLineDelay: the tools or the image could not be prepared" << Qt::endl;
@@ -108,10 +106,6 @@ CORVALIN_BENCHMARK(restoreLineDelay)
     const bool waited = waitUntil([&] { return arrivals.arrivals().contains(waitingLine); }, 60000);
     manager.cancelRestore();
     waitUntil([&] { return !manager.isRestoring(); }, 15000);
-    if (muxAddress.isEmpty())
-        qunsetenv("USBMUXD_SOCKET_ADDRESS");
-    else
-        qputenv("USBMUXD_SOCKET_ADDRESS", muxAddress);
 
     const QString logFile = manager.logText().section(QStringLiteral("Журнал: "), 1).section(u'\n', 0, 0);
     QList<int> delays;

@@ -16,15 +16,14 @@
 // mode through usbmuxd. The tests end that wait with the stop button, as a technician would: the
 // patched tool notices the interrupt within a second. A usbmuxd stand-in that refuses the
 // restore connection could end it too, but restore mode itself is beyond what a simulation can
-// show, and the stop path is the one the application has to get right. USBMUXD_SOCKET_ADDRESS
-// names a socket nothing listens on, so no test ever reaches the system's usbmuxd.
+// show, and the stop path is the one the application has to get right. The test paths point the
+// tools' usbmuxd at a socket nothing serves, so no test reaches the system's usbmuxd.
 class VirtualWatchStudio : public StudioFixture {
 public:
     static constexpr const char *waitingLine = "Waiting for device to enter restore mode...";
 
-    VirtualWatchStudio() : watch(paths), m_savedMuxAddress(qgetenv(muxVariable))
+    VirtualWatchStudio() : watch(paths)
     {
-        qputenv(muxVariable, "UNIX:" + QFile::encodeName(QDir(paths.root()).filePath("usbmuxd.socket")));
         if (!watch.installTools())
             qFatal("the virtual watch's Tools folder could not be made");
         // The KIS companion beside the real tools, where the application looks for it on Linux.
@@ -45,10 +44,6 @@ public:
     {
         if (model()->restoreManager()->isRestoring())
             model()->restoreManager()->forceEnd();
-        if (m_savedMuxAddress.isEmpty())
-            qunsetenv(muxVariable);
-        else
-            qputenv(muxVariable, m_savedMuxAddress);
     }
 
     RestoreManager *restore() const { return model()->restoreManager(); }
@@ -98,8 +93,4 @@ public:
 
     SigningServer signing;
     VirtualWatch watch;
-
-private:
-    static constexpr const char *muxVariable = "USBMUXD_SOCKET_ADDRESS";
-    QByteArray m_savedMuxAddress;
 };

@@ -4,7 +4,6 @@
 // Each run's real lines are compared whole; what the tools print is taken as it comes.
 #include "integration/VirtualWatchStudio.h"
 
-#include "support/RealTools.h"
 #include "tools/ToolLocator.h"
 #include "ui/screens/LogTextView.h"
 #include "ui/screens/LogView.h"
@@ -56,7 +55,7 @@ private slots:
     void initTestCase()
     {
         if (!VirtualWatch::available())
-            QSKIP(RealTools::unavailableMessage());
+            QSKIP(VirtualWatch::unavailableMessage());
     }
 
     // What the monitor publishes from the real irecovery's (or the companion's) answer.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "device/ConnectedWatch.h"
+#include "restore/RestoreDestinations.h"
 
 #include <QCoroTask>
 #include <QObject>
@@ -62,7 +63,8 @@ public:
 
     // The restore tool's arguments for a Recovery/DFU restore; the KIS companion on Linux gives
     // idevicerestore the same after the watch's ECID.
-    static QStringList restoreToolArguments(const QString &logFile, const QString &imagePath);
+    static QStringList restoreToolArguments(const RestoreDestinations &destinations,
+                                            const QString &imagePath);
 
 signals:
     void isValidatingChanged();
@@ -85,7 +87,7 @@ private:
     // Starts the tool and resumes once it runs or has failed to start; its handlers hold this
     // object weakly and the process deletes itself once it has ended, so a tool outliving the
     // manager is never killed by it.
-    QCoro::Task<> launch(QString program, QStringList arguments);
+    QCoro::Task<> launch(QString program, QStringList arguments, QProcessEnvironment environment);
     void handleExit(QProcess *process, int exitCode, QProcess::ExitStatus exitStatus);
     void handleLaunchFailure(QProcess *process);
 

@@ -3,7 +3,6 @@
 #include "restore/RestoreManager.h"
 
 #include "restore/ChildInterrupt.h"
-#include "restore/RestoreLogFile.h"
 #include "tools/ToolLocator.h"
 
 #include <QDir>
@@ -68,14 +67,16 @@ QCoro::Task<> RestoreManager::startRestore(std::optional<QString> imagePath, Con
     setLastError(std::nullopt);
     setIsRestoring(true);
 
-    const QString logFile = RestoreLogFile::pathForNow();
-    appendLog(QStringLiteral("Запуск восстановления. Журнал: ") + logFile);
+    const RestoreDestinations destinations = RestoreDestinations::forNow();
+    appendLog(QStringLiteral("Запуск восстановления. Журнал: ") + destinations.logFile);
 
     // Looked up again: Configurator may have gone away while the image was being checked.
     const std::optional<QString> configurator = isKIS ? ToolLocator::cfgutil() : std::nullopt;
     if (configurator) {
         appendLog(QStringLiteral("Транспорт: Apple Configurator KIS, ECID ") + watch.ecid + u'.');
-        co_await launch(*configurator, configuratorArguments(watch, imagePath));
+        QProcessEnvironment environment = ToolLocator::environment();
+        destinations.handDown(environment);
+        co_await launch(*configurator, configuratorArguments(watch, imagePath), environment);
         co_return;
     }
 
@@ -86,7 +87,7 @@ QCoro::Task<> RestoreManager::startRestore(std::optional<QString> imagePath, Con
         co_return;
     }
     const QString tool = QDir(ToolLocator::toolsRoot()).filePath(QStringLiteral("bin/idevicerestore"));
-    co_await launch(tool, restoreToolArguments(logFile, *imagePath));
+    co_await launch(tool, restoreToolArguments(destinations, *imagePath), ToolLocator::environment());
 }
 
 void RestoreManager::cancelRestore()
@@ -134,19 +135,23 @@ QStringList RestoreManager::configuratorArguments(const ConnectedWatch &watch,
     return arguments;
 }
 
-QStringList RestoreManager::restoreToolArguments(const QString &logFile, const QString &imagePath)
+QStringList RestoreManager::restoreToolArguments(const RestoreDestinations &destinations,
+                                                 const QString &imagePath)
 {
-    return {
-        QStringLiteral("--erase"),     QStringLiteral("--plain-progress"),     QStringLiteral("--cache-path"),
-        ToolLocator::cacheDirectory(), QStringLiteral("--logfile=") + logFile, imagePath};
+    return {QStringLiteral("--erase"),
+            QStringLiteral("--plain-progress"),
+            QStringLiteral("--cache-path"),
+            destinations.cacheDirectory,
+            QStringLiteral("--logfile=") + destinations.logFile,
+            imagePath};
 }
 
-QCoro::Task<> RestoreManager::launch(QString program, QStringList arguments)
+QCoro::Task<> RestoreManager::launch(QString program, QStringList arguments, QProcessEnvironment environment)
 {
     auto *process = new QProcess;
     process->setProgram(program);
     process->setArguments(arguments);
-    process->setProcessEnvironment(ToolLocator::environment());
+    process->setProcessEnvironment(environment);
     process->setProcessChannelMode(QProcess::MergedChannels);
     // The application's own standard input, never a pipe nobody writes: a tool that reads its
     // input sees what the application was given (end of file, usually) instead of waiting.

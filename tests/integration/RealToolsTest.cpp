@@ -7,6 +7,7 @@
 #include "device/FakeUsbBus.h"
 #include "restore/RestoreManager.h"
 #include "support/LocalHttpServer.h"
+#include "support/RestoreImage.h"
 #include "support/TestFiles.h"
 #include "support/TestPaths.h"
 #include "tools/ToolLocator.h"
@@ -14,9 +15,7 @@
 #include <QCoroTask>
 #include <QFile>
 #include <QHash>
-#include <QProcess>
 #include <QStandardPaths>
-#include <QTemporaryDir>
 #include <QTest>
 
 #include <memory>
@@ -26,44 +25,14 @@ namespace {
 const QString damaged = QStringLiteral("Файл повреждён, является OTA или не поддерживается.");
 const QString startingLine = QStringLiteral("Запуск восстановления. Журнал: ");
 
-// The files of a zip, by name.
-using ImageFiles = QList<std::pair<QString, QByteArray>>;
+using ImageFiles = RestoreImage::Files;
 
-QByteArray buildManifest(const QByteArray &productType, const QByteArray &deviceClass)
-{
-    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-           "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
-           "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
-           "<plist version=\"1.0\"><dict>\n"
-           "<key>BuildIdentities</key><array><dict>\n"
-           "<key>ApBoardID</key><string>0x08</string><key>ApChipID</key><string>0x8310</string>\n"
-           "<key>Info</key><dict><key>DeviceClass</key><string>" +
-           deviceClass +
-           "</string><key>Variant</key><string>Customer Erase Install (IPSW)</string></dict>\n"
-           "</dict></array>\n"
-           "<key>ProductBuildVersion</key><string>21R371</string>\n"
-           "<key>ProductVersion</key><string>10.0.2</string>\n"
-           "<key>SupportedProductTypes</key><array><string>" +
-           productType + "</string></array>\n</dict></plist>\n";
-}
+const RestoreImage::Model series9{"Watch7,1", "n207sap", 0x8310, 0x08};
 
-// Writes an image at `path`: a zip of the named files (made with the system's zip tool), or, with
-// no files, `notAZip` as it stands.
+// Writes an image at `path`: a zip of the named files, or, with no files, `notAZip` as it stands.
 bool writeImage(const QString &path, const ImageFiles &files, const QByteArray &notAZip = {})
 {
-    if (files.isEmpty())
-        return writeFile(path, notAZip);
-    QTemporaryDir staging;
-    QStringList arguments{QStringLiteral("-q"), QStringLiteral("-X"), path};
-    for (const auto &[name, bytes] : files) {
-        if (!writeFile(staging.filePath(name), bytes))
-            return false;
-        arguments << name;
-    }
-    QProcess zip;
-    zip.setWorkingDirectory(staging.path());
-    zip.start(QStandardPaths::findExecutable(QStringLiteral("zip")), arguments);
-    return zip.waitForFinished() && zip.exitStatus() == QProcess::NormalExit && zip.exitCode() == 0;
+    return files.isEmpty() ? writeFile(path, notAZip) : RestoreImage::writeZip(path, files);
 }
 
 const QByteArray catalogue =
@@ -155,11 +124,11 @@ private slots:
         const QString manifest = QStringLiteral("BuildManifest.plist");
         const QString incompatible = QStringLiteral("IPSW не содержит модель Watch7,1 в BuildManifest.");
         QTest::newRow("manifest naming the watch")
-            << ImageFiles{{manifest, buildManifest("Watch7,1", "n207sap")}} << QByteArray() << true
+            << ImageFiles{{manifest, RestoreImage::buildManifest(series9)}} << QByteArray() << true
             << QString() << "Supported Product Types: Watch7,1";
         QTest::newRow("manifest naming another model")
-            << ImageFiles{{manifest, buildManifest("Watch6,1", "n157bap")}} << QByteArray() << false
-            << incompatible << "Supported Product Types: Watch6,1";
+            << ImageFiles{{manifest, RestoreImage::buildManifest(RestoreImage::series6())}} << QByteArray()
+            << false << incompatible << "Supported Product Types: Watch6,1";
         QTest::newRow("zip without a manifest")
             << ImageFiles{{QStringLiteral("Restore.plist"), QByteArray("<plist/>")}} << QByteArray() << false
             << damaged << "Failed to extract BuildManifest.plist from IPSW!";
@@ -192,8 +161,7 @@ private slots:
     void restoreWithNoWatchAttachedEndsWithTheToolsStatus()
     {
         const QString image = m_paths->downloads() + QStringLiteral("/watchOS_10.0.2.ipsw");
-        QVERIFY(writeImage(image,
-                           {{QStringLiteral("BuildManifest.plist"), buildManifest("Watch7,1", "n207sap")}}));
+        QVERIFY(RestoreImage::write(image, series9));
         const ConnectedWatch watch{QStringLiteral("Watch7,1"),     QStringLiteral("n207sap"),
                                    QStringLiteral("Apple Watch"),  QStringLiteral("Recovery/DFU"),
                                    QStringLiteral("0x1A2B3C4D5E"), QString()};

@@ -3,6 +3,13 @@
 #include "tools/SystemPaths.h"
 
 #include <QDir>
+#include <QFile>
+
+namespace {
+
+const char *const muxAddressVariable = "USBMUXD_SOCKET_ADDRESS";
+
+} // namespace
 
 TestPaths::TestPaths()
 {
@@ -20,11 +27,18 @@ TestPaths::TestPaths()
     m_overrides.configuratorTool = cfgutil();
     m_overrides.usbDevicesFolder = usbDevices();
     SystemPaths::Testing::setOverrides(m_overrides);
+
+    m_savedMuxAddress = qgetenv(muxAddressVariable);
+    qputenv(muxAddressVariable, "UNIX:" + QFile::encodeName(root.filePath(QStringLiteral("usbmuxd.socket"))));
 }
 
 TestPaths::~TestPaths()
 {
     SystemPaths::Testing::reset();
+    if (m_savedMuxAddress.isEmpty())
+        qunsetenv(muxAddressVariable);
+    else
+        qputenv(muxAddressVariable, m_savedMuxAddress);
 }
 
 void TestPaths::setConfiguratorTool(const QString &path)

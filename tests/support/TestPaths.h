@@ -13,6 +13,9 @@
 //   root/home, root/Downloads, root/Application Support
 //   root/system/ioreg, root/system/shasum, root/system/cfgutil   fixed system tools
 //   root/sys-usb            the sysfs folder of USB devices
+//   root/usbmuxd.socket     where the tools look for usbmuxd (USBMUXD_SOCKET_ADDRESS, inherited by
+//                           every tool the application starts): nothing serves it, so no test
+//                           reaches the system's daemon
 class TestPaths {
 public:
     TestPaths();
@@ -42,4 +45,5 @@ private:
 
     QTemporaryDir m_root;
     SystemPaths::Testing::Overrides m_overrides;
+    QByteArray m_savedMuxAddress;
 };

@@ -1,7 +1,7 @@
 #include "RestoreHandOver.h"
 
 #include "SiblingTools.h"
-#include "restore/RestoreLogFile.h"
+#include "restore/RestoreDestinations.h"
 #include "restore/RestoreManager.h"
 #include "tools/CStringList.h"
 
@@ -15,15 +15,21 @@ namespace RestoreHandOver {
 namespace {
 
 // The watch chosen by its ECID, then the application's own Recovery/DFU restore arguments:
-// erased, one progress line per step, and the cache and log locations in the application's
-// folders (without them idevicerestore writes its log file, the signing list and a downloaded
-// image into whatever folder it was started in). Without an image, --latest lets idevicerestore
-// pick the newest signed firmware (it does not ask when its output is not a terminal).
-QStringList arguments(const CompanionCommand::Restore &restore, const QString &logFile)
+// erased, one progress line per step, and the cache and log locations the application handed
+// down (without them idevicerestore writes its log file, the signing list and a downloaded image
+// into whatever folder it was started in). Without an image, --latest lets idevicerestore pick
+// the newest signed firmware (it does not ask when its output is not a terminal).
+QStringList arguments(const CompanionCommand::Restore &restore, const RestoreDestinations &destinations)
 {
     return QStringList{QStringLiteral("--ecid"), restore.ecid} +
-           RestoreManager::restoreToolArguments(logFile,
+           RestoreManager::restoreToolArguments(destinations,
                                                 restore.imagePath.value_or(QStringLiteral("--latest")));
+}
+
+// Run by hand, the companion finds the application's folders itself.
+RestoreDestinations destinations(const QProcessEnvironment &environment)
+{
+    return RestoreDestinations::handedDown(environment).value_or(RestoreDestinations::forNow());
 }
 
 } // namespace
@@ -31,9 +37,10 @@ QStringList arguments(const CompanionCommand::Restore &restore, const QString &l
 int exec(const CompanionCommand::Restore &restore)
 {
     const QString tool = SiblingTools::path(QStringLiteral("idevicerestore"));
+    const QProcessEnvironment toolEnvironment = SiblingTools::environment();
     CStringList argv =
-        CStringList::fromLocal8Bit(arguments(restore, RestoreLogFile::pathForNow()), {tool.toLocal8Bit()});
-    CStringList environment = CStringList::fromLocal8Bit(SiblingTools::environment().toStringList());
+        CStringList::fromLocal8Bit(arguments(restore, destinations(toolEnvironment)), {tool.toLocal8Bit()});
+    CStringList environment = CStringList::fromLocal8Bit(toolEnvironment.toStringList());
 
     std::fflush(stdout);
     std::fflush(stderr);

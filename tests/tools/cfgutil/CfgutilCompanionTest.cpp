@@ -1,5 +1,6 @@
 #include "device/DeviceMonitor.h"
 #include "device/FakeUsbBus.h"
+#include "restore/RestoreDestinations.h"
 #include "restore/RestoreManager.h"
 #include "support/FakeTools.h"
 #include "support/RealTools.h"
@@ -32,9 +33,11 @@ struct Finished {
     QByteArray standardError;
 };
 
-Finished runCompanion(const QString &companion, const QStringList &arguments)
+Finished runCompanion(const QString &companion, const QStringList &arguments,
+                      const QProcessEnvironment &environment = QProcessEnvironment::systemEnvironment())
 {
     QProcess process;
+    process.setProcessEnvironment(environment);
     process.start(companion, arguments);
     if (!process.waitForFinished(30000) || process.exitStatus() != QProcess::NormalExit)
         return {};
@@ -79,18 +82,20 @@ private:
 
 private slots:
     // The built companion, copied into the tools folder of a test tree: it finds the tools placed
-    // beside it there, fake or real, and the application finds it where it looks on Linux. It
-    // finds the application's cache and logs folders as the application does, from HOME and the
-    // XDG variables, pointed here at the tree's Downloads and Application Support folders.
+    // beside it there, fake or real, and the application finds it where it looks on Linux. The
+    // application hands it the log file and the cache folder; HOME and the XDG variables, from
+    // which the companion would work out folders of its own, point at a decoy folder of the tree,
+    // so a restore writing there instead is seen (and nothing reaches the real home).
     void init()
     {
         m_paths = std::make_unique<TestPaths>();
         m_companion = m_paths->tool(QStringLiteral("bin/cfgutil"));
         QVERIFY(QFile::copy(QStringLiteral(CORVALIN_CFGUTIL), m_companion));
         m_paths->setConfiguratorTool(m_companion);
-        qputenv("HOME", m_paths->root().toLocal8Bit());
-        qputenv("XDG_DATA_HOME", m_paths->applicationSupport().toLocal8Bit());
-        qputenv("XDG_CONFIG_HOME", QDir(m_paths->root()).filePath(QStringLiteral(".config")).toLocal8Bit());
+        const QString decoy = QDir(m_paths->root()).filePath(QStringLiteral("decoy"));
+        qputenv("HOME", decoy.toLocal8Bit());
+        qputenv("XDG_DATA_HOME", decoy.toLocal8Bit());
+        qputenv("XDG_CONFIG_HOME", decoy.toLocal8Bit());
     }
     void cleanup() { m_paths.reset(); }
 
@@ -171,7 +176,11 @@ private slots:
         restoring.extraShell = "echo 'Waiting for device' >&2";
         const QString tool = fakeTool("idevicerestore", hasRestoreTool ? MaybeTool(restoring) : std::nullopt);
 
-        const Finished run = runCompanion(m_companion, arguments);
+        const RestoreDestinations destinations{QDir(m_paths->root()).filePath("logs/restore-now.log"),
+                                               QDir(m_paths->root()).filePath("cache")};
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        destinations.handDown(environment);
+        const Finished run = runCompanion(m_companion, arguments, environment);
         QCOMPARE(run.status, status);
         QCOMPARE(FakeTools::runCount(tool), restoreTarget.isEmpty() ? 0 : 1);
         if (status == 64)
@@ -184,13 +193,10 @@ private slots:
         // Both streams come through untouched: the companion has become idevicerestore.
         QCOMPARE(run.standardOutput, QByteArray("Progress: 1%\n"));
         QCOMPARE(run.standardError, QByteArray("Waiting for device\n"));
-        QStringList recorded = FakeTools::recordedArguments(tool);
-        const QString logsFolder = QDir(m_paths->applicationSupport()).filePath("Corvalin Studio/Logs");
-        QVERIFY(recorded.value(6).startsWith("--logfile=" + logsFolder + "/restore-"));
-        recorded.removeAt(6);
-        QCOMPARE(recorded,
-                 (QStringList{"--ecid", "0xB24F61A9C0D5E", "--erase", "--plain-progress", "--cache-path",
-                              QDir(m_paths->downloads()).filePath("Corvalin Firmware"), restoreTarget}));
+        QCOMPARE(
+            FakeTools::recordedArguments(tool),
+            (QStringList{"--ecid", "0xB24F61A9C0D5E", "--erase", "--plain-progress", "--cache-path",
+                         destinations.cacheDirectory, "--logfile=" + destinations.logFile, restoreTarget}));
         verifyToolEnvironment(*m_paths, tool);
     }
 
@@ -232,6 +238,14 @@ private slots:
         QCOMPARE(manager.process()->program(), m_companion);
         QCOMPARE(manager.process()->arguments(),
                  (QStringList{"--ecid", "0xB24F61A9C0D5E", "--progress", "restore", "--ipsw", image}));
+
+        // idevicerestore writes the log file the application announced, in the application's folders.
+        const QString announced =
+            manager.logText().section(QStringLiteral("Журнал: "), 1).section(u'\n', 0, 0);
+        QCOMPARE(QFileInfo(announced).path(), ToolLocator::logsDirectory());
+        const QString restoreTool = m_paths->tool(QStringLiteral("bin/idevicerestore"));
+        QVERIFY(FakeTools::recordedArguments(restoreTool).contains("--logfile=" + announced));
+        QVERIFY(FakeTools::recordedArguments(restoreTool).contains(ToolLocator::cacheDirectory()));
 
         // The stop button interrupts the companion, which is idevicerestore by now.
         manager.cancelRestore();

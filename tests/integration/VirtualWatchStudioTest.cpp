@@ -1,0 +1,375 @@
+// The whole application against the real irecovery and idevicerestore of the Tools folder, with a
+// virtual watch on the bus and a stand-in for Apple's signing server: detection, the image check,
+// the restore up to the watch's restore mode, the stop button, and the faults a technician meets.
+// Each run's real lines are compared whole; what the tools print is taken as it comes.
+#include "integration/VirtualWatchStudio.h"
+
+#include "tools/ToolLocator.h"
+#include "ui/screens/LogTextView.h"
+#include "ui/screens/LogView.h"
+#include "ui/screens/RestoreConfirmationSheet.h"
+#include "ui/screens/RestoreView.h"
+
+#include <QFile>
+#include <QLineEdit>
+#include <QRegularExpression>
+#include <QTest>
+
+namespace {
+
+using Mode = VirtualWatch::Mode;
+
+const QString waiting = QLatin1String(VirtualWatchStudio::waitingLine);
+const QString failedLine = QStringLiteral("Восстановление завершилось с ошибкой 1.");
+const QString stopLine = QStringLiteral("Пользователь запросил остановку процесса.");
+const QString recoveryTransport = QStringLiteral("Транспорт: libimobiledevice Recovery/DFU.");
+const QByteArray nonce = "a1b2c3d4e5f60718293a4b5c6d7e8f90a1b2c3d4e5f60718293a4b5c6d7e8f90";
+const RestoreImage::Model series9{"Watch7,1", "n207sap", 0x8310, 0x08};
+
+VirtualWatch::Identity series6Watch()
+{
+    VirtualWatch::Identity identity;
+    identity.apNonce = nonce;
+    return identity;
+}
+
+// The first line of `expected` that `lines` lacks, whole and in that order; empty when none is missing.
+QString firstMissing(const QStringList &lines, const QStringList &expected)
+{
+    qsizetype at = 0;
+    for (const QString &line : expected) {
+        at = lines.indexOf(line, at);
+        if (at < 0)
+            return line;
+        ++at;
+    }
+    return {};
+}
+
+} // namespace
+
+class VirtualWatchStudioTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        if (!VirtualWatch::available())
+            QSKIP(VirtualWatch::unavailableMessage());
+    }
+
+    // What the monitor publishes from the real irecovery's (or the companion's) answer.
+    void detection_data()
+    {
+        QTest::addColumn<Mode>("mode");
+        QTest::addColumn<quint32>("chipId");        // 0: the table's chip and board for Watch6,1
+        QTest::addColumn<QStringList>("published"); // product type, model, name, mode, ECID; empty: none
+        QTest::addColumn<QString>("hint");
+        QTest::addColumn<QString>("selected"); // the selected firmware's product type
+
+        const QStringList series6{"Watch6,1", "n157sap", "Apple Watch Series 6 (40mm)"};
+        const QString ready = QStringLiteral("Recovery/DFU готов к восстановлению");
+        QTest::newRow("Recovery") << Mode::Recovery << 0u
+                                  << series6 + QStringList{"Recovery", "0x00001a2b3c4d5e6f"} << ready
+                                  << "Watch6,1";
+        QTest::newRow("DFU") << Mode::Dfu << 0u << series6 + QStringList{"DFU", "0x00001a2b3c4d5e6f"} << ready
+                             << "Watch6,1";
+        QTest::newRow("KIS, through the companion")
+            << Mode::Kis << 0u << series6 + QStringList{"DFU via Debug USB (KIS)", "0x1A2B3C4D5E6F"}
+            << QStringLiteral("KIS/DFU готов к восстановлению") << "Watch6,1";
+        // irecovery names no product for a chip and board missing from its table.
+        QTest::newRow("model the tools do not know")
+            << Mode::Recovery << 0x8999u << QStringList()
+            << QStringLiteral("Подключённое Recovery/DFU-устройство не является Apple Watch") << "Watch3,1";
+    }
+
+    void detection()
+    {
+        QFETCH(Mode, mode);
+        QFETCH(quint32, chipId);
+        QFETCH(QStringList, published);
+        QFETCH(QString, hint);
+        QFETCH(QString, selected);
+
+        VirtualWatchStudio studio;
+        VirtualWatch::Identity identity = series6Watch();
+        if (chipId != 0) {
+            identity.chipId = chipId;
+            identity.boardId = 0x3e;
+        }
+        studio.attach(mode, identity);
+
+        const auto &watch = studio.monitor()->connectedWatch();
+        const QStringList found =
+            watch ? QStringList{watch->productType, watch->model, watch->name, watch->mode, watch->ecid}
+                  : QStringList();
+        QCOMPARE(found, published);
+        QCOMPARE(studio.monitor()->connectionHint(), hint);
+        QVERIFY(studio.model()->selectedFirmware());
+        QCOMPARE(studio.model()->selectedFirmware()->productType, selected);
+    }
+
+    // The real idevicerestore reads the synthetic image's manifest.
+    void validation_data()
+    {
+        QTest::addColumn<RestoreImage::Model>("image");
+        QTest::addColumn<QString>("toolSays");
+        QTest::addColumn<QString>("error"); // empty: accepted
+
+        QTest::newRow("image for the watch")
+            << RestoreImage::series6() << "Supported Product Types: Watch6,1" << QString();
+        QTest::newRow("image for another model")
+            << series9 << "Supported Product Types: Watch7,1"
+            << QStringLiteral("IPSW не содержит модель Watch6,1 в BuildManifest.");
+    }
+
+    void validation()
+    {
+        QFETCH(RestoreImage::Model, image);
+        QFETCH(QString, toolSays);
+        QFETCH(QString, error);
+
+        VirtualWatchStudio studio;
+        studio.attach(Mode::Recovery, series6Watch());
+        const QString path = studio.chooseSyntheticImage(image);
+        QCOMPARE(QCoro::waitFor(studio.restore()->validate(path, QStringLiteral("Watch6,1"))),
+                 error.isEmpty());
+        QVERIFY2(studio.logHas(toolSays), qPrintable(studio.restore()->logText()));
+        QCOMPARE(studio.restore()->lastError().value_or(QString()), error);
+        if (error.isEmpty())
+            QCOMPARE(studio.logLines().constLast(), QStringLiteral("Совместимость подтверждена: Watch6,1."));
+    }
+
+    // A restore as far as a simulation goes: the real tool sends everything, the watch leaves for
+    // restore mode, and the stop button ends the wait for it. The waiting line is in the log while
+    // the tool still waits, before anything is stopped.
+    void restoreUpToRestoreMode_data()
+    {
+        QTest::addColumn<Mode>("mode");
+        QTest::addColumn<QString>("transport");
+        QTest::addColumn<QStringList>("toolLines"); // in this order
+        QTest::addColumn<QStringList>("watchLog");  // what the watch saw, in this order
+
+        const QStringList fromIbec{"Sending iBEC (586 bytes)...",
+                                   "iBoot boot-stage=2",
+                                   "Sending RestoreLogo (600 bytes)...",
+                                   "Sending RestoreRamDisk (606 bytes)...",
+                                   "Sending RestoreDeviceTree (612 bytes)...",
+                                   "Sending RestoreKernelCache (614 bytes)...",
+                                   waiting};
+        const QStringList watchFromIbec{"upload recovery 586 ibec", "command go",    "arrive recovery ibec",
+                                        "upload recovery 614 rkrn", "command bootx", "leave"};
+        QTest::newRow("Recovery") << Mode::Recovery << recoveryTransport
+                                  << QStringList{"Found device in Recovery mode", "ECID: 28772997619311",
+                                                 "Identified device as n157sap, Watch6,1",
+                                                 "Trying to fetch new SHSH blob", "Received SHSH blobs"} +
+                                         fromIbec
+                                  << QStringList{"arrive recovery iboot"} + watchFromIbec;
+        QTest::newRow("DFU") << Mode::Dfu << recoveryTransport
+                             << QStringList{"Found device in DFU mode",
+                                            "Identified device as n157sap, Watch6,1", "Received SHSH blobs",
+                                            "Sending iBSS (586 bytes)..."} +
+                                    fromIbec
+                             << QStringList{"arrive dfu iboot", "upload dfu 586 ibss", "reset",
+                                            "arrive recovery ibss"} +
+                                    watchFromIbec;
+        // The companion hands the watch to idevicerestore by its ECID; the watch starts iBSS as in DFU.
+        QTest::newRow("KIS, through the companion")
+            << Mode::Kis << QStringLiteral("Транспорт: Apple Configurator KIS, ECID 0x1A2B3C4D5E6F.")
+            << QStringList{"Found device in DFU mode", "Identified device as n157sap, Watch6,1",
+                           "Received SHSH blobs", "Sending iBSS (586 bytes)..."} +
+                   fromIbec
+            << QStringList{"arrive kis iboot", "kis device-info", "upload kis 586 ibss", "leave",
+                           "arrive recovery ibss"} +
+                   watchFromIbec;
+    }
+
+    void restoreUpToRestoreMode()
+    {
+        QFETCH(Mode, mode);
+        QFETCH(QString, transport);
+        QFETCH(QStringList, toolLines);
+        QFETCH(QStringList, watchLog);
+
+        VirtualWatchStudio studio;
+        studio.attach(mode, series6Watch());
+        studio.chooseSyntheticImage(RestoreImage::series6());
+        studio.startRestore();
+        QTRY_VERIFY_WITH_TIMEOUT(studio.logHas(waiting) || !studio.restore()->isRestoring(), 30000);
+        // Nothing has been stopped or killed yet: the tool wrote the line as it began to wait.
+        QVERIFY2(studio.restore()->isRestoring(), qPrintable(studio.restore()->logText()));
+        QVERIFY(!studio.logHas(stopLine));
+
+        const QStringList expected =
+            QStringList{"Совместимость подтверждена: Watch6,1.",
+                        QStringLiteral("Запуск восстановления. Журнал: ") + studio.announcedLogFile(),
+                        transport} +
+            toolLines;
+        QString missing = firstMissing(studio.logLines(), expected);
+        QVERIFY2(missing.isEmpty(), qPrintable(missing + u'\n' + studio.restore()->logText()));
+        missing = firstMissing(studio.watch.log(), watchLog);
+        QVERIFY2(missing.isEmpty(), qPrintable(missing + u'\n' + studio.watch.log().join(u'\n')));
+
+        QCOMPARE(studio.signing.requests().size(), 1);
+        const SigningServer::Request &request = studio.signing.requests().constFirst();
+        QCOMPARE(request.ecid, 0x1A2B3C4D5E6Fu);
+        QCOMPARE(request.chipId, 0x8301u);
+        QCOMPARE(request.boardId, 0x08u);
+        QCOMPARE(request.apNonce.toHex(), nonce);
+
+        // The tool's own log file is the one announced, in the application's logs folder.
+        QCOMPARE(QFileInfo(studio.announcedLogFile()).path(), ToolLocator::logsDirectory());
+        QFile toolLog(studio.announcedLogFile());
+        QVERIFY(toolLog.open(QIODevice::ReadOnly));
+        QVERIFY(toolLog.readAll().contains(waiting.toUtf8()));
+
+        const qint64 stopMs = studio.stopAndTime();
+        QVERIFY(stopMs >= 0);
+        qInfo("The stop button ended the restore-mode wait after %lld ms.", stopMs);
+        QCOMPARE(studio.logLines().mid(studio.logLines().size() - 4),
+                 (QStringList{stopLine, "Device failed to enter restore mode.",
+                              "Make sure that usbmuxd is running.", failedLine}));
+        QCOMPARE(studio.restore()->lastError(), std::optional(failedLine));
+    }
+
+    // Faults a technician meets on the way; the tool ends by itself with its own last words.
+    void faults_data()
+    {
+        QTest::addColumn<SigningServer::Answer>("answer");
+        QTest::addColumn<int>("vanishAfterUpload");
+        QTest::addColumn<QStringList>("lastLines");
+        QTest::addColumn<QStringList>("uploads"); // what the watch received
+
+        // libtatsu keeps the server's reason to itself unless debugging is on. A watch gone for good
+        // right after iBEC is left out: the tool waits 60 s for it to come back, and the stop
+        // button does not shorten that wait.
+        QTest::newRow("signing server refuses")
+            << SigningServer::Answer::refusal << 0
+            << QStringList{"ERROR: Unable to send TSS request", "Unable to get SHSH blobs for this device",
+                           failedLine}
+            << QStringList();
+        QTest::newRow("watch vanishes after the logo")
+            << SigningServer::Answer::tickets << 2
+            << QStringList{"Unable to send RestoreRamDisk component: Invalid input",
+                           "Unable to send RestoreRamDisk to device.", "Unable to send Ramdisk",
+                           "Unable to place device into restore mode", failedLine}
+            << QStringList{"upload recovery 586 ibec", "upload recovery 600 rlgo"};
+    }
+
+    void faults()
+    {
+        QFETCH(SigningServer::Answer, answer);
+        QFETCH(int, vanishAfterUpload);
+        QFETCH(QStringList, lastLines);
+        QFETCH(QStringList, uploads);
+
+        VirtualWatchStudio studio;
+        studio.signing.setAnswer(answer);
+        studio.attach(Mode::Recovery, series6Watch());
+        studio.watch.setFaults({.vanishAfterUpload = vanishAfterUpload});
+        studio.chooseSyntheticImage(RestoreImage::series6());
+        studio.startRestore();
+        QTRY_VERIFY_WITH_TIMEOUT(!studio.restore()->isRestoring(), 30000);
+
+        const QStringList lines = studio.logLines();
+        QVERIFY2(lines.mid(lines.size() - lastLines.size()) == lastLines,
+                 qPrintable(lines.mid(lines.size() - 8).join(u'\n')));
+        QCOMPARE(studio.restore()->lastError(), std::optional(failedLine));
+        QStringList received = studio.watch.log().filter(QRegularExpression(QStringLiteral("^upload ")));
+        QCOMPARE(received, uploads);
+        QCOMPARE(studio.signing.requests().size(), 1);
+    }
+
+    // The device poll's irecovery -q while idevicerestore holds the watch open (here while it waits
+    // for its tickets): the second claim of the interface is refused, as libusb refuses it.
+    void devicePollWhileTheRestoreHoldsTheWatch()
+    {
+        VirtualWatchStudio studio;
+        studio.attach(Mode::Recovery, series6Watch());
+        studio.chooseSyntheticImage(RestoreImage::series6());
+        studio.signing.holdAnswers(true);
+        studio.startRestore();
+        QTRY_COMPARE_WITH_TIMEOUT(studio.signing.requests().size(), 1, 30000);
+
+        QElapsedTimer poll;
+        poll.start();
+        QCoro::waitFor(studio.monitor()->poll());
+        qInfo("The poll took %lld ms while the restore held the watch.", poll.elapsed());
+        QVERIFY(studio.watch.logged(QStringLiteral("claim busy")));
+        QCOMPARE(studio.monitor()->connectedWatch(), std::nullopt);
+        QCOMPARE(studio.monitor()->connectionHint(),
+                 QStringLiteral("Устройство найдено, но Recovery/DFU не удалось прочитать"));
+
+        // The restore itself goes on once the tickets come.
+        studio.signing.holdAnswers(false);
+        QTRY_VERIFY_WITH_TIMEOUT(studio.logHas(waiting), 30000);
+        QVERIFY(studio.restore()->isRestoring());
+    }
+
+    // A DFU watch whose nonce changes once iBSS runs: idevicerestore asks for tickets again. Before
+    // that it reads the SEP nonce over a second connection while its first still holds the watch;
+    // the claim is refused and the tool retries for about 76 s before it asks without the SEP
+    // nonce. That wait is the real tool's, and a technician would sit through it as well.
+    void dfuWithANewNonceAsksForTicketsAgain()
+    {
+#ifdef __SANITIZE_ADDRESS__
+        QSKIP("The real tool's 76 s of retries are sat through once, in the plain build.");
+#endif
+        VirtualWatchStudio studio;
+        studio.attach(Mode::Dfu, series6Watch());
+        const QByteArray newNonce = "00112233445566778899aabbccddeeff00112233445566778899aabbccddeeff";
+        studio.watch.setFaults({.nonceAfterIbss = newNonce});
+        studio.chooseSyntheticImage(RestoreImage::series6());
+        studio.startRestore();
+        QTRY_VERIFY_WITH_TIMEOUT(studio.logHas(waiting) || !studio.restore()->isRestoring(), 110000);
+        QVERIFY2(studio.restore()->isRestoring(), qPrintable(studio.restore()->logText()));
+
+        QCOMPARE(studio.signing.requests().size(), 2);
+        QCOMPARE(studio.signing.requests().at(0).apNonce.toHex(), nonce);
+        QCOMPARE(studio.signing.requests().at(1).apNonce.toHex(), newNonce);
+        QCOMPARE(studio.signing.requests().at(1).ecid, 0x1A2B3C4D5E6Fu);
+        const QString missing = firstMissing(
+            studio.logLines(), {"Sending iBSS (586 bytes)...",
+                                "Nonce: 00 11 22 33 44 55 66 77 88 99 aa bb cc dd ee ff 00 11 22 33 "
+                                "44 55 66 77 88 99 aa bb cc dd ee ff",
+                                "Sending iBEC (586 bytes)...", waiting});
+        QVERIFY2(missing.isEmpty(), qPrintable(missing + u'\n' + studio.restore()->logText()));
+        QVERIFY(studio.watch.logged(QStringLiteral("arrive recovery ibss")));
+        QVERIFY(studio.stopAndTime() >= 0);
+    }
+
+    // The window: the typed confirmation starts the restore, the log screen shows the tool's
+    // waiting line while it waits, and the stop button ends it.
+    void throughTheWindow()
+    {
+        VirtualWatchStudio studio;
+        studio.attach(Mode::Recovery, series6Watch());
+        studio.chooseSyntheticImage(RestoreImage::series6());
+        RestoreView restoreView(studio.model(), studio.monitor(), studio.restore());
+        LogView logView(studio.model(), studio.restore());
+        auto *shown = logView.findChild<LogTextView *>();
+        QVERIFY(shown);
+
+        RestoreConfirmationSheet sheet(studio.model(), studio.monitor(), studio.restore());
+        sheet.show();
+        auto *phrase = sheet.findChild<QLineEdit *>(QStringLiteral("confirmationPhrase"));
+        QVERIFY(phrase);
+        for (const QChar character : QStringLiteral("ПРОШИТЬ"))
+            QTest::sendKeyEvent(QTest::Click, phrase, Qt::Key_unknown, QString(character), Qt::NoModifier);
+        QTest::mouseClick(sheet.findChild<QWidget *>(QStringLiteral("beginRestoreButton")), Qt::LeftButton);
+
+        QTRY_VERIFY_WITH_TIMEOUT(shown->text().contains(waiting), 30000);
+        restoreView.show();
+        auto *stop = restoreView.findChild<QWidget *>(QStringLiteral("stopRestoreButton"));
+        QVERIFY(stop && stop->isVisible());
+        QTest::mouseClick(stop, Qt::LeftButton);
+        QTRY_VERIFY_WITH_TIMEOUT(!studio.restore()->isRestoring(), 15000);
+        QTRY_VERIFY(shown->text().endsWith(failedLine + u'\n'));
+    }
+};
+
+Q_DECLARE_METATYPE(RestoreImage::Model)
+Q_DECLARE_METATYPE(SigningServer::Answer)
+
+QTEST_MAIN(VirtualWatchStudioTest)
+#include "VirtualWatchStudioTest.moc"

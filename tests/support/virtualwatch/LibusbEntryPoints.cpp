@@ -1,0 +1,393 @@
+// The libusb-1.0 functions libirecovery calls on Linux (nm -D --undefined-only on the built
+// libirecovery-1.0.so lists them; they are not symbol-versioned), answering as one virtual watch.
+//
+// The library goes into a test copy of the Tools folder as lib/libusb-1.0.so.0. libirecovery's
+// RUNPATH is $ORIGIN, so the loader finds it there before the system's libusb, for every tool the
+// application starts, with no change to the application or its environment beyond the two
+// variables naming the watch. LD_PRELOAD would also work but would have to reach every launch,
+// including the KIS companion's own, through the environment; the Tools copy needs nothing.
+
+#include "WatchDevice.h"
+#include "WatchIdentity.h"
+#include "WatchState.h"
+
+#include <libusb-1.0/libusb.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <fcntl.h>
+#include <map>
+#include <mutex>
+#include <string>
+#include <sys/file.h>
+#include <unistd.h>
+#include <vector>
+
+struct libusb_context {
+    struct Callback {
+        libusb_hotplug_callback_handle handle;
+        int events;
+        int vendor;
+        libusb_hotplug_callback_fn function;
+        void *userData;
+    };
+    std::mutex mutex;
+    std::vector<Callback> callbacks;
+    libusb_hotplug_callback_handle nextHandle = 1;
+    // The device the hotplug callbacks were last told about.
+    libusb_device *announced = nullptr;
+};
+
+struct libusb_device {
+    unsigned generation;
+    uint16_t product;
+    uint8_t address;
+};
+
+struct libusb_device_handle {
+    libusb_device *device;
+    vw::Session session;
+    int claims[2] = {-1, -1}; // flock'ed claim files of interfaces 0 and 1
+};
+
+namespace {
+
+libusb_context defaultContext;
+
+libusb_context *contextOrDefault(libusb_context *context)
+{
+    return context ? context : &defaultContext;
+}
+
+// One device object per arrival, kept for the life of the process: libirecovery hands them to
+// threads (_irecv_usb_hotplug_cb) and compares their bus and address after the device has gone.
+libusb_device *deviceFor(const vw::State &state)
+{
+    static std::mutex mutex;
+    static std::map<unsigned, libusb_device *> devices;
+    const std::lock_guard lock(mutex);
+    libusb_device *&device = devices[state.generation()];
+    if (!device) {
+        device = new libusb_device{state.generation(), vw::productId(state.mode()),
+                                   static_cast<uint8_t>(2 + state.generation() % 120)};
+    }
+    return device;
+}
+
+bool live(const vw::State &state, const libusb_device *device)
+{
+    return state.present() && state.generation() == device->generation;
+}
+
+std::string claimFile(unsigned generation, int interface)
+{
+    return vw::folderPath(
+        ("claim-" + std::to_string(generation) + '-' + std::to_string(interface) + ".lock").c_str());
+}
+
+// What the hotplug callbacks should hear next, at most one event per call so that a departure
+// and the next arrival reach idevicerestore's irecv_event_cb as two events, as with a real bus.
+struct HotplugEvent {
+    libusb_device *device = nullptr;
+    libusb_hotplug_event event{};
+};
+
+HotplugEvent nextHotplugEvent(libusb_context *context)
+{
+    if (!vw::enabled())
+        return {};
+    const vw::State state;
+    libusb_device *current = state.present() ? deviceFor(state) : nullptr;
+    const std::lock_guard lock(context->mutex);
+    if (context->announced && context->announced != current) {
+        HotplugEvent left{context->announced, LIBUSB_HOTPLUG_EVENT_DEVICE_LEFT};
+        context->announced = nullptr;
+        return left;
+    }
+    if (current && !context->announced) {
+        context->announced = current;
+        return {current, LIBUSB_HOTPLUG_EVENT_DEVICE_ARRIVED};
+    }
+    return {};
+}
+
+// Called without any lock held: the callbacks open the device from other threads.
+void deliver(libusb_context *context, const HotplugEvent &event)
+{
+    if (!event.device)
+        return;
+    std::vector<libusb_context::Callback> callbacks;
+    {
+        const std::lock_guard lock(context->mutex);
+        callbacks = context->callbacks;
+    }
+    for (const auto &callback : callbacks) {
+        if (!(callback.events & event.event) ||
+            (callback.vendor != LIBUSB_HOTPLUG_MATCH_ANY && callback.vendor != 0x05AC))
+            continue;
+        if (callback.function(context, event.device, event.event, callback.userData) != 0)
+            libusb_hotplug_deregister_callback(context, callback.handle);
+    }
+}
+
+} // namespace
+
+extern "C" {
+
+int libusb_init(libusb_context **context)
+{
+    if (context)
+        *context = new libusb_context;
+    return LIBUSB_SUCCESS;
+}
+
+void libusb_exit(libusb_context *context)
+{
+    if (context != &defaultContext)
+        delete context;
+}
+
+int libusb_set_option(libusb_context *, enum libusb_option, ...)
+{
+    return LIBUSB_SUCCESS;
+}
+
+const char *libusb_error_name(int code)
+{
+    switch (code) {
+    case LIBUSB_SUCCESS: return "LIBUSB_SUCCESS";
+    case LIBUSB_ERROR_IO: return "LIBUSB_ERROR_IO";
+    case LIBUSB_ERROR_INVALID_PARAM: return "LIBUSB_ERROR_INVALID_PARAM";
+    case LIBUSB_ERROR_ACCESS: return "LIBUSB_ERROR_ACCESS";
+    case LIBUSB_ERROR_NO_DEVICE: return "LIBUSB_ERROR_NO_DEVICE";
+    case LIBUSB_ERROR_NOT_FOUND: return "LIBUSB_ERROR_NOT_FOUND";
+    case LIBUSB_ERROR_BUSY: return "LIBUSB_ERROR_BUSY";
+    case LIBUSB_ERROR_TIMEOUT: return "LIBUSB_ERROR_TIMEOUT";
+    case LIBUSB_ERROR_PIPE: return "LIBUSB_ERROR_PIPE";
+    default: return "LIBUSB_ERROR_OTHER";
+    }
+}
+
+// libusb_open_with_ecid walks this list for vendor 0x05AC and a recovery, DFU or KIS product ID.
+ssize_t libusb_get_device_list(libusb_context *, libusb_device ***list)
+{
+    auto *devices = new libusb_device *[2] { nullptr, nullptr };
+    ssize_t count = 0;
+    if (vw::enabled()) {
+        const vw::State state;
+        if (state.present())
+            devices[count++] = deviceFor(state);
+    }
+    *list = devices;
+    return count;
+}
+
+void libusb_free_device_list(libusb_device **list, int)
+{
+    delete[] list;
+}
+
+int libusb_get_device_descriptor(libusb_device *device, struct libusb_device_descriptor *descriptor)
+{
+    *descriptor = {};
+    descriptor->bLength = LIBUSB_DT_DEVICE_SIZE;
+    descriptor->bDescriptorType = LIBUSB_DT_DEVICE;
+    descriptor->bcdUSB = 0x0200;
+    descriptor->bMaxPacketSize0 = 64;
+    descriptor->idVendor = 0x05AC;
+    descriptor->idProduct = device->product;
+    descriptor->bcdDevice = 0x0001;
+    descriptor->iManufacturer = vw::manufacturerStringIndex;
+    descriptor->iProduct = vw::productStringIndex;
+    descriptor->iSerialNumber = vw::serialStringIndex;
+    descriptor->bNumConfigurations = 1;
+    return LIBUSB_SUCCESS;
+}
+
+uint8_t libusb_get_bus_number(libusb_device *)
+{
+    return 1;
+}
+
+// A new address on every arrival, so the location libirecovery keeps (bus << 16 | address)
+// tells the departed device from the returned one.
+uint8_t libusb_get_device_address(libusb_device *device)
+{
+    return device->address;
+}
+
+int libusb_open(libusb_device *device, libusb_device_handle **handle)
+{
+    *handle = nullptr;
+    if (!vw::enabled())
+        return LIBUSB_ERROR_NO_DEVICE;
+    const vw::State state;
+    if (!live(state, device))
+        return LIBUSB_ERROR_NO_DEVICE;
+    *handle = new libusb_device_handle{device, vw::Session(device->generation)};
+    return LIBUSB_SUCCESS;
+}
+
+void libusb_close(libusb_device_handle *handle)
+{
+    if (!handle)
+        return;
+    for (int fd : handle->claims) {
+        if (fd >= 0)
+            ::close(fd); // the kernel drops a closed file's claims; so does the flock
+    }
+    delete handle;
+}
+
+// irecv_load_device_info_from_iboot_string and irecv_copy_nonce_with_tag read these.
+int libusb_get_string_descriptor_ascii(libusb_device_handle *handle, uint8_t index, unsigned char *data,
+                                       int length)
+{
+    const vw::State state;
+    if (!live(state, handle->device))
+        return LIBUSB_ERROR_NO_DEVICE;
+    std::string text = vw::stringDescriptor(state, index);
+    if (text.empty() || length <= 0)
+        return LIBUSB_ERROR_PIPE;
+    // A string descriptor holds at most 126 UTF-16 characters.
+    text.resize(std::min<size_t>({text.size(), 126, static_cast<size_t>(length - 1)}));
+    std::copy(text.begin(), text.end(), data);
+    data[text.size()] = 0;
+    return static_cast<int>(text.size());
+}
+
+int libusb_get_configuration(libusb_device_handle *handle, int *configuration)
+{
+    const vw::State state;
+    if (!live(state, handle->device))
+        return LIBUSB_ERROR_NO_DEVICE;
+    *configuration = 1; // irecv_usb_set_configuration then leaves it as it is
+    return LIBUSB_SUCCESS;
+}
+
+int libusb_set_configuration(libusb_device_handle *handle, int)
+{
+    const vw::State state;
+    return live(state, handle->device) ? LIBUSB_SUCCESS : LIBUSB_ERROR_NO_DEVICE;
+}
+
+// irecv_usb_set_interface claims interface 0 (and 1 in recovery modes above 0x1281). As usbfs
+// does, a claim fails with LIBUSB_ERROR_BUSY while another open handle, in this process or
+// another, holds the interface: the claim is a flock on a file per arrival and interface.
+// idevicerestore meets this itself: when the nonce changes after iBSS, get_sep_nonce opens a second
+// connection (recovery_client_new) while its DFU client still holds the interface, and retries
+// for over a minute before it asks for tickets without the SEP nonce.
+int libusb_claim_interface(libusb_device_handle *handle, int interface)
+{
+    if (interface < 0 || interface > 1)
+        return LIBUSB_ERROR_NOT_FOUND;
+    {
+        const vw::State state;
+        if (!live(state, handle->device))
+            return LIBUSB_ERROR_NO_DEVICE;
+    }
+    if (handle->claims[interface] >= 0)
+        return LIBUSB_SUCCESS;
+    const int fd =
+        ::open(claimFile(handle->device->generation, interface).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
+    if (fd < 0)
+        return LIBUSB_ERROR_IO;
+    if (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
+        ::close(fd);
+        vw::logLine("claim busy " + std::to_string(interface));
+        return LIBUSB_ERROR_BUSY;
+    }
+    handle->claims[interface] = fd;
+    return LIBUSB_SUCCESS;
+}
+
+int libusb_release_interface(libusb_device_handle *handle, int interface)
+{
+    if (interface < 0 || interface > 1 || handle->claims[interface] < 0)
+        return LIBUSB_ERROR_NOT_FOUND;
+    ::close(handle->claims[interface]);
+    handle->claims[interface] = -1;
+    return LIBUSB_SUCCESS;
+}
+
+int libusb_set_interface_alt_setting(libusb_device_handle *handle, int interface, int)
+{
+    return handle->claims[interface & 1] >= 0 ? LIBUSB_SUCCESS : LIBUSB_ERROR_NOT_FOUND;
+}
+
+int libusb_clear_halt(libusb_device_handle *, unsigned char)
+{
+    return LIBUSB_SUCCESS;
+}
+
+int libusb_reset_device(libusb_device_handle *handle)
+{
+    return handle->session.reset();
+}
+
+int libusb_control_transfer(libusb_device_handle *handle, uint8_t requestType, uint8_t request, uint16_t,
+                            uint16_t, unsigned char *data, uint16_t length, unsigned int timeout)
+{
+    return handle->session.control(requestType, request, data, length, timeout);
+}
+
+int libusb_bulk_transfer(libusb_device_handle *handle, unsigned char endpoint, unsigned char *data,
+                         int length, int *transferred, unsigned int timeout)
+{
+    return handle->session.bulk(endpoint, data, length, transferred, timeout);
+}
+
+// Only the iOS 1 era devices of libirecovery (CPID 0x8900 without ECID) use interrupt endpoints.
+int libusb_interrupt_transfer(libusb_device_handle *, unsigned char, unsigned char *, int, int *transferred,
+                              unsigned int)
+{
+    if (transferred)
+        *transferred = 0;
+    return LIBUSB_ERROR_PIPE;
+}
+
+// _irecv_event_handler registers for arrivals and departures of vendor 0x05AC with
+// LIBUSB_HOTPLUG_ENUMERATE, so a watch already on the bus is announced at once.
+int libusb_hotplug_register_callback(libusb_context *context, int events, int flags, int vendor, int, int,
+                                     libusb_hotplug_callback_fn function, void *userData,
+                                     libusb_hotplug_callback_handle *handle)
+{
+    context = contextOrDefault(context);
+    libusb_hotplug_callback_handle id;
+    {
+        const std::lock_guard lock(context->mutex);
+        id = context->nextHandle++;
+        context->callbacks.push_back({id, events, vendor, function, userData});
+    }
+    if (handle)
+        *handle = id;
+    if (flags & LIBUSB_HOTPLUG_ENUMERATE)
+        deliver(context, nextHotplugEvent(context));
+    return LIBUSB_SUCCESS;
+}
+
+void libusb_hotplug_deregister_callback(libusb_context *context, libusb_hotplug_callback_handle handle)
+{
+    context = contextOrDefault(context);
+    const std::lock_guard lock(context->mutex);
+    std::erase_if(context->callbacks, [handle](const auto &callback) { return callback.handle == handle; });
+}
+
+// _irecv_event_handler calls this every 100 ms with a zero timeout: the state is looked at and
+// a change of the watch since the last call becomes an event.
+int libusb_handle_events_timeout(libusb_context *context, struct timeval *)
+{
+    context = contextOrDefault(context);
+    deliver(context, nextHotplugEvent(context));
+    return LIBUSB_SUCCESS;
+}
+
+// Not libusb: the test's helper (VirtualWatch) calls this before it looks at the watch, so that
+// a re-enumeration whose time has come happens even when no tool is running to notice it.
+void corvalin_virtual_watch_settle()
+{
+    if (vw::enabled())
+        const vw::State state; // reading the state lets a due arrival happen
+}
+
+} // extern "C"

@@ -1,0 +1,234 @@
+#include "WatchState.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace vw {
+
+namespace {
+
+const char *stateFolder()
+{
+    const char *folder = std::getenv("CORVALIN_VIRTUAL_WATCH");
+    return folder && *folder ? folder : nullptr;
+}
+
+// The watch's device folder in the sysfs view: bus 1, a port no fake bus of the tests uses.
+std::string usbViewFolder()
+{
+    const char *root = std::getenv("CORVALIN_VIRTUAL_WATCH_USB");
+    return root && *root ? std::string(root) + "/1-9" : std::string();
+}
+
+bool writeWhole(const std::string &path, const std::string &text)
+{
+    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    if (fd < 0)
+        return false;
+    const bool ok = ::write(fd, text.data(), text.size()) == static_cast<ssize_t>(text.size());
+    ::close(fd);
+    return ok;
+}
+
+std::string readWhole(const std::string &path)
+{
+    std::string text;
+    FILE *file = std::fopen(path.c_str(), "re");
+    if (!file)
+        return text;
+    char buffer[4096];
+    size_t n;
+    while ((n = std::fread(buffer, 1, sizeof buffer, file)) > 0)
+        text.append(buffer, n);
+    std::fclose(file);
+    return text;
+}
+
+} // namespace
+
+Mode modeFromName(const std::string &name)
+{
+    if (name == "recovery")
+        return Mode::Recovery;
+    if (name == "dfu")
+        return Mode::Dfu;
+    if (name == "kis")
+        return Mode::Kis;
+    return Mode::None;
+}
+
+const char *modeName(Mode mode)
+{
+    switch (mode) {
+    case Mode::Recovery: return "recovery";
+    case Mode::Dfu: return "dfu";
+    case Mode::Kis: return "kis";
+    case Mode::None: break;
+    }
+    return "none";
+}
+
+uint16_t productId(Mode mode)
+{
+    switch (mode) {
+    case Mode::Recovery: return 0x1281; // IRECV_K_RECOVERY_MODE_2, what iBoot shows on a watch
+    case Mode::Dfu: return 0x1227;      // IRECV_K_DFU_MODE
+    case Mode::Kis: return 0x1881;      // KIS_PRODUCT_ID
+    case Mode::None: break;
+    }
+    return 0;
+}
+
+bool enabled()
+{
+    return stateFolder() != nullptr;
+}
+
+std::string folderPath(const char *file)
+{
+    return std::string(stateFolder()) + '/' + file;
+}
+
+long long nowMs()
+{
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now); // shared by all processes, unlike a monotonic clock's origin
+    return static_cast<long long>(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
+}
+
+void logLine(const std::string &line)
+{
+    if (!enabled())
+        return;
+    // O_APPEND keeps the lines of concurrent processes whole.
+    const int fd =
+        ::open(folderPath("transfers.log").c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+    if (fd < 0)
+        return;
+    const std::string text = line + '\n';
+    [[maybe_unused]] const ssize_t written = ::write(fd, text.data(), text.size());
+    ::close(fd);
+}
+
+State::State()
+{
+    if (!enabled())
+        return; // no watch: an empty bus
+    m_lockFd = ::open(folderPath("state.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
+    if (m_lockFd >= 0) {
+        while (::flock(m_lockFd, LOCK_EX) != 0 && errno == EINTR) {
+        }
+    }
+    const std::string text = readWhole(folderPath("state"));
+    size_t start = 0;
+    while (start < text.size()) {
+        size_t end = text.find('\n', start);
+        if (end == std::string::npos)
+            end = text.size();
+        const std::string line = text.substr(start, end - start);
+        const size_t equals = line.find('=');
+        if (equals != std::string::npos)
+            m_values[line.substr(0, equals)] = line.substr(equals + 1);
+        start = end + 1;
+    }
+    settle();
+}
+
+State::~State()
+{
+    if (m_changed && enabled()) {
+        std::string text;
+        for (const auto &[key, value] : m_values)
+            text += key + '=' + value + '\n';
+        const std::string temporary = folderPath("state.new");
+        if (writeWhole(temporary, text))
+            std::rename(temporary.c_str(), folderPath("state").c_str());
+    }
+    if (m_lockFd >= 0)
+        ::close(m_lockFd); // releases the flock
+}
+
+std::string State::get(const std::string &key, const std::string &fallback) const
+{
+    const auto found = m_values.find(key);
+    return found == m_values.end() || found->second.empty() ? fallback : found->second;
+}
+
+long long State::number(const std::string &key, long long fallback) const
+{
+    const std::string text = get(key);
+    return text.empty() ? fallback : std::strtoll(text.c_str(), nullptr, 0);
+}
+
+void State::set(const std::string &key, const std::string &value)
+{
+    m_values[key] = value;
+    m_changed = true;
+}
+
+void State::setNumber(const std::string &key, long long value)
+{
+    set(key, std::to_string(value));
+}
+
+void State::leave(Mode next, const std::string &nextStage)
+{
+    set("mode", "none");
+    set("uploads_here", "0"); // the stage that comes up next has nothing loaded yet
+    set("dfu_image", "");
+    if (next != Mode::None && number("fault_no_return") != 0) {
+        logLine("fault no-return");
+        next = Mode::None;
+    }
+    set("next_mode", next == Mode::None ? "" : modeName(next));
+    set("next_stage", nextStage);
+    setNumber("arrive_at", nowMs() + number("reconnect_ms", 500));
+    logLine("leave");
+    writeUsbView();
+}
+
+void State::settle()
+{
+    const Mode next = modeFromName(get("next_mode", "none"));
+    if (next == Mode::None || nowMs() < number("arrive_at"))
+        return;
+    set("mode", modeName(next));
+    set("next_mode", "");
+    setNumber("generation", number("generation") + 1);
+    const std::string stage = get("next_stage", "iboot");
+    set("stage", stage);
+    // A new iBSS may come up with a new ApNonce, so idevicerestore has to ask for tickets again.
+    if (stage == "ibss" && !get("nonce_after_ibss").empty()) {
+        set("nonce", get("nonce_after_ibss"));
+        set("nonce_after_ibss", "");
+    }
+    logLine(std::string("arrive ") + modeName(next) + ' ' + stage);
+    writeUsbView();
+}
+
+void State::writeUsbView()
+{
+    const std::string folder = usbViewFolder();
+    if (folder.empty())
+        return;
+    const uint16_t product = productId(mode());
+    if (product == 0) {
+        ::unlink((folder + "/idProduct").c_str());
+        ::unlink((folder + "/idVendor").c_str());
+        ::rmdir(folder.c_str());
+        return;
+    }
+    ::mkdir(folder.c_str(), 0755);
+    char text[8];
+    std::snprintf(text, sizeof text, "%04x\n", product);
+    writeWhole(folder + "/idVendor", "05ac\n");
+    writeWhole(folder + "/idProduct", text);
+}
+
+} // namespace vw

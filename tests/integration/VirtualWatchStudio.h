@@ -36,7 +36,9 @@ public:
 {"version":"8.8.1","build":"19U512","released":"2023-07-24","deviceMap":["Watch3,1"],"signed":true,
  "sources":[{"type":"ipsw","deviceMap":["Watch3,1"],"links":[{"url":"@/Watch3,1_8.8.1_Restore.ipsw"}]}]},
 {"version":"10.0.2","build":"21R371","released":"2023-10-04","deviceMap":["Watch6,1"],"signed":true,
- "sources":[{"type":"ipsw","deviceMap":["Watch6,1"],"links":[{"url":"@/Watch6,1_10.0.2_Restore.ipsw"}]}]}])");
+ "sources":[{"type":"ipsw","deviceMap":["Watch6,1"],"links":[{"url":"@/Watch6,1_10.0.2_Restore.ipsw"}]}]},
+{"version":"26.1","build":"23S37","released":"2026-11-03","deviceMap":["Watch8,1"],"signed":true,
+ "sources":[{"type":"ipsw","deviceMap":["Watch8,1"],"links":[{"url":"@/Watch8,1_26.1_Restore.ipsw"}]}]}])");
         refresh();
     }
 

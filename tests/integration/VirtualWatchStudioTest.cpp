@@ -62,24 +62,30 @@ private slots:
     void detection_data()
     {
         QTest::addColumn<Mode>("mode");
-        QTest::addColumn<quint32>("chipId");        // 0: the table's chip and board for Watch6,1
+        QTest::addColumn<quint32>("chipId"); // 0: the table's chip and board for Watch6,1
+        QTest::addColumn<quint32>("boardId");
         QTest::addColumn<QStringList>("published"); // product type, model, name, mode, ECID; empty: none
         QTest::addColumn<QString>("hint");
         QTest::addColumn<QString>("selected"); // the selected firmware's product type
 
         const QStringList series6{"Watch6,1", "n157sap", "Apple Watch Series 6 (40mm)"};
         const QString ready = QStringLiteral("Recovery/DFU готов к восстановлению");
-        QTest::newRow("Recovery") << Mode::Recovery << 0u
+        QTest::newRow("Recovery") << Mode::Recovery << 0u << 0u
                                   << series6 + QStringList{"Recovery", "0x00001a2b3c4d5e6f"} << ready
                                   << "Watch6,1";
-        QTest::newRow("DFU") << Mode::Dfu << 0u << series6 + QStringList{"DFU", "0x00001a2b3c4d5e6f"} << ready
-                             << "Watch6,1";
+        QTest::newRow("DFU") << Mode::Dfu << 0u << 0u << series6 + QStringList{"DFU", "0x00001a2b3c4d5e6f"}
+                             << ready << "Watch6,1";
         QTest::newRow("KIS, through the companion")
-            << Mode::Kis << 0u << series6 + QStringList{"DFU via Debug USB (KIS)", "0x1A2B3C4D5E6F"}
+            << Mode::Kis << 0u << 0u << series6 + QStringList{"DFU via Debug USB (KIS)", "0x1A2B3C4D5E6F"}
             << QStringLiteral("KIS/DFU готов к восстановлению") << "Watch6,1";
+        // Newer than upstream's table: named by the Tools folder's own patch.
+        QTest::newRow("Ultra 4") << Mode::Recovery << 0x8320u << 0x02u
+                                 << QStringList{"Watch8,1", "n240ap", "Apple Watch Ultra 4", "Recovery",
+                                                "0x00001a2b3c4d5e6f"}
+                                 << ready << "Watch8,1";
         // irecovery names no product for a chip and board missing from its table.
         QTest::newRow("model the tools do not know")
-            << Mode::Recovery << 0x8999u << QStringList()
+            << Mode::Recovery << 0x8999u << 0x3eu << QStringList()
             << QStringLiteral("Подключённое Recovery/DFU-устройство не является Apple Watch") << "Watch3,1";
     }
 
@@ -87,6 +93,7 @@ private slots:
     {
         QFETCH(Mode, mode);
         QFETCH(quint32, chipId);
+        QFETCH(quint32, boardId);
         QFETCH(QStringList, published);
         QFETCH(QString, hint);
         QFETCH(QString, selected);
@@ -95,7 +102,7 @@ private slots:
         VirtualWatch::Identity identity = series6Watch();
         if (chipId != 0) {
             identity.chipId = chipId;
-            identity.boardId = 0x3e;
+            identity.boardId = boardId;
         }
         studio.attach(mode, identity);
 
@@ -240,9 +247,7 @@ private slots:
         QTest::addColumn<QStringList>("lastLines");
         QTest::addColumn<QStringList>("uploads"); // what the watch received
 
-        // libtatsu keeps the server's reason to itself unless debugging is on. A watch gone for good
-        // right after iBEC is left out: the tool waits 60 s for it to come back, and the stop
-        // button does not shorten that wait.
+        // libtatsu keeps the server's reason to itself unless debugging is on.
         QTest::newRow("signing server refuses")
             << SigningServer::Answer::refusal << 0
             << QStringList{"ERROR: Unable to send TSS request", "Unable to get SHSH blobs for this device",
@@ -278,6 +283,26 @@ private slots:
         QStringList received = studio.watch.log().filter(QRegularExpression(QStringLiteral("^upload ")));
         QCOMPARE(received, uploads);
         QCOMPARE(studio.signing.requests().size(), 1);
+    }
+
+    // A watch that never comes back once iBEC runs: the tool would wait a minute for it, but the
+    // stop button ends that wait as it ends the wait for restore mode.
+    void stopWhileTheToolWaitsForAWatchGoneAfterIbec()
+    {
+        VirtualWatchStudio studio;
+        studio.attach(Mode::Recovery, series6Watch());
+        studio.watch.setFaults({.neverComeBack = true});
+        studio.chooseSyntheticImage(RestoreImage::series6());
+        studio.startRestore();
+        QTRY_VERIFY_WITH_TIMEOUT(studio.watch.logged(QStringLiteral("leave")), 30000);
+        QTest::qWait(1500); // into the tool's wait for the watch to reconnect
+        QVERIFY(studio.restore()->isRestoring());
+
+        const qint64 stopMs = studio.stopAndTime();
+        QVERIFY(stopMs >= 0);
+        qInfo("The stop button ended the wait for a watch gone after iBEC after %lld ms.", stopMs);
+        QVERIFY(!studio.logHas(waiting));
+        QCOMPARE(studio.logLines().constLast(), failedLine);
     }
 
     // The device poll's irecovery -q while idevicerestore holds the watch open (here while it waits

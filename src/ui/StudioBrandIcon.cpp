@@ -4,8 +4,13 @@
 #include "ui/Icons.h"
 #include "ui/Theme.h"
 
+#include <QGuiApplication>
+#include <QImageReader>
 #include <QPainter>
 #include <QPainterPath>
+#include <QtConcurrent>
+
+#include <cmath>
 
 namespace {
 constexpr int fallbackGlyphSize = 21;
@@ -25,12 +30,39 @@ QSize StudioBrandIcon::sizeHint() const
     return {m_side, m_side};
 }
 
+bool StudioBrandIcon::showsBundleImage() const
+{
+    return !image().isNull();
+}
+
+// The picture is large: it is decoded once, on a worker while the window is still being built,
+// straight to the pixels the square covers on the sharpest screen, so painting only copies it.
 // A missing or unreadable picture is not an error: the fallback is drawn instead.
 void StudioBrandIcon::loadImage()
 {
-    m_image = QImage();
-    if (const QString picture = BrandPicture::filePath(); !picture.isEmpty())
-        m_image.load(picture);
+    const QString picture = BrandPicture::filePath();
+    if (picture.isEmpty())
+        return;
+    const qreal dpr = qApp ? qApp->devicePixelRatio() : 1.0;
+    const int pixels = int(std::ceil(m_side * dpr));
+    m_loading = QtConcurrent::run([picture, pixels] {
+        QImageReader reader(picture);
+        const QSize stored = reader.size();
+        if (stored.isEmpty())
+            return QImage();
+        reader.setScaledSize(
+            stored.scaled(QSize(pixels, pixels), Qt::KeepAspectRatioByExpanding).boundedTo(stored));
+        return reader.read();
+    });
+}
+
+const QImage &StudioBrandIcon::image() const
+{
+    if (m_loading.isValid()) {
+        m_image = m_loading.result();
+        m_loading = {};
+    }
+    return m_image;
 }
 
 void StudioBrandIcon::paintEvent(QPaintEvent *)
@@ -43,12 +75,12 @@ void StudioBrandIcon::paintEvent(QPaintEvent *)
     clip.addRoundedRect(square, Theme::Metrics::brandIconRadius, Theme::Metrics::brandIconRadius);
     painter.setClipPath(clip);
 
-    if (!m_image.isNull()) {
+    if (const QImage &picture = image(); !picture.isNull()) {
         // Fill the square and crop whatever overflows.
-        const QSizeF filled = QSizeF(m_image.size()).scaled(square.size(), Qt::KeepAspectRatioByExpanding);
+        const QSizeF filled = QSizeF(picture.size()).scaled(square.size(), Qt::KeepAspectRatioByExpanding);
         const QRectF target(square.center().x() - filled.width() / 2,
                             square.center().y() - filled.height() / 2, filled.width(), filled.height());
-        painter.drawImage(target, m_image);
+        painter.drawImage(target, picture);
         return;
     }
 

@@ -3,7 +3,7 @@
 #include "app/StudioModel.h"
 #include "ui/Theme.h"
 #include "ui/shell/ApplicationSetup.h"
-#include "ui/shell/FirstFrameLog.h"
+#include "ui/shell/FirstFrame.h"
 #include "ui/shell/MainWindow.h"
 #include "ui/shell/QtTranslations.h"
 
@@ -21,7 +21,7 @@ CorvalinStudioApp::~CorvalinStudioApp() = default;
 
 int CorvalinStudioApp::run()
 {
-    FirstFrameLog::watch(m_window.get());
+    FirstFrame::whenPainted(m_window.get(), [] { ApplicationSetup::completeAfterFirstFrame(); });
     m_window->show();
     return QApplication::exec();
 }

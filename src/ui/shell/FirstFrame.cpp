@@ -1,4 +1,4 @@
-#include "ui/shell/FirstFrameLog.h"
+#include "ui/shell/FirstFrame.h"
 
 #include <QEvent>
 #include <QLoggingCategory>
@@ -11,30 +11,35 @@ Q_LOGGING_CATEGORY(firstFrameLog, "corvalin.startup", QtWarningMsg)
 
 class FirstPaintWatcher final : public QObject {
 public:
-    using QObject::QObject;
+    FirstPaintWatcher(QWidget *window, std::function<void()> then) : QObject(window), m_then(std::move(then))
+    {}
 
     bool eventFilter(QObject *watched, QEvent *event) override
     {
         if (event->type() == QEvent::Paint) {
             watched->removeEventFilter(this);
-            // Logged after this paint, and the flush that follows it, have finished.
+            // After this paint, and the flush that follows it, have finished.
             QTimer::singleShot(0, this, [this] {
                 qCInfo(firstFrameLog) << "First frame";
+                if (m_then)
+                    m_then();
                 deleteLater();
             });
         }
         return false;
     }
+
+private:
+    std::function<void()> m_then;
 };
 
 } // namespace
 
-namespace FirstFrameLog {
+namespace FirstFrame {
 
-void watch(QWidget *window)
+void whenPainted(QWidget *window, std::function<void()> then)
 {
-    if (firstFrameLog().isInfoEnabled())
-        window->installEventFilter(new FirstPaintWatcher(window));
+    window->installEventFilter(new FirstPaintWatcher(window, std::move(then)));
 }
 
-} // namespace FirstFrameLog
+} // namespace FirstFrame

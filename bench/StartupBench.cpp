@@ -59,7 +59,8 @@ class PrivateDisplay {
 public:
     PrivateDisplay()
     {
-        if (QStandardPaths::findExecutable(QStringLiteral("Xvfb")).isEmpty())
+        if (QStandardPaths::findExecutable(QStringLiteral("Xvfb")).isEmpty() ||
+            qEnvironmentVariableIsSet("CORVALIN_BENCH_OFFSCREEN"))
             return;
         m_server.start(QStringLiteral("Xvfb"),
                        {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-screen"),

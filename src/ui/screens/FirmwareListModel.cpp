@@ -11,31 +11,46 @@ namespace {
 
 // Positions in `firmware` of the records matching `query`, looking only at `candidates` when
 // given (a narrower query matches a subset of what a wider one did).
-QList<qsizetype> matching(const QList<WatchFirmware> &firmware, const QString &query,
-                          const QList<qsizetype> *candidates)
+QList<qsizetype> matching(const QList<WatchFirmware> &firmware, const QStringList &foldedFields,
+                          const QString &query, const QList<qsizetype> *candidates)
 {
+    const std::optional<QString> folded = FirmwareSearch::foldedQuery(query);
+    const auto matches = [&](qsizetype position) {
+        return folded ? FirmwareSearch::matchesFolded(foldedFields.at(position), *folded)
+                      : FirmwareSearch::matches(firmware.at(position), query);
+    };
     QList<qsizetype> rows;
     if (candidates) {
         for (const qsizetype position : *candidates) {
-            if (FirmwareSearch::matches(firmware.at(position), query))
+            if (matches(position))
                 rows.append(position);
         }
         return rows;
     }
     rows.reserve(firmware.size());
     for (qsizetype position = 0; position < firmware.size(); ++position) {
-        if (FirmwareSearch::matches(firmware.at(position), query))
+        if (matches(position))
             rows.append(position);
     }
     return rows;
+}
+
+QStringList foldedFieldsOf(const QList<WatchFirmware> &firmware)
+{
+    QStringList fields;
+    fields.reserve(firmware.size());
+    for (const WatchFirmware &record : firmware)
+        fields.append(FirmwareSearch::foldedFields(record));
+    return fields;
 }
 
 } // namespace
 
 FirmwareListModel::FirmwareListModel(StudioModel *model, QObject *parent)
     : QAbstractListModel(parent), m_model(model), m_downloaded(new DownloadedImageIndex(model, this)),
-      m_firmware(model->firmware()), m_query(FirmwareSearch::query(model->searchText())),
-      m_rows(matching(m_firmware, m_query, nullptr))
+      m_firmware(model->firmware()), m_foldedFields(foldedFieldsOf(m_firmware)),
+      m_query(FirmwareSearch::query(model->searchText())),
+      m_rows(matching(m_firmware, m_foldedFields, m_query, nullptr))
 {
     connect(model, &StudioModel::firmwareChanged, this, &FirmwareListModel::reloadRows);
     connect(model, &StudioModel::searchTextChanged, this, &FirmwareListModel::reloadRows);
@@ -105,15 +120,18 @@ void FirmwareListModel::reloadRows()
         refreshRowState();
         return;
     }
+    if (!sameList) {
+        m_firmware = m_model->firmware();
+        m_foldedFields = foldedFieldsOf(m_firmware);
+    }
     const bool narrower = sameList && !m_query.isEmpty() && query.contains(m_query, Qt::CaseInsensitive);
-    QList<qsizetype> rows = matching(m_model->firmware(), query, narrower ? &m_rows : nullptr);
+    QList<qsizetype> rows = matching(m_firmware, m_foldedFields, query, narrower ? &m_rows : nullptr);
     m_query = query;
     if (sameList && rows == m_rows) {
         refreshRowState();
         return;
     }
     beginResetModel();
-    m_firmware = m_model->firmware();
     m_rows = std::move(rows);
     endResetModel();
 }

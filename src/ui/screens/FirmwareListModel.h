@@ -5,6 +5,7 @@
 #include <QAbstractListModel>
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 class DownloadedImageIndex;
 class StudioModel;
@@ -44,9 +45,10 @@ private:
 
     StudioModel *m_model;
     DownloadedImageIndex *m_downloaded;
-    // The model's full list as last filtered, the query it was filtered by, and the positions
-    // in it of the rows shown.
+    // The model's full list as last filtered, its searched fields folded, the query it was
+    // filtered by, and the positions in it of the rows shown.
     QList<WatchFirmware> m_firmware;
+    QStringList m_foldedFields;
     QString m_query;
     QList<qsizetype> m_rows;
 };

@@ -94,7 +94,8 @@ private:
 
 // Starts `executable` offscreen with a private home, times its first frame, then measures its
 // memory once settled and its CPU time while idle.
-ProcessFigures measure(const QString &executable, int idleSeconds, const QString &display)
+ProcessFigures measure(const QString &executable, int idleSeconds, const QString &display,
+                       const QStringList &arguments = {})
 {
     QTemporaryDir home;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -118,9 +119,9 @@ ProcessFigures measure(const QString &executable, int idleSeconds, const QString
     QElapsedTimer clock;
     clock.start();
     if (canIsolateNetwork())
-        process.start(QStringLiteral("unshare"), {QStringLiteral("-rn"), executable});
+        process.start(QStringLiteral("unshare"), QStringList{QStringLiteral("-rn"), executable} + arguments);
     else
-        process.start(executable, {});
+        process.start(executable, arguments);
     ProcessFigures figures;
     if (!QTest::qWaitFor([&] { return errors.contains("First frame"); }, 20000))
         qFatal("%s showed no first frame: %s", qPrintable(executable), errors.constData());
@@ -166,7 +167,7 @@ CORVALIN_BENCHMARK(applicationStartupAndIdle)
                   0, {});
     if (!canIsolateNetwork())
         Bench::report(QStringLiteral("network not isolated (no unshare); offline figures may differ"), 0, {});
-    QList<double> frameRatios, memoryRatios, appIdle, bareIdle;
+    QList<double> frameRatios, memoryRatios, appIdle, bareIdle, turningIdle;
     for (int pair = 0; pair < pairs; ++pair) {
         const ProcessFigures bare =
             measure(QStringLiteral(CORVALIN_BARE_WINDOW), idleSeconds, display.display());
@@ -187,6 +188,9 @@ CORVALIN_BENCHMARK(applicationStartupAndIdle)
         memoryRatios << app.residentMiB / bare.residentMiB;
         appIdle << app.idleCpuMs / (idleSeconds * 10.0); // per cent of one core
         bareIdle << bare.idleCpuMs / (idleSeconds * 10.0);
+        const ProcessFigures turning = measure(QStringLiteral(CORVALIN_BARE_WINDOW), idleSeconds,
+                                               display.display(), {QStringLiteral("--turning")});
+        turningIdle << turning.idleCpuMs / (idleSeconds * 10.0);
     }
     reportSpread(QStringLiteral("first frame / bare window (target ≤ 1.3)"), frameRatios,
                  QStringLiteral("×"));
@@ -194,4 +198,6 @@ CORVALIN_BENCHMARK(applicationStartupAndIdle)
     reportSpread(QStringLiteral("idle CPU, application (target < 0.2)"), appIdle,
                  QStringLiteral("% of a core"));
     reportSpread(QStringLiteral("idle CPU, bare window"), bareIdle, QStringLiteral("% of a core"));
+    reportSpread(QStringLiteral("idle CPU, bare window repainting a 24-pixel square 8 times a second"),
+                 turningIdle, QStringLiteral("% of a core"));
 }

@@ -6,6 +6,7 @@
 
 #include <QGuiApplication>
 #include <QImageReader>
+#include <QPaintEngine>
 #include <QPainter>
 #include <QPainterPath>
 #include <QtConcurrent>
@@ -20,7 +21,7 @@ StudioBrandIcon::StudioBrandIcon(int size, QWidget *parent) : QWidget(parent), m
 {
     setAccessibleName(QStringLiteral("Corvalin Studio"));
     setFixedSize(size, size);
-    loadImage();
+    loadImage(qApp ? qApp->devicePixelRatio() : 1.0);
 }
 
 StudioBrandIcon::~StudioBrandIcon() = default;
@@ -38,12 +39,12 @@ bool StudioBrandIcon::showsBundleImage() const
 // The picture is large: it is decoded once, on a worker while the window is still being built,
 // straight to the pixels the square covers on the sharpest screen, so painting only copies it.
 // A missing or unreadable picture is not an error: the fallback is drawn instead.
-void StudioBrandIcon::loadImage()
+void StudioBrandIcon::loadImage(qreal dpr)
 {
+    m_decodedRatio = dpr;
     const QString picture = BrandPicture::filePath();
     if (picture.isEmpty())
         return;
-    const qreal dpr = qApp ? qApp->devicePixelRatio() : 1.0;
     const int pixels = int(std::ceil(m_side * dpr));
     m_loading = QtConcurrent::run([picture, pixels] {
         QImageReader reader(picture);
@@ -68,6 +69,10 @@ const QImage &StudioBrandIcon::image() const
 void StudioBrandIcon::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
+    // Drawn sharper than any screen when rendered into a larger image: decoded again for it.
+    const QPaintDevice *target = painter.paintEngine() ? painter.paintEngine()->paintDevice() : this;
+    if (target->devicePixelRatioF() > m_decodedRatio && showsBundleImage())
+        loadImage(target->devicePixelRatioF());
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setRenderHint(QPainter::SmoothPixmapTransform);
     const QRectF square((width() - m_side) / 2.0, (height() - m_side) / 2.0, m_side, m_side);

@@ -24,11 +24,12 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 
 private:
-    void loadImage();
+    void loadImage(qreal dpr);
     // The decoded picture, waiting for the decoding if it has not finished yet.
     const QImage &image() const;
 
     int m_side;
+    qreal m_decodedRatio = 1;
     mutable QFuture<QImage> m_loading;
     mutable QImage m_image;
 };

@@ -1,5 +1,6 @@
 #include "app/StudioModel.h"
 
+#include "app/FirmwareSearch.h"
 #include "catalog/CatalogService.h"
 #include "device/DeviceMonitor.h"
 #include "download/DownloadManager.h"
@@ -76,13 +77,12 @@ void StudioModel::setSelectedIPSW(std::optional<QString> path)
 
 QList<WatchFirmware> StudioModel::filteredFirmware() const
 {
-    const QString query = m_searchText.trimmed().toLower();
+    const QString query = FirmwareSearch::query(m_searchText);
     if (query.isEmpty())
         return m_firmware;
     QList<WatchFirmware> matches;
     for (const WatchFirmware &record : m_firmware) {
-        if (record.productType.toLower().contains(query) || record.deviceName.toLower().contains(query) ||
-            record.version.toLower().contains(query))
+        if (FirmwareSearch::matches(record, query))
             matches.append(record);
     }
     return matches;

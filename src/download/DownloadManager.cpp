@@ -44,7 +44,8 @@ std::optional<QString> DownloadManager::existingFile(const WatchFirmware &firmwa
 {
     if (!CacheFileName::isPlain(firmware.filename))
         return std::nullopt;
-    const QString location = cachePath(firmware.filename);
+    // A look-up never creates the cache folder.
+    const QString location = QDir(ToolLocator::cacheDirectoryPath()).filePath(firmware.filename);
     if (QFileInfo::exists(location))
         return location;
     return std::nullopt;

@@ -39,6 +39,11 @@ QString ensuredFolder(const QString &base, const QString &relative)
 
 } // namespace
 
+QString cacheDirectoryPath()
+{
+    return QDir(SystemPaths::downloadsFolder()).filePath(QStringLiteral("Corvalin Firmware"));
+}
+
 QString cacheDirectory()
 {
     return ensuredFolder(SystemPaths::downloadsFolder(), QStringLiteral("Corvalin Firmware"));

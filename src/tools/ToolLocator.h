@@ -17,6 +17,8 @@ QString toolsRoot();
 std::optional<QString> cfgutil();
 // Downloads/Corvalin Firmware, created on demand.
 QString cacheDirectory();
+// The same folder without creating it, for looking up what it already holds.
+QString cacheDirectoryPath();
 // Application Support/Corvalin Studio/Logs, created on demand.
 QString logsDirectory();
 // The application's environment with the tools' lib folder first in the library search path

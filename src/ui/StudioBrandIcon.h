@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QFuture>
 #include <QImage>
 #include <QWidget>
 
@@ -15,7 +16,7 @@ public:
 
     int side() const { return m_side; }
     // True when the bundled picture was found and loaded, false when the fallback is drawn.
-    bool showsBundleImage() const { return !m_image.isNull(); }
+    bool showsBundleImage() const;
 
     QSize sizeHint() const override;
 
@@ -23,8 +24,12 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 
 private:
-    void loadImage();
+    void loadImage(qreal dpr);
+    // The decoded picture, waiting for the decoding if it has not finished yet.
+    const QImage &image() const;
 
     int m_side;
-    QImage m_image;
+    qreal m_decodedRatio = 1;
+    mutable QFuture<QImage> m_loading;
+    mutable QImage m_image;
 };

@@ -8,8 +8,13 @@
 #include "ui/screens/FirmwareText.h"
 
 #include <QLayout>
+#include <QPaintEngine>
 #include <QPainter>
 #include <QPainterPath>
+#include <QPixmapCache>
+
+#include <cmath>
+#include <functional>
 
 namespace {
 
@@ -40,6 +45,39 @@ QPainterPath roundedRect(const QRectF &rect, qreal radius)
     return path;
 }
 
+// The pixel ratio of what the painter finally draws into (an image while a widget is rendered).
+qreal targetPixelRatio(const QPainter *painter)
+{
+    const QPaintDevice *target =
+        painter->paintEngine() ? painter->paintEngine()->paintDevice() : painter->device();
+    return target ? target->devicePixelRatioF() : 1.0;
+}
+
+// A part every row draws alike (its frame, its tile, a status label), rasterised once per size
+// and pixel ratio and then only copied: antialiased shapes are what scrolling would otherwise
+// spend its time on.
+QPixmap cachedPicture(const QString &key, QSize logical, qreal dpr,
+                      const std::function<void(QPainter *)> &draw)
+{
+    const QString fullKey = QStringLiteral("corvalin-row/%1/%2x%3@%4")
+                                .arg(key)
+                                .arg(logical.width())
+                                .arg(logical.height())
+                                .arg(dpr);
+    QPixmap picture;
+    if (QPixmapCache::find(fullKey, &picture))
+        return picture;
+    picture = QPixmap(QSize(int(std::ceil(logical.width() * dpr)), int(std::ceil(logical.height() * dpr))));
+    picture.setDevicePixelRatio(dpr);
+    picture.fill(Qt::transparent);
+    QPainter painter(&picture);
+    painter.setRenderHint(QPainter::Antialiasing);
+    draw(&painter);
+    painter.end();
+    QPixmapCache::insert(fullKey, picture);
+    return picture;
+}
+
 } // namespace
 
 FirmwareRowStatus FirmwareRow::status(const WatchFirmware &firmware, bool isDownloaded)
@@ -52,7 +90,9 @@ FirmwareRowStatus FirmwareRow::status(const WatchFirmware &firmware, bool isDown
 }
 
 FirmwareRowDelegate::FirmwareRowDelegate(FirmwareListModel *rows, QObject *parent)
-    : QStyledItemDelegate(parent), m_rows(rows), m_statusLabel(new StatusLabel({}, {}, {}))
+    : QStyledItemDelegate(parent), m_rows(rows), m_statusLabel(new StatusLabel({}, {}, {})),
+      m_typeFont(Theme::font(14, QFont::Bold, Theme::FontDesign::monospaced)),
+      m_nameFont(Theme::font(13, QFont::Medium)), m_detailFont(Theme::font(11))
 {
     m_statusLabel->setAttribute(Qt::WA_DontShowOnScreen);
 }
@@ -76,37 +116,52 @@ void FirmwareRowDelegate::paint(QPainter *painter, const QStyleOptionViewItem &o
     const FirmwareRowStatus rowStatus = FirmwareRow::status(firmware, m_rows->isDownloaded(row));
     const QColor accent = Theme::studioAccent();
 
+    const qreal dpr = targetPixelRatio(painter);
     painter->save();
     painter->setRenderHint(QPainter::Antialiasing);
 
-    const QRectF frame = QRectF(option.rect.adjusted(0, 0, 0, -rowGap)).adjusted(0.5, 0.5, -0.5, -0.5);
-    const QPainterPath shape = roundedRect(frame, rowRadius);
-    painter->fillPath(shape, selected ? Theme::withOpacity(accent, selectedFillOpacity)
-                                      : Theme::withOpacity(Theme::white(), idleFillOpacity));
-    painter->setPen(QPen(selected ? Theme::withOpacity(accent, selectedOutlineOpacity)
-                                  : Theme::withOpacity(Theme::white(), idleOutlineOpacity),
-                         Theme::Metrics::outlineWidth));
-    painter->drawPath(shape);
+    const QRect frameArea = option.rect.adjusted(0, 0, 0, -rowGap);
+    const QRectF frame = QRectF(QPointF(0, 0), QSizeF(frameArea.size())).adjusted(0.5, 0.5, -0.5, -0.5);
+    painter->drawPixmap(
+        frameArea.topLeft(),
+        cachedPicture(
+            selected ? QStringLiteral("frame-selected") : QStringLiteral("frame"), frameArea.size(), dpr,
+            [&](QPainter *picture) {
+                const QPainterPath shape = roundedRect(frame, rowRadius);
+                picture->fillPath(shape, selected ? Theme::withOpacity(accent, selectedFillOpacity)
+                                                  : Theme::withOpacity(Theme::white(), idleFillOpacity));
+                picture->setPen(QPen(selected ? Theme::withOpacity(accent, selectedOutlineOpacity)
+                                              : Theme::withOpacity(Theme::white(), idleOutlineOpacity),
+                                     Theme::Metrics::outlineWidth));
+                picture->drawPath(shape);
+            }));
     // The keyboard's current row, while the list has keyboard focus: white and dashed, so it
     // cannot be taken for the selection's violet outline when both fall on the same row.
     if ((option.state & QStyle::State_HasFocus) && option.widget && FocusRing::isVisible(option.widget)) {
         QPen ring(Theme::withOpacity(Theme::white(), focusRingOpacity), 2);
         ring.setDashPattern({3, 2});
         painter->setPen(ring);
-        painter->drawPath(roundedRect(frame.adjusted(2, 2, -2, -2), rowRadius - 2));
+        painter->drawPath(
+            roundedRect(frame.translated(frameArea.topLeft()).adjusted(2, 2, -2, -2), rowRadius - 2));
     }
 
     const QRect content = option.rect.adjusted(rowPadding, rowPadding, -rowPadding, -rowPadding - rowGap);
 
     // Device tile.
     const QRectF tile(content.left(), content.center().y() - tileSize / 2.0 + 0.5, tileSize, tileSize);
-    painter->fillPath(roundedRect(tile, tileRadius),
-                      selected ? Theme::withOpacity(accent, selectedTileOpacity)
-                               : Theme::withOpacity(Theme::white(), idleTileOpacity));
-    const int glyph = Theme::Metrics::symbolBox(tileSymbolSize);
-    Icons::paint(painter,
-                 QRectF(tile.center().x() - glyph / 2.0, tile.center().y() - glyph / 2.0, glyph, glyph),
-                 QStringLiteral("applewatch"), selected ? accent : Theme::textSecondary());
+    painter->drawPixmap(tile.topLeft(),
+                        cachedPicture(selected ? QStringLiteral("tile-selected") : QStringLiteral("tile"),
+                                      QSize(tileSize, tileSize), dpr, [&](QPainter *picture) {
+                                          picture->fillPath(
+                                              roundedRect(QRectF(0, 0, tileSize, tileSize), tileRadius),
+                                              selected ? Theme::withOpacity(accent, selectedTileOpacity)
+                                                       : Theme::withOpacity(Theme::white(), idleTileOpacity));
+                                          const int glyph = Theme::Metrics::symbolBox(tileSymbolSize);
+                                          const qreal inset = (tileSize - glyph) / 2.0;
+                                          Icons::paint(picture, QRectF(inset, inset, glyph, glyph),
+                                                       QStringLiteral("applewatch"),
+                                                       selected ? accent : Theme::textSecondary());
+                                      }));
 
     // Selection mark at the trailing edge, the status label before it.
     const QRectF mark(content.right() - markSize + 1, content.center().y() - markSize / 2.0 + 0.5, markSize,
@@ -118,18 +173,22 @@ void FirmwareRowDelegate::paint(QPainter *painter, const QStyleOptionViewItem &o
                      Theme::withOpacity(Theme::textSecondary(), idleMarkOpacity));
     QRect statusArea = content;
     statusArea.setRight(int(mark.left()) - rowSpacing);
-    paintStatus(painter, rowStatus, statusArea);
+    const QPixmap statusPicture = this->statusPicture(rowStatus, dpr);
+    const QSizeF statusSize = statusPicture.deviceIndependentSize();
+    painter->drawPixmap(QPointF(statusArea.right() + 1 - statusSize.width(),
+                                statusArea.center().y() - int(statusSize.height()) / 2),
+                        statusPicture);
 
     // Description: product type and name, then the version line.
-    const QFont typeFont = Theme::font(14, QFont::Bold, Theme::FontDesign::monospaced);
-    const QFont nameFont = Theme::font(13, QFont::Medium);
-    const QFont detailFont = Theme::font(11);
+    const QFont &typeFont = m_typeFont;
+    const QFont &nameFont = m_nameFont;
+    const QFont &detailFont = m_detailFont;
     const QFontMetrics typeMetrics(typeFont);
     const QFontMetrics detailMetrics(detailFont);
     const int textLeft = int(tile.right()) + rowSpacing;
     const int textHeight = typeMetrics.height() + lineSpacing + detailMetrics.height();
     const int top = content.center().y() - textHeight / 2 + 1;
-    const int textRight = statusArea.right() - m_statusLabel->width() - rowSpacing;
+    const int textRight = statusArea.right() - int(statusSize.width()) - rowSpacing;
 
     painter->setPen(Theme::textPrimary());
     painter->setFont(typeFont);
@@ -152,19 +211,25 @@ void FirmwareRowDelegate::paint(QPainter *painter, const QStyleOptionViewItem &o
     painter->restore();
 }
 
-void FirmwareRowDelegate::paintStatus(QPainter *painter, const FirmwareRowStatus &status,
-                                      const QRect &content) const
+// The kit's status label, laid out off screen and rendered once per status.
+QPixmap FirmwareRowDelegate::statusPicture(const FirmwareRowStatus &status, qreal dpr) const
 {
+    const QString key = QStringLiteral("corvalin-row/status/%1/%2@%3")
+                            .arg(status.text)
+                            .arg(status.color.rgba(), 8, 16)
+                            .arg(dpr);
+    QPixmap picture;
+    if (QPixmapCache::find(key, &picture))
+        return picture;
     m_statusLabel->setSymbol(status.symbol);
     m_statusLabel->setText(status.text);
     m_statusLabel->setColor(status.color);
     if (QLayout *layout = m_statusLabel->layout())
         layout->activate();
     m_statusLabel->resize(m_statusLabel->sizeHint());
-    const QPoint origin(content.right() - m_statusLabel->width() + 1,
-                        content.center().y() - m_statusLabel->height() / 2);
-    painter->save();
-    painter->translate(origin);
-    m_statusLabel->render(painter, QPoint(), QRegion(), QWidget::DrawChildren);
-    painter->restore();
+    picture = cachedPicture(key, m_statusLabel->size(), dpr, [this](QPainter *painter) {
+        m_statusLabel->render(painter, QPoint(), QRegion(), QWidget::DrawChildren);
+    });
+    QPixmapCache::insert(key, picture);
+    return picture;
 }

@@ -3,6 +3,7 @@
 #include "app/WatchFirmware.h"
 
 #include <QColor>
+#include <QFont>
 #include <QStyledItemDelegate>
 
 class FirmwareListModel;
@@ -23,8 +24,7 @@ FirmwareRowStatus status(const WatchFirmware &firmware, bool isDownloaded);
 } // namespace FirmwareRow
 
 // Paints one catalogue row (tile, texts, status label, selection mark) straight from the
-// list model. Painting is the only place a row asks whether its image is downloaded, so only
-// rows on screen touch the cache folder.
+// list model, from state already in memory.
 class FirmwareRowDelegate final : public QStyledItemDelegate {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(FirmwareRowDelegate)
@@ -38,9 +38,12 @@ public:
     QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override;
 
 private:
-    void paintStatus(QPainter *painter, const FirmwareRowStatus &status, const QRect &content) const;
+    QPixmap statusPicture(const FirmwareRowStatus &status, qreal dpr) const;
 
     FirmwareListModel *m_rows;
     // The kit's status label, laid out off screen and rendered into each row.
     StatusLabel *m_statusLabel;
+    QFont m_typeFont;
+    QFont m_nameFont;
+    QFont m_detailFont;
 };

@@ -5,7 +5,6 @@
 
 #include <QApplication>
 #include <QLoggingCategory>
-#include <QTimer>
 
 namespace {
 Q_LOGGING_CATEGORY(startupLog, "corvalin.startup", QtWarningMsg)
@@ -13,12 +12,16 @@ Q_LOGGING_CATEGORY(startupLog, "corvalin.startup", QtWarningMsg)
 
 namespace ApplicationSetup {
 
-void apply(QApplication &application)
+void apply(QApplication &)
+{
+    QGuiApplication::setDesktopFileName(QStringLiteral("ru.corvalin.Studio"));
+}
+
+// The icon theme's look-up and the picture's decoding cost more than the first frame needs.
+void completeAfterFirstFrame()
 {
     QApplication::setWindowIcon(BrandPicture::windowIcon());
-    QGuiApplication::setDesktopFileName(QStringLiteral("ru.corvalin.Studio"));
-    QTimer::singleShot(0, &application,
-                       [] { qCInfo(startupLog).noquote() << "Tools folder:" << ToolLocator::toolsRoot(); });
+    qCInfo(startupLog).noquote() << "Tools folder:" << ToolLocator::toolsRoot();
 }
 
 } // namespace ApplicationSetup

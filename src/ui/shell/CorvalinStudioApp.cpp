@@ -5,6 +5,7 @@
 #include "ui/shell/AlreadyRunningMessage.h"
 #include "ui/shell/ApplicationSetup.h"
 #include "ui/shell/CommandLine.h"
+#include "ui/shell/FirstFrame.h"
 #include "ui/shell/MainWindow.h"
 #include "ui/shell/QtTranslations.h"
 #include "ui/shell/SingleInstance.h"
@@ -63,6 +64,7 @@ int CorvalinStudioApp::run()
 {
     if (m_exitCode)
         return *m_exitCode;
+    FirstFrame::whenPainted(m_window.get(), [] { ApplicationSetup::completeAfterFirstFrame(); });
     m_window->show();
     if (m_file)
         m_window->openRestoreImage(*m_file);

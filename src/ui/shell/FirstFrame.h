@@ -1,0 +1,14 @@
+#pragma once
+
+#include <functional>
+
+class QWidget;
+
+// What waits until the window's first frame is on screen, so that nothing the first frame does
+// not show delays it. Once it is painted, "First frame" is logged in the start-up category, so
+// start-up can be timed from outside (QT_LOGGING_RULES="corvalin.startup.info=true").
+namespace FirstFrame {
+
+void whenPainted(QWidget *window, std::function<void()> then);
+
+} // namespace FirstFrame

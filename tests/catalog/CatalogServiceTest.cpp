@@ -88,6 +88,9 @@ QByteArray singleImageWithLinks(const QByteArray &links)
 
 } // namespace
 
+Q_DECLARE_METATYPE(HttpResponse)
+Q_DECLARE_METATYPE(Failure::Domain)
+
 class CatalogServiceTest : public QObject {
     Q_OBJECT
 
@@ -319,8 +322,6 @@ private slots:
     }
 };
 
-Q_DECLARE_METATYPE(HttpResponse)
-Q_DECLARE_METATYPE(Failure::Domain)
 
 QTEST_GUILESS_MAIN(CatalogServiceTest)
 #include "CatalogServiceTest.moc"

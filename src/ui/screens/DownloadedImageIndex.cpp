@@ -24,8 +24,12 @@ QString comparable(const QString &name)
 
 DownloadedImageIndex::DownloadedImageIndex(StudioModel *model, QObject *parent) : QObject(parent)
 {
-    connect(model, &StudioModel::firmwareChanged, this, &DownloadedImageIndex::refresh);
-    connect(model, &StudioModel::selectedIPSWChanged, this, &DownloadedImageIndex::refresh);
+    // Every change the catalogue redraws for asks the folder again, the selection included, which
+    // the device poll re-publishes each cycle: a file put there by hand shows within a cycle.
+    for (const auto signal : {&StudioModel::firmwareChanged, &StudioModel::selectedFirmwareChanged,
+                              &StudioModel::searchTextChanged, &StudioModel::isLoadingCatalogChanged,
+                              &StudioModel::selectedIPSWChanged})
+        connect(model, signal, this, &DownloadedImageIndex::refresh);
     connect(model->downloader(), &DownloadManager::isDownloadingChanged, this,
             &DownloadedImageIndex::refresh);
     connect(model->downloader(), &DownloadManager::downloadedURLChanged, this,

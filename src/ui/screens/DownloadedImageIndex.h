@@ -8,10 +8,11 @@
 
 class StudioModel;
 
-// Which firmware images are in the cache folder, read in one listing whenever the folder may
-// have changed (a download ended, the list or the chosen image changed, the user came back to
-// the window, perhaps from the file manager), so that painting a row never asks the disk. A
-// missing folder is not created: it simply holds nothing.
+// Which firmware images are in the cache folder, read in one listing on every change the
+// catalogue is redrawn for (the list, the search, the selection, the chosen image, a download
+// starting or ending) and when the user comes back to the window, perhaps from the file manager,
+// so that painting or scrolling a row never asks the disk. A missing folder is not created: it
+// simply holds nothing.
 class DownloadedImageIndex final : public QObject {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(DownloadedImageIndex)

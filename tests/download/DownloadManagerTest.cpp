@@ -5,9 +5,7 @@
 #include <QSignalSpy>
 #include <QStandardPaths>
 
-#include <cerrno>
 #include <csignal>
-#include <cstring>
 #include <sys/resource.h>
 
 namespace {
@@ -90,24 +88,110 @@ private slots:
         QCOMPARE(fileContents(h.cached(QStringLiteral("Watch7,2_Restore.ipsw"))), QByteArray("image"));
     }
 
-    // The HTTP status is not examined: the error page is saved and judged by its digest.
-    void errorPageIsSavedAndJudgedByItsDigest()
+    // An error status or a web page answers the request without the image: the request
+    // failed, and nothing of the answer is saved or verified.
+    void errorAnswersAreFailuresNeverBodies_data()
     {
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QByteArray>("contentType");
+        QTest::addColumn<QString>("description");
+        QTest::newRow("server error") << 500 << QByteArray("text/plain")
+                                      << QStringLiteral("Сервер ответил ошибкой 500 вместо файла образа.");
+        QTest::newRow("not found, as a page")
+            << 404 << QByteArray("text/html; charset=utf-8")
+            << QStringLiteral("Сервер ответил ошибкой 404 вместо файла образа.");
+        QTest::newRow("captive portal's page")
+            << 200 << QByteArray("Text/HTML")
+            << QStringLiteral("Сервер прислал веб-страницу вместо файла образа.");
+    }
+    void errorAnswersAreFailuresNeverBodies()
+    {
+        QFETCH(int, status);
+        QFETCH(QByteArray, contentType);
+        QFETCH(QString, description);
         DownloadTestHarness h;
-        h.server.setResponse(QStringLiteral("/a_Restore.ipsw"),
-                             HttpResponse::withStatus(500, "server broke"));
+        HttpResponse page = HttpResponse::withStatus(status, "<html>server broke</html>");
+        page.headers = {{"Content-Type", contentType}};
+        h.server.setResponse(QStringLiteral("/a_Restore.ipsw"), page);
 
-        const auto log = h.start(h.firmware(QStringLiteral("/a_Restore.ipsw"), sha256Hex("the real image")));
+        const auto log = h.start(h.firmware(QStringLiteral("/a_Restore.ipsw")));
         QVERIFY(waitForCalls(*log));
         QVERIFY(!log->last->ok());
+        QCOMPARE(log->last->failure().description(), description);
+        QCOMPARE(h.manager.statusText(), transferError);
+        QCOMPARE(h.manager.errorText(), std::optional<QString>(description));
+        QVERIFY(h.cacheListing().isEmpty());
+        QCOMPARE(FakeTools::runCount(h.paths.shasum()), 0);
+        QVERIFY(QTest::qWaitFor([] { return partialListing().isEmpty(); }, 5000));
+    }
+
+    // A rejected image is moved aside even under the longest name a link may give.
+    void rejectedImageIsMovedAside_data()
+    {
+        QTest::addColumn<int>("nameBytes");
+        QTest::newRow("ordinary name") << 21;
+        QTest::newRow("longest plain name") << 247;
+    }
+    void rejectedImageIsMovedAside()
+    {
+        QFETCH(int, nameBytes);
+        DownloadTestHarness h;
+        const QString name = QString(nameBytes - 13, u'x') + QStringLiteral("_Restore.ipsw");
+        h.server.setResponse(u'/' + name, HttpResponse::ok("damaged image"));
+        const WatchFirmware firmware = h.firmware(u'/' + name, sha256Hex("the real image"));
+
+        const auto log = h.start(firmware);
+        QVERIFY(waitForCalls(*log));
         QVERIFY(log->last->failure().studioError() == StudioError::checksumMismatch());
         QCOMPARE(h.manager.statusText(), QStringLiteral("Ошибка проверки"));
-        QCOMPARE(h.manager.errorText(),
-                 std::optional<QString>(QStringLiteral("Контрольная сумма SHA-256 не совпадает.")));
         QCOMPARE(h.manager.downloadedURL(), std::nullopt);
-        QCOMPARE(h.cacheListing(), QStringList{QStringLiteral("a_Restore.ipsw.invalid")});
-        QCOMPARE(fileContents(h.cached(QStringLiteral("a_Restore.ipsw.invalid"))),
-                 QByteArray("server broke"));
+        QCOMPARE(h.cacheListing(), QStringList{name + QStringLiteral(".invalid")});
+        QCOMPARE(h.manager.existingFile(firmware), std::nullopt);
+    }
+
+    // A body whose length differs from the catalogue's size is not the image, digest or not;
+    // a short one with a validator continues from its end.
+    void bodyOfAnotherLengthThanTheCatalogueSaysFails_data()
+    {
+        QTest::addColumn<qint64>("served");
+        QTest::addColumn<bool>("withLength");
+        QTest::addColumn<bool>("ranges");
+        QTest::newRow("cut short, whole body without a length") << qint64(900'000) << false << false;
+        QTest::newRow("cut short, a range under a wrong size") << qint64(900'000) << true << true;
+        QTest::newRow("longer") << qint64(1'100'000) << true << true;
+    }
+    void bodyOfAnotherLengthThanTheCatalogueSaysFails()
+    {
+        QFETCH(qint64, served);
+        QFETCH(bool, withLength);
+        QFETCH(bool, ranges);
+        DownloadTestHarness h;
+        const QByteArray body = patternBody(1'000'000);
+        HttpResponse wrong = rangedResponse(served < body.size() ? body.first(served) : patternBody(served));
+        wrong.omitContentLength = !withLength;
+        wrong.acceptRanges = ranges;
+        const QString path = QStringLiteral("/n_Restore.ipsw");
+        h.server.setResponse(path, wrong);
+        WatchFirmware firmware = h.firmware(path);
+        firmware.size = body.size();
+
+        auto log = h.start(firmware);
+        QVERIFY(waitForCalls(*log));
+        QVERIFY(!log->last->ok());
+        QCOMPARE(
+            log->last->failure().description(),
+            QStringLiteral("Сервер передал %1 байт, а в каталоге указан размер 1000000 байт.").arg(served));
+        QCOMPARE(h.manager.statusText(), transferError);
+        QVERIFY(h.cacheListing().isEmpty());
+        QCOMPARE(FakeTools::runCount(h.paths.shasum()), 0);
+
+        h.server.setResponse(path, rangedResponse(body));
+        const qsizetype requestsBefore = h.server.requests().size();
+        log = h.start(firmware);
+        QVERIFY(waitForCalls(*log));
+        QVERIFY2(log->last->ok(), qPrintable(h.manager.errorText().value_or(QString())));
+        QCOMPARE(fileContents(log->last->value()), body);
+        QCOMPARE(rangeStart(h.server.requests().at(requestsBefore)), served < body.size() ? served : 0);
     }
 
     void cachedFileIsReusedWithoutNetworkOrVerification()
@@ -231,7 +315,9 @@ private slots:
         QVERIFY(called);
         QVERIFY(!log->last->ok());
         QCOMPARE(log->last->failure().domain(), Failure::Domain::fileSystem);
-        QCOMPARE(log->last->failure().description(), QString::fromLocal8Bit(strerror(EFBIG)));
+        QCOMPARE(log->last->failure().description(),
+                 QStringLiteral(
+                     "Не удалось записать загруженные данные на диск: файл слишком велик для этого диска."));
         QCOMPARE(h.manager.statusText(), transferError);
         QVERIFY(h.cacheListing().isEmpty());
     }
@@ -259,6 +345,9 @@ private slots:
         QVERIFY(waitForCalls(*log));
         QVERIFY(!log->last->ok());
         QCOMPARE(log->last->failure().domain(), Failure::Domain::fileSystem);
+        QCOMPARE(log->last->failure().description(),
+                 QStringLiteral("Не удалось сохранить образ в папке прошивок: на месте файла лежит папка или "
+                                "другой файл."));
         QCOMPARE(h.manager.statusText(), QStringLiteral("Ошибка сохранения"));
         QCOMPARE(h.manager.errorText(), std::optional<QString>(log->last->failure().description()));
         QCOMPARE(h.cacheListing(), QStringList{QStringLiteral("j_Restore.ipsw")});

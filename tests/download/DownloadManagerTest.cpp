@@ -88,43 +88,6 @@ private slots:
         QCOMPARE(fileContents(h.cached(QStringLiteral("Watch7,2_Restore.ipsw"))), QByteArray("image"));
     }
 
-    // An error status or a web page answers the request without the image: the request
-    // failed, and nothing of the answer is saved or verified.
-    void errorAnswersAreFailuresNeverBodies_data()
-    {
-        QTest::addColumn<int>("status");
-        QTest::addColumn<QByteArray>("contentType");
-        QTest::addColumn<QString>("description");
-        QTest::newRow("server error") << 500 << QByteArray("text/plain")
-                                      << QStringLiteral("Сервер ответил ошибкой 500 вместо файла образа.");
-        QTest::newRow("not found, as a page")
-            << 404 << QByteArray("text/html; charset=utf-8")
-            << QStringLiteral("Сервер ответил ошибкой 404 вместо файла образа.");
-        QTest::newRow("captive portal's page")
-            << 200 << QByteArray("Text/HTML")
-            << QStringLiteral("Сервер прислал веб-страницу вместо файла образа.");
-    }
-    void errorAnswersAreFailuresNeverBodies()
-    {
-        QFETCH(int, status);
-        QFETCH(QByteArray, contentType);
-        QFETCH(QString, description);
-        DownloadTestHarness h;
-        HttpResponse page = HttpResponse::withStatus(status, "<html>server broke</html>");
-        page.headers = {{"Content-Type", contentType}};
-        h.server.setResponse(QStringLiteral("/a_Restore.ipsw"), page);
-
-        const auto log = h.start(h.firmware(QStringLiteral("/a_Restore.ipsw")));
-        QVERIFY(waitForCalls(*log));
-        QVERIFY(!log->last->ok());
-        QCOMPARE(log->last->failure().description(), description);
-        QCOMPARE(h.manager.statusText(), transferError);
-        QCOMPARE(h.manager.errorText(), std::optional<QString>(description));
-        QVERIFY(h.cacheListing().isEmpty());
-        QCOMPARE(FakeTools::runCount(h.paths.shasum()), 0);
-        QVERIFY(QTest::qWaitFor([] { return partialListing().isEmpty(); }, 5000));
-    }
-
     // A rejected image is moved aside even under the longest name a link may give.
     void rejectedImageIsMovedAside_data()
     {

@@ -228,29 +228,44 @@ private slots:
         QCOMPARE(fileContents(log->last->value()), body);
     }
 
-    // An error answer to the request that should continue the download holds no part of the
-    // image: it fails that request and leaves the held bytes for the next attempt.
-    void errorAnswerToAResumingRequestKeepsTheHeldBytes_data()
+    // An error status or a web page answers the request without any part of the image: that
+    // request failed, nothing of the answer is saved or verified, and what was held before
+    // stays for the next attempt.
+    void errorAnswerIsAFailedRequestNeverABody_data()
     {
+        QTest::addColumn<bool>("holding");
         QTest::addColumn<int>("status");
         QTest::addColumn<QByteArray>("contentType");
-        QTest::newRow("503 with a page") << 503 << QByteArray("text/html");
-        QTest::newRow("416") << 416 << QByteArray("text/plain");
-        QTest::newRow("200 with a page") << 200 << QByteArray("text/html");
+        QTest::addColumn<QString>("description");
+        const QString status = QStringLiteral("Сервер ответил ошибкой %1 вместо файла образа.");
+        const QString page = QStringLiteral("Сервер прислал веб-страницу вместо файла образа.");
+        QTest::newRow("first request, 500") << false << 500 << QByteArray("text/plain") << status.arg(500);
+        QTest::newRow("first request, captive portal's page")
+            << false << 200 << QByteArray("Text/HTML") << page;
+        QTest::newRow("resuming, 503 with a page")
+            << true << 503 << QByteArray("text/html") << status.arg(503);
+        QTest::newRow("resuming, 416") << true << 416 << QByteArray("text/plain") << status.arg(416);
+        QTest::newRow("resuming, 200 with a page")
+            << true << 200 << QByteArray("application/xhtml+xml") << page;
     }
-    void errorAnswerToAResumingRequestKeepsTheHeldBytes()
+    void errorAnswerIsAFailedRequestNeverABody()
     {
+        QFETCH(bool, holding);
         QFETCH(int, status);
         QFETCH(QByteArray, contentType);
+        QFETCH(QString, description);
         DownloadTestHarness h;
         const QByteArray body = patternBody(3 * mebibyte);
         const QString path = QStringLiteral("/fw/Watch5,1_Restore.ipsw");
-        h.server.setResponse(path, cutOff(body, mebibyte, false));
         const WatchFirmware firmware = h.firmware(path, sha256Hex(body));
-        auto log = h.start(firmware);
-        QVERIFY(waitForCalls(*log));
+        std::shared_ptr<CompletionLog> log;
+        if (holding) {
+            h.server.setResponse(path, cutOff(body, mebibyte, false));
+            log = h.start(firmware);
+            QVERIFY(waitForCalls(*log));
+        }
         const qint64 held = heldBytes(firmware.downloadURL);
-        QVERIFY(held > 0);
+        QCOMPARE(held > 0, holding);
 
         HttpResponse page = HttpResponse::withStatus(status, "<html>Service Unavailable</html>");
         page.headers = {{"Content-Type", contentType}};
@@ -258,10 +273,13 @@ private slots:
         log = h.start(firmware);
         QVERIFY(waitForCalls(*log));
         QVERIFY(!log->last->ok());
+        QCOMPARE(log->last->failure().description(), description);
+        QCOMPARE(h.manager.errorText(), std::optional<QString>(description));
         QCOMPARE(h.manager.statusText(), transferError);
         QCOMPARE(heldBytes(firmware.downloadURL), held);
-        QVERIFY(rangeStart(h.server.requests().last()) > 0);
+        QCOMPARE(rangeStart(h.server.requests().last()), held);
         QVERIFY(h.cacheListing().isEmpty());
+        QCOMPARE(FakeTools::runCount(h.paths.shasum()), 0);
 
         h.server.setResponse(path, rangedResponse(body));
         const qsizetype requestsBefore = h.server.requests().size();

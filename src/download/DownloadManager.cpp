@@ -1,15 +1,19 @@
 #include "download/DownloadManager.h"
 
+#include "download/CacheEntry.h"
 #include "download/CacheFileName.h"
+#include "download/CacheInstall.h"
 #include "download/ChecksumTool.h"
 #include "download/DownloadProgress.h"
 #include "download/FileTransfer.h"
 #include "download/ResumeRecord.h"
 #include "tools/ToolLocator.h"
 
+#include <QCoroFuture>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QLockFile>
 #include <QNetworkAccessManager>
 #include <QUuid>
 
@@ -45,9 +49,9 @@ std::optional<QString> DownloadManager::existingFile(const WatchFirmware &firmwa
     if (!CacheFileName::isPlain(firmware.filename))
         return std::nullopt;
     // A look-up never creates the cache folder.
-    const QString location = QDir(ToolLocator::cacheDirectoryPath()).filePath(firmware.filename);
-    if (QFileInfo::exists(location))
-        return location;
+    const QString folder = ToolLocator::cacheDirectoryPath();
+    if (CacheEntry::inspect(folder, firmware.filename) == CacheEntry::Kind::file)
+        return QDir(folder).filePath(firmware.filename);
     return std::nullopt;
 }
 
@@ -63,6 +67,41 @@ void DownloadManager::completeLater(DownloadCompletion completion, Result<QStrin
         Qt::QueuedConnection);
 }
 
+void DownloadManager::refuse(const QString &description, const QString &status, DownloadCompletion completion)
+{
+    const Failure failure = Failure::platform(Failure::Domain::fileSystem, description);
+    setErrorText(failure.description());
+    setStatusText(status);
+    completeLater(std::move(completion), failure);
+}
+
+bool DownloadManager::reuseCached(const WatchFirmware &firmware, DownloadCompletion &completion)
+{
+    const QString cache = ToolLocator::cacheDirectory();
+    switch (CacheEntry::inspect(cache, firmware.filename)) {
+    case CacheEntry::Kind::file: {
+        const QString location = cachePath(firmware.filename);
+        setDownloadedURL(location);
+        setStatusText(QStringLiteral("Файл уже загружен"));
+        completeLater(std::move(completion), location);
+        return true;
+    }
+    case CacheEntry::Kind::symbolicLink:
+        refuse(CacheEntry::symbolicLinkRefusal(firmware.filename), QStringLiteral("Ошибка сохранения"),
+               std::move(completion));
+        return true;
+    case CacheEntry::Kind::caseTwin:
+        refuse(
+            CacheEntry::caseTwinRefusal(firmware.filename, CacheEntry::caseTwinOf(cache, firmware.filename)),
+            QStringLiteral("Ошибка сохранения"), std::move(completion));
+        return true;
+    case CacheEntry::Kind::absent:
+    case CacheEntry::Kind::other: // the move into place reports it
+        return false;
+    }
+    return false;
+}
+
 void DownloadManager::start(const WatchFirmware &firmware, DownloadCompletion completion)
 {
     if (m_isDownloading)
@@ -71,23 +110,25 @@ void DownloadManager::start(const WatchFirmware &firmware, DownloadCompletion co
     // Refused rather than saved under a generated name: such a file could never be found in
     // the cache again, so every start would fetch gigabytes anew and leave another file behind.
     if (!CacheFileName::isPlain(firmware.filename)) {
-        const Failure failure = Failure::platform(
-            Failure::Domain::fileSystem,
-            QStringLiteral(
-                "Ссылка каталога не содержит допустимого имени файла, поэтому образ не загружается."));
-        setErrorText(failure.description());
-        setStatusText(QStringLiteral("Ошибка сохранения"));
-        completeLater(std::move(completion), failure);
+        refuse(QStringLiteral(
+                   "Ссылка каталога не содержит допустимого имени файла, поэтому образ не загружается."),
+               QStringLiteral("Ошибка сохранения"), std::move(completion));
         return;
     }
+    if (reuseCached(firmware, completion))
+        return;
 
-    const QString location = cachePath(firmware.filename);
-    if (QFileInfo::exists(location)) {
-        setDownloadedURL(location);
-        setStatusText(QStringLiteral("Файл уже загружен"));
-        completeLater(std::move(completion), location);
+    // Another copy of the application may be downloading the same image into the same folders.
+    std::shared_ptr<QLockFile> claim = PartialDownloads::claim(firmware.downloadURL);
+    if (!claim) {
+        refuse(QStringLiteral("Этот образ сейчас загружает другая копия Corvalin Studio. Повторите загрузку, "
+                              "когда она закончится: уже полученные данные сохранятся."),
+               QStringLiteral("Ошибка загрузки"), std::move(completion));
         return;
     }
+    // It may have finished just before letting go.
+    if (reuseCached(firmware, completion))
+        return;
 
     m_expectedSHA256 = firmware.sha256;
     m_completion = std::move(completion);
@@ -99,13 +140,17 @@ void DownloadManager::start(const WatchFirmware &firmware, DownloadCompletion co
     FileTransfer::removeLegacyPartialFiles(ToolLocator::cacheDirectory());
     PartialDownloads::removeStale(std::nullopt, {firmware.downloadURL});
 
-    auto *transfer = new FileTransfer(network(), firmware.downloadURL, firmware.size, this);
+    auto *transfer =
+        new FileTransfer(network(), firmware.downloadURL, firmware.size, ToolLocator::cacheDirectory(), this);
     connect(transfer, &FileTransfer::progressed, this, &DownloadManager::handleProgress);
-    // Direct: the partial file is gone once the signal returns, so it is moved right here.
-    connect(transfer, &FileTransfer::bodySaved, this, [this, transfer](const QString &partialPath) {
-        handleBodySaved(partialPath, transfer->originalURL());
+    // The claim lasts until the image is in place and verified, or the transfer is gone.
+    connect(transfer, &FileTransfer::bodySaved, this, [this, transfer, claim](const QString &partialPath) {
+        handleBodySaved(partialPath, transfer->originalURL(), claim);
     });
-    connect(transfer, &FileTransfer::failed, this, &DownloadManager::handleTransferFailed);
+    connect(transfer, &FileTransfer::failed, this, [this, keptClaim = claim](const Failure &failure) {
+        Q_UNUSED(keptClaim)
+        handleTransferFailed(failure);
+    });
     m_task = transfer;
     transfer->start();
 }
@@ -146,27 +191,45 @@ void DownloadManager::handleProgress(qint64 received, qint64 total)
         Qt::QueuedConnection);
 }
 
-void DownloadManager::handleBodySaved(const QString &partialPath, const QUrl &originalURL)
+void DownloadManager::handleBodySaved(const QString &partialPath, const QUrl &originalURL,
+                                      const std::shared_ptr<QLockFile> &claim)
 {
-    const QString destination = cachePath(destinationName(originalURL));
-    QFile::remove(destination);
-    QFile partial(partialPath);
-    if (!partial.rename(destination)) {
-        const Failure failure =
-            Failure::platform(Failure::Domain::fileSystem, partial.errorString(), int(partial.error()));
-        QMetaObject::invokeMethod(
-            this,
-            [this, failure] {
-                setIsDownloading(false);
-                setErrorText(failure.description());
-                setStatusText(QStringLiteral("Ошибка сохранения"));
-                complete(failure);
-            },
-            Qt::QueuedConnection);
-        return;
-    }
     QMetaObject::invokeMethod(
-        this, [this, destination] { verify(destination); }, Qt::QueuedConnection);
+        this, [this, partialPath, originalURL, claim] { install(partialPath, originalURL, claim); },
+        Qt::QueuedConnection);
+}
+
+QCoro::Task<> DownloadManager::install(QString partialPath, QUrl originalURL,
+                                       std::shared_ptr<QLockFile> claim)
+{
+    // Held until the image is verified: no other process touches the data or the image meanwhile.
+    const QString name = destinationName(originalURL);
+    const QString destination = cachePath(name);
+    const QString twin = CacheEntry::caseTwinOf(ToolLocator::cacheDirectory(), name);
+    std::optional<QString> problem;
+    if (!twin.isEmpty()) {
+        problem = CacheEntry::caseTwinRefusal(name, twin);
+    } else {
+        // A copy to another volume takes minutes for a large image: never on this thread.
+        const QString temporaryName =
+            QLatin1Char('.') + QFileInfo(partialPath).completeBaseName() + QStringLiteral(".incoming");
+        const QPointer<DownloadManager> self(this);
+        problem = co_await CacheInstall::moveInBackground(partialPath, destination, temporaryName);
+        if (!self)
+            co_return;
+    }
+    if (problem) {
+        // The finished data and its record stay: the next start only repeats this step.
+        const Failure failure = Failure::platform(Failure::Domain::fileSystem, *problem);
+        setIsDownloading(false);
+        setErrorText(failure.description());
+        setStatusText(QStringLiteral("Ошибка сохранения"));
+        complete(failure);
+        co_return;
+    }
+    PartialDownloads::discard(originalURL);
+    // Not awaited here: the compiler mishandles by-value arguments of an awaited coroutine call.
+    verify(destination, claim);
 }
 
 void DownloadManager::handleTransferFailed(const Failure &failure)
@@ -184,8 +247,9 @@ void DownloadManager::handleTransferFailed(const Failure &failure)
         Qt::QueuedConnection);
 }
 
-QCoro::Task<> DownloadManager::verify(QString destination)
+QCoro::Task<> DownloadManager::verify(QString destination, std::shared_ptr<QLockFile> claim)
 {
+    Q_UNUSED(claim) // kept until the verdict
     setStatusText(QStringLiteral("Проверка SHA-256…"));
     const QPointer<DownloadManager> self(this);
     const QString computed = co_await ChecksumTool::sha256(destination);

@@ -9,6 +9,7 @@
 #include <QString>
 
 #include <functional>
+#include <memory>
 #include <optional>
 
 // Called exactly once per started transfer, always on the GUI thread, with the local path of
@@ -18,6 +19,7 @@ using DownloadCompletion = std::function<void(const Result<QString> &)>;
 // One firmware download at a time into the cache folder, streamed to disk, verified with
 // shasum. Every assignment of a published value emits its signal, even when unchanged.
 class FileTransfer;
+class QLockFile;
 class QNetworkAccessManager;
 
 class DownloadManager final : public QObject {
@@ -38,7 +40,8 @@ public:
     const std::optional<QString> &downloadedURL() const { return m_downloadedURL; }
     const std::optional<QString> &errorText() const { return m_errorText; }
 
-    // The cached image of this firmware (its local path) when a file of that name exists.
+    // The cached image of this firmware (its local path) when a file of exactly that name is
+    // there; a symbolic link or a name differing only in letter case does not count.
     std::optional<QString> existingFile(const WatchFirmware &firmware) const;
     void start(const WatchFirmware &firmware, DownloadCompletion completion);
     void cancel();
@@ -55,6 +58,11 @@ signals:
 
 private:
     void completeLater(DownloadCompletion completion, Result<QString> result);
+    // Ends a start that cannot go ahead, before any transfer.
+    void refuse(const QString &description, const QString &status, DownloadCompletion completion);
+    // Answers a start from what the cache folder holds under the image's name: the image
+    // itself, or something that must not be replaced or followed. False when a download is due.
+    bool reuseCached(const WatchFirmware &firmware, DownloadCompletion &completion);
     void setIsDownloading(bool value);
     void setProgress(double value);
     void setStatusText(const QString &value);
@@ -64,9 +72,12 @@ private:
     // Transfer events. Each effect on published state runs as its own queued job on the GUI
     // thread, in arrival order, and deliberately does not check which transfer it came from.
     void handleProgress(qint64 received, qint64 total);
-    void handleBodySaved(const QString &partialPath, const QUrl &originalURL);
+    void handleBodySaved(const QString &partialPath, const QUrl &originalURL,
+                         const std::shared_ptr<QLockFile> &claim);
+    // Puts the finished data into the cache folder, then verifies it there.
+    QCoro::Task<> install(QString partialPath, QUrl originalURL, std::shared_ptr<QLockFile> claim);
     void handleTransferFailed(const Failure &failure);
-    QCoro::Task<> verify(QString destination);
+    QCoro::Task<> verify(QString destination, std::shared_ptr<QLockFile> claim);
     // Hands the result to the stored completion, if any, and forgets it.
     void complete(const Result<QString> &result);
 

@@ -1,10 +1,16 @@
 #include "download/FileTransfer.h"
 
+#include "download/FileSystemError.h"
 #include "download/FreeSpace.h"
 
 #include <QDir>
+#include <QFileInfo>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
+
+#include <cerrno>
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace {
 
@@ -34,6 +40,14 @@ constexpr qint64 minimumPiece = 4 * 1024 * 1024;
 // The record on disk lags the data by at most this many samples.
 constexpr int samplesPerSave = 3;
 
+// Held bytes are worth keeping when a later attempt can tie them to the file served then (a
+// validator), or when nothing is missing and only putting the image in place failed.
+bool resumable(const ResumeRecord &record)
+{
+    const RangePlan plan(record.segments);
+    return plan.held() > 0 && (!record.validator().isEmpty() || plan.complete());
+}
+
 bool validatorsAgree(const ResumeRecord &record, const RangeAnswer &answer)
 {
     if (!record.etag.isEmpty())
@@ -50,8 +64,10 @@ void FileTransfer::Testing::setStallTimeout(std::chrono::milliseconds timeout)
     stallTimeout = timeout;
 }
 
-FileTransfer::FileTransfer(QNetworkAccessManager *network, QUrl url, qint64 expectedSize, QObject *parent)
+FileTransfer::FileTransfer(QNetworkAccessManager *network, QUrl url, qint64 expectedSize,
+                           QString destinationFolder, QObject *parent)
     : QObject(parent), m_network(network), m_originalURL(std::move(url)), m_expectedSize(expectedSize),
+      m_destinationFolder(std::move(destinationFolder)),
       m_partialPath(PartialDownloads::dataPath(m_originalURL)), m_file(m_partialPath)
 {
     m_sampler.setInterval(sampleMilliseconds);
@@ -64,6 +80,8 @@ FileTransfer::~FileTransfer()
     if (!m_done) {
         stopAll();
         saveRecord();
+        m_file.close();
+        keepOnlyWhatCanResume();
     }
 }
 
@@ -71,10 +89,13 @@ void FileTransfer::start()
 {
     std::optional<ResumeRecord> record = PartialDownloads::load(m_originalURL);
     // Bytes that cannot be tied to the file served now, or that disagree with the catalogue's
-    // size, are worth nothing.
-    if (record && (record->validator().isEmpty() ||
-                   (m_expectedSize > 0 && record->size >= 0 && record->size != m_expectedSize)))
+    // size, are worth nothing. What is not resumed goes, planted links included (removing a
+    // link never touches what it points at).
+    if (record &&
+        (!resumable(*record) || (m_expectedSize > 0 && record->size >= 0 && record->size != m_expectedSize)))
         record.reset();
+    if (!record)
+        PartialDownloads::discard(m_originalURL);
     const qint64 held = record ? record->held() : 0;
 
     if (auto failure =
@@ -82,15 +103,30 @@ void FileTransfer::start()
         fail(*failure);
         return;
     }
+    // On another volume the finished image is copied, and must fit there too.
+    if (!FreeSpace::sameVolume(PartialDownloads::folder(), m_destinationFolder)) {
+        if (auto shortage = FreeSpace::checkCache(m_destinationFolder, m_expectedSize)) {
+            fail(Failure::platform(Failure::Domain::fileSystem, *shortage));
+            return;
+        }
+    }
 
-    QIODevice::OpenMode mode = QIODevice::ReadWrite | QIODevice::Unbuffered;
-    if (!record)
-        mode |= QIODevice::Truncate;
-    if (!m_file.open(mode)) {
-        fail(Failure::platform(Failure::Domain::fileSystem, m_file.errorString(), int(m_file.error())));
+    // Never through a symbolic link put in its place meanwhile.
+    const int descriptor = ::open(QFile::encodeName(m_partialPath).constData(),
+                                  O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC | (record ? 0 : O_TRUNC), 0644);
+    if (descriptor < 0 || !m_file.open(descriptor, QIODevice::ReadWrite | QIODevice::Unbuffered,
+                                       QFileDevice::AutoCloseHandle)) {
+        const int error = errno;
+        if (descriptor >= 0)
+            ::close(descriptor);
+        fail(Failure::platform(
+            Failure::Domain::fileSystem,
+            QStringLiteral("Не удалось открыть файл загрузки: %1.").arg(FileSystemError::describe(error)),
+            error));
         return;
     }
 
+    m_resumedHeldData = record.has_value();
     if (record) {
         m_record = *record;
         m_plan = RangePlan(record->segments);
@@ -117,7 +153,7 @@ void FileTransfer::abort()
     // The network layer reports the cancellation synchronously, with its own description.
     if (!m_fetches.isEmpty())
         m_fetches.first()->abort();
-    fail(Failure::platform(Failure::Domain::network, QStringLiteral("Operation canceled"),
+    fail(Failure::platform(Failure::Domain::network, QStringLiteral("Загрузка отменена."),
                            int(QNetworkReply::OperationCanceledError)));
 }
 
@@ -153,7 +189,7 @@ void FileTransfer::answered(RangeFetch *fetch, const RangeAnswer &answer)
         if (!continues) {
             m_cancelled = true; // nothing held can be trusted any more
             fail(Failure::platform(Failure::Domain::network,
-                                   QStringLiteral("The file on the server changed during the download"),
+                                   QStringLiteral("Файл на сервере изменился во время загрузки."),
                                    int(QNetworkReply::ContentConflictError)));
         }
         return;
@@ -182,8 +218,8 @@ void FileTransfer::answered(RangeFetch *fetch, const RangeAnswer &answer)
         return;
     }
 
-    // The whole body (no range support, changed validators, or an error page): it replaces
-    // whatever was held, on this one connection.
+    // The whole body (no range support, or changed validators): it replaces whatever was
+    // held, on this one connection.
     restartFromZero(answer.size);
     fetch->setSegment(0);
     m_record.etag = answer.etag;
@@ -192,6 +228,8 @@ void FileTransfer::answered(RangeFetch *fetch, const RangeAnswer &answer)
 
 void FileTransfer::restartFromZero(qint64 size)
 {
+    // The old record describes bytes that are gone now.
+    QFile::remove(PartialDownloads::recordPath(m_originalURL));
     m_file.resize(0);
     m_plan = RangePlan::whole(size);
     m_plan.takeGap();
@@ -312,23 +350,55 @@ void FileTransfer::saveRecord()
     if (m_cancelled || !m_file.isOpen() || m_plan.segments().empty())
         return;
     m_record.segments = m_plan.segments();
-    PartialDownloads::save(m_record);
+    if (resumable(m_record))
+        PartialDownloads::save(m_record);
+}
+
+void FileTransfer::keepOnlyWhatCanResume()
+{
+    // Data without a record that a later attempt can load (cancelled, nothing worth keeping,
+    // or a record the full disk would not take) is dead weight: both files go.
+    if (m_cancelled || !PartialDownloads::load(m_originalURL))
+        PartialDownloads::discard(m_originalURL);
 }
 
 void FileTransfer::finish()
 {
-    m_done = true;
     stopAll();
     reportProgress(true);
+    const qint64 size = m_plan.held();
+    const bool assembledFromRanges = m_resumedHeldData || m_plan.segments().size() > 1;
+    if (m_expectedSize > 0 && size != m_expectedSize && assembledFromRanges) {
+        // Pieces put together (resumed, or fetched over several connections) that do not add up
+        // to the catalogue's size are not the image it describes. A short one continues from its
+        // end next time. A single plain body is left to the digest check, like any download.
+        if (size < m_expectedSize && m_plan.segments().size() == 1) {
+            m_plan.setEnd(0, m_expectedSize);
+            m_record.size = m_expectedSize;
+        } else {
+            m_cancelled = true;
+        }
+        fail(Failure::platform(Failure::Domain::network,
+                               QStringLiteral("Сервер передал %1 байт, а в каталоге указан размер %2 байт.")
+                                   .arg(size)
+                                   .arg(m_expectedSize),
+                               int(QNetworkReply::ProtocolFailure)));
+        return;
+    }
+    m_done = true;
+    // The finished data keeps a record until the image is in place, so that a failure there
+    // does not cost the download.
+    saveRecord();
     // Closing can still report an error of the file system (a network volume, for example);
     // it fails the transfer like a failed write.
     m_file.close();
     if (m_file.error() != QFileDevice::NoError)
-        emit failed(
-            Failure::platform(Failure::Domain::fileSystem, m_file.errorString(), int(m_file.error())));
+        emit failed(Failure::platform(
+            Failure::Domain::fileSystem,
+            QStringLiteral("Не удалось записать загруженные данные на диск: %1.").arg(m_file.errorString()),
+            int(m_file.error())));
     else
         emit bodySaved(m_partialPath);
-    PartialDownloads::discard(m_originalURL);
     deleteLater();
 }
 
@@ -340,8 +410,7 @@ void FileTransfer::fail(const Failure &failure)
     saveRecord();
     m_done = true;
     m_file.close();
-    if (m_cancelled)
-        PartialDownloads::discard(m_originalURL);
+    keepOnlyWhatCanResume();
     emit failed(failure);
     deleteLater();
 }

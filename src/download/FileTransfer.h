@@ -24,20 +24,25 @@ class QNetworkAccessManager;
 // Exactly one of bodySaved or failed is emitted, after which the transfer deletes itself later.
 // A failure keeps the bytes received and a record of them (see PartialDownloads) so the next
 // transfer of the same link continues where this one stopped; only abort(), the user's cancel,
-// discards them. Whatever the receiver of bodySaved has not moved away is removed as soon as
-// that signal returns. The HTTP status is deliberately not examined: an error page is a body
-// like any other and is saved for the verifier to reject.
+// discards them, and so does a failure that leaves nothing a later attempt could load. After
+// bodySaved the data and its record stay until the receiver has put the image in place and
+// discards them. An error status or a web page is a failed request, never a body; a body
+// whose length differs from the catalogue's size is a failure too.
+//
+// The caller claims the link's partial data (PartialDownloads::claim) before starting.
 class FileTransfer final : public QObject, private RangeFetch::Owner {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(FileTransfer)
 
 public:
-    // `expectedSize` is the catalogue's size (0 or less: unknown), used for the space check.
-    FileTransfer(QNetworkAccessManager *network, QUrl url, qint64 expectedSize, QObject *parent);
+    // `expectedSize` is the catalogue's size (0 or less: unknown), used for the space checks
+    // and to judge the body's length; `destinationFolder` is where the image will be put.
+    FileTransfer(QNetworkAccessManager *network, QUrl url, qint64 expectedSize, QString destinationFolder,
+                 QObject *parent);
     ~FileTransfer() override;
 
-    // Checks the space, opens the partial data and sends the first request; anything that
-    // fails here is reported through failed like any other transfer error.
+    // Checks the space (for the data and, on another volume, for the image), opens the partial data and sends
+    // the first request; anything that fails here is reported through failed like any other transfer error.
     void start();
     // The user's cancel: stops, discards the partial data, and emits failed with the network
     // layer's cancellation error.
@@ -59,7 +64,7 @@ signals:
     // Bytes of the file on disk so far and the whole size (-1 when unknown); sent in steps, so
     // that a fast transfer does not flood its receiver.
     void progressed(qint64 received, qint64 total);
-    // The whole body is on disk at `partialPath`, closed and flushed.
+    // The whole body is on disk at `partialPath`, closed and flushed, its record complete.
     void bodySaved(const QString &partialPath);
     void failed(const Failure &failure);
 
@@ -80,6 +85,7 @@ private:
     void adjustConnections();
     void reportProgress(bool force);
     void saveRecord();
+    void keepOnlyWhatCanResume();
     void finish();
     void fail(const Failure &failure);
     void stopAll();
@@ -87,6 +93,7 @@ private:
     QNetworkAccessManager *m_network;
     QUrl m_originalURL;
     qint64 m_expectedSize;
+    QString m_destinationFolder;
     QString m_partialPath;
     QFile m_file;
     RangePlan m_plan;
@@ -94,6 +101,9 @@ private:
     QList<RangeFetch *> m_fetches;
     bool m_rangesConfirmed = false;
     bool m_done = false;
+    // A fresh download that stayed one plain request: its body is judged by its digest alone,
+    // whatever its length or status, as every download without our ranges would be.
+    bool m_resumedHeldData = false;
     bool m_cancelled = false;
 
     // Progress is reported in steps of this many bytes and at the end.

@@ -1,7 +1,11 @@
 #include "download/FreeSpace.h"
 
+#include <QFile>
+#include <QHash>
 #include <QLocale>
 #include <QStorageInfo>
+
+#include <sys/stat.h>
 
 namespace FreeSpace {
 
@@ -13,10 +17,30 @@ std::optional<qint64> & override()
     return bytes;
 }
 
+QHash<QString, qint64> &folderOverrides()
+{
+    static QHash<QString, qint64> bytes;
+    return bytes;
+}
+
+// The space needed and the space free, when the first does not fit into the second.
+std::optional<std::pair<qint64, qint64>> shortfall(const QString &folder, qint64 bytes)
+{
+    if (bytes <= 0)
+        return std::nullopt;
+    const qint64 free = available(folder);
+    const qint64 needed = bytes + margin;
+    if (free < 0 || free >= needed)
+        return std::nullopt;
+    return std::pair{needed, free};
+}
+
 } // namespace
 
 qint64 available(const QString &folder)
 {
+    if (const auto it = folderOverrides().constFind(folder); it != folderOverrides().cend())
+        return *it;
     if (override())
         return *override();
     const QStorageInfo volume(folder);
@@ -25,16 +49,30 @@ qint64 available(const QString &folder)
 
 std::optional<Failure> check(const QString &folder, qint64 stillToReceive)
 {
-    if (stillToReceive <= 0)
-        return std::nullopt;
-    const qint64 free = available(folder);
-    const qint64 needed = stillToReceive + margin;
-    if (free < 0 || free >= needed)
+    const auto missing = shortfall(folder, stillToReceive);
+    if (!missing)
         return std::nullopt;
     return Failure::platform(
         Failure::Domain::fileSystem,
         QStringLiteral("Недостаточно места на диске: для загрузки нужно %1, свободно %2.")
-            .arg(describe(needed), describe(free)));
+            .arg(describe(missing->first), describe(missing->second)));
+}
+
+std::optional<QString> checkCache(const QString &folder, qint64 bytes)
+{
+    const auto missing = shortfall(folder, bytes);
+    if (!missing)
+        return std::nullopt;
+    return QStringLiteral("Недостаточно места в папке прошивок: для образа нужно %1, свободно %2.")
+        .arg(describe(missing->first), describe(missing->second));
+}
+
+bool sameVolume(const QString &first, const QString &second)
+{
+    struct stat a {};
+    struct stat b {};
+    return ::stat(QFile::encodeName(first).constData(), &a) == 0 &&
+           ::stat(QFile::encodeName(second).constData(), &b) == 0 && a.st_dev == b.st_dev;
 }
 
 QString describe(qint64 bytes)
@@ -52,6 +90,13 @@ namespace Testing {
 void setAvailable(std::optional<qint64> bytes)
 {
     override() = bytes;
+    if (!bytes)
+        folderOverrides().clear();
+}
+
+void setAvailableIn(const QString &folder, qint64 bytes)
+{
+    folderOverrides().insert(folder, bytes);
 }
 
 } // namespace Testing

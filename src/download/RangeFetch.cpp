@@ -1,5 +1,7 @@
 #include "download/RangeFetch.h"
 
+#include "download/FileSystemError.h"
+
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QNetworkRequest>
@@ -20,7 +22,7 @@ constexpr qint64 batchSize = 1024 * 1024;
 constexpr qint64 chunkSize = 2 * 1024 * 1024;
 
 // Errors that Qt derives from the HTTP status of a response that did arrive. Such a response
-// still has a body, and that body is what gets saved and verified.
+// is refused by its status as soon as it is seen; these only say that it arrived.
 bool isHttpStatusError(QNetworkReply::NetworkError error)
 {
     const int code = int(error);
@@ -50,17 +52,21 @@ std::optional<std::pair<qint64, qint64>> parseContentRange(const QByteArray &val
 
 } // namespace
 
-std::optional<QString> writeAt(int fileDescriptor, const char *data, qint64 size, qint64 offset)
+std::optional<QString> writeAt(int fileDescriptor, const char *data, qint64 size, qint64 offset,
+                               qint64 &written)
 {
+    written = 0;
     while (size > 0) {
-        const ssize_t written = ::pwrite(fileDescriptor, data, size_t(size), off_t(offset));
-        if (written < 0 && errno == EINTR)
+        const ssize_t count = ::pwrite(fileDescriptor, data, size_t(size), off_t(offset));
+        if (count < 0 && errno == EINTR)
             continue;
-        if (written <= 0)
-            return qt_error_string(written < 0 ? errno : ENOSPC);
-        data += written;
-        size -= written;
-        offset += written;
+        if (count <= 0)
+            return QStringLiteral("Не удалось записать загруженные данные на диск: %1.")
+                .arg(FileSystemError::describe(count < 0 ? errno : ENOSPC));
+        data += count;
+        size -= count;
+        offset += count;
+        written += count;
     }
     return std::nullopt;
 }
@@ -138,6 +144,24 @@ void RangeFetch::handleMetaData()
     if (status >= 300 && status < 400 && m_reply->hasRawHeader("Location"))
         return;
     m_answered = true;
+    // An error status or a web page (a proxy's or a captive portal's) answers the request but
+    // carries no part of the image.
+    const QByteArray type =
+        m_reply->header(QNetworkRequest::ContentTypeHeader).toByteArray().trimmed().toLower();
+    std::optional<QString> refusal;
+    if (status >= 400)
+        refusal = QStringLiteral("Сервер ответил ошибкой %1 вместо файла образа.").arg(status);
+    else if (type.startsWith("text/html") || type.startsWith("application/xhtml"))
+        refusal = QStringLiteral("Сервер прислал веб-страницу вместо файла образа.");
+    // The first plain request keeps the rule of every download: its body, whatever the status,
+    // is saved and judged by its digest. A request for bytes after those already held must never
+    // replace them with an error page.
+    if (refusal && m_plan.segment(m_segment).position > 0) {
+        stop();
+        // The code is the HTTP status, for whoever needs more than the text.
+        m_owner.fetchFailed(this, Failure::platform(Failure::Domain::network, *refusal, status));
+        return;
+    }
     RangeAnswer answer;
     answer.etag = m_reply->rawHeader("ETag");
     answer.lastModified = m_reply->rawHeader("Last-Modified");
@@ -171,7 +195,12 @@ void RangeFetch::readAvailable()
         const qint64 read = m_reply->read(m_buffer.data(), wanted);
         if (read <= 0)
             break;
-        if (const auto error = writeAt(m_descriptor, m_buffer.constData(), read, segment.position)) {
+        qint64 written = 0;
+        if (const auto error = writeAt(m_descriptor, m_buffer.constData(), read, segment.position, written)) {
+            // What did reach the disk counts: a full disk ends the download where it is.
+            m_plan.advance(m_segment, written);
+            if (written > 0)
+                m_owner.received(written);
             stop();
             m_owner.fetchFailed(this, Failure::platform(Failure::Domain::fileSystem, *error, 0));
             return;
@@ -216,9 +245,9 @@ void RangeFetch::handleFinished()
         m_plan.close(m_segment);
         m_owner.segmentDone(this);
     } else if (!segment.finished()) {
-        m_owner.fetchFailed(this,
-                            Failure::platform(Failure::Domain::network,
-                                              QStringLiteral("Connection closed before the end of the range"),
-                                              int(QNetworkReply::RemoteHostClosedError)));
+        m_owner.fetchFailed(
+            this, Failure::platform(Failure::Domain::network,
+                                    QStringLiteral("Сервер закрыл соединение, не передав файл до конца."),
+                                    int(QNetworkReply::RemoteHostClosedError)));
     }
 }

@@ -27,8 +27,8 @@ struct RangeAnswer {
 // shared data file and advances the segment, stopping by itself at the segment's end (which
 // may move closer while it runs, when the segment is split for another connection).
 //
-// The owner is told through plain callbacks on the same thread; the HTTP status is not
-// examined, so an error page arrives like any other whole body.
+// The owner is told through plain callbacks on the same thread. An error status (4xx, 5xx) or
+// a web page fails the fetch before anything of it is written.
 class RangeFetch final : public QObject {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(RangeFetch)
@@ -78,5 +78,7 @@ private:
     bool m_answered = false;
 };
 
-// Writes all of `data` at `offset`; the platform's own description of what went wrong otherwise.
-std::optional<QString> writeAt(int fileDescriptor, const char *data, qint64 size, qint64 offset);
+// Writes all of `data` at `offset`; otherwise the Russian description of what went wrong, with
+// `written` the bytes that did reach the file.
+std::optional<QString> writeAt(int fileDescriptor, const char *data, qint64 size, qint64 offset,
+                               qint64 &written);

@@ -6,20 +6,34 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QHash>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QLockFile>
 #include <QSaveFile>
+#include <QSet>
 
 namespace {
 
 const QString dataSuffix = QStringLiteral(".partial");
 const QString recordSuffix = QStringLiteral(".resume");
+const QString lockSuffix = QStringLiteral(".lock");
 
 QString keyOf(const QUrl &url)
 {
     return QString::fromLatin1(
         QCryptographicHash::hash(url.toEncoded(), QCryptographicHash::Sha256).toHex().left(32));
+}
+
+std::unique_ptr<QLockFile> lockFor(const QString &key)
+{
+    auto lock = std::make_unique<QLockFile>(QDir(PartialDownloads::folder()).filePath(key + lockSuffix));
+    // A transfer holds its claim for hours: only a dead owner makes a lock stale, never its age.
+    lock->setStaleLockTime(0);
+    if (!lock->tryLock(0))
+        return nullptr;
+    return lock;
 }
 
 } // namespace
@@ -81,8 +95,24 @@ QString recordPath(const QUrl &url)
     return QDir(folder()).filePath(keyOf(url) + recordSuffix);
 }
 
+std::shared_ptr<QLockFile> claim(const QUrl &url)
+{
+    // A transfer of this process that is still winding down (cancelled, its object not yet
+    // gone) shares its claim with the next one: the same process never locks itself out.
+    static QHash<QString, std::weak_ptr<QLockFile>> claims;
+    const QString key = keyOf(url);
+    if (std::shared_ptr<QLockFile> held = claims.value(key).lock())
+        return held;
+    std::shared_ptr<QLockFile> lock = lockFor(key);
+    if (lock)
+        claims.insert(key, lock);
+    return lock;
+}
+
 std::optional<ResumeRecord> load(const QUrl &url)
 {
+    if (QFileInfo(recordPath(url)).isSymLink() || QFileInfo(dataPath(url)).isSymLink())
+        return std::nullopt;
     QFile file(recordPath(url));
     if (!file.open(QIODevice::ReadOnly))
         return std::nullopt;
@@ -100,6 +130,9 @@ std::optional<ResumeRecord> load(const QUrl &url)
 
 bool save(const ResumeRecord &record)
 {
+    // QSaveFile writes to the target of a link, so a planted one goes first.
+    if (QFileInfo(recordPath(record.url)).isSymLink())
+        QFile::remove(recordPath(record.url));
     QSaveFile file(recordPath(record.url));
     if (!file.open(QIODevice::WriteOnly))
         return false;
@@ -115,25 +148,33 @@ void discard(const QUrl &url)
 
 void removeStale(const std::optional<QList<QUrl>> &wanted, const QList<QUrl> &keep, qint64 maximumAgeSeconds)
 {
-    QStringList keptKeys;
+    QSet<QString> keptKeys;
     for (const QUrl &url : keep)
         keptKeys << keyOf(url);
-    QStringList wantedKeys;
+    QSet<QString> wantedKeys;
     if (wanted) {
         for (const QUrl &url : *wanted)
             wantedKeys << keyOf(url);
     }
     const QDir directory(folder());
     const QDateTime oldest = QDateTime::currentDateTimeUtc().addSecs(-maximumAgeSeconds);
-    for (const QFileInfo &entry : directory.entryInfoList(QDir::Files | QDir::Hidden)) {
-        const QString key = entry.completeBaseName();
+    QSet<QString> keys;
+    for (const QString &name : directory.entryList(QDir::Files | QDir::Hidden | QDir::System))
+        keys << QFileInfo(name).completeBaseName();
+    for (const QString &key : std::as_const(keys)) {
         if (keptKeys.contains(key))
             continue;
         // A data file is as old as its record; without a record it cannot be resumed at all.
         const QFileInfo record(directory.filePath(key + recordSuffix));
         const bool expired = !record.exists() || record.lastModified().toUTC() < oldest;
-        if (expired || (wanted && !wantedKeys.contains(key)))
-            QFile::remove(entry.filePath());
+        if (!expired && !(wanted && !wantedKeys.contains(key)))
+            continue;
+        // Data another process is still writing is its own, however it looks from here.
+        const std::unique_ptr<QLockFile> lock = lockFor(key);
+        if (!lock)
+            continue;
+        QFile::remove(directory.filePath(key + recordSuffix));
+        QFile::remove(directory.filePath(key + dataSuffix));
     }
 }
 

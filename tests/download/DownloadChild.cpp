@@ -1,5 +1,6 @@
-// Downloads one link with the real manager until it is killed: the other side of the test
-// that resumes after the process died mid-transfer.
+// Downloads one link with the real manager until it is killed: another copy of the
+// application, for the tests that resume after the process died mid-transfer and that share
+// the folders with a process still downloading.
 //
 //   download-child APPLICATION_SUPPORT DOWNLOADS URL
 

@@ -5,9 +5,7 @@
 #include <QSignalSpy>
 #include <QStandardPaths>
 
-#include <cerrno>
 #include <csignal>
-#include <cstring>
 #include <sys/resource.h>
 
 namespace {
@@ -90,7 +88,34 @@ private slots:
         QCOMPARE(fileContents(h.cached(QStringLiteral("Watch7,2_Restore.ipsw"))), QByteArray("image"));
     }
 
-    // The HTTP status is not examined: the error page is saved and judged by its digest.
+    // A rejected image is moved aside even under the longest name a link may give.
+    void rejectedImageIsMovedAside_data()
+    {
+        QTest::addColumn<int>("nameBytes");
+        QTest::newRow("ordinary name") << 21;
+        QTest::newRow("longest plain name") << 247;
+    }
+    void rejectedImageIsMovedAside()
+    {
+        QFETCH(int, nameBytes);
+        DownloadTestHarness h;
+        const QString name = QString(nameBytes - 13, u'x') + QStringLiteral("_Restore.ipsw");
+        h.server.setResponse(u'/' + name, HttpResponse::ok("damaged image"));
+        const WatchFirmware firmware = h.firmware(u'/' + name, sha256Hex("the real image"));
+
+        const auto log = h.start(firmware);
+        QVERIFY(waitForCalls(*log));
+        QVERIFY(log->last->failure().studioError() == StudioError::checksumMismatch());
+        QCOMPARE(h.manager.statusText(), QStringLiteral("Ошибка проверки"));
+        QCOMPARE(h.manager.downloadedURL(), std::nullopt);
+        QCOMPARE(h.cacheListing(), QStringList{name + QStringLiteral(".invalid")});
+        QCOMPARE(h.manager.existingFile(firmware), std::nullopt);
+    }
+
+    // A body whose length differs from the catalogue's size is not the image, digest or not;
+    // a short one with a validator continues from its end.
+    // A single plain request keeps the rule of every download: the status is not examined, the
+    // error page is saved and judged by its digest.
     void errorPageIsSavedAndJudgedByItsDigest()
     {
         DownloadTestHarness h;
@@ -231,7 +256,9 @@ private slots:
         QVERIFY(called);
         QVERIFY(!log->last->ok());
         QCOMPARE(log->last->failure().domain(), Failure::Domain::fileSystem);
-        QCOMPARE(log->last->failure().description(), QString::fromLocal8Bit(strerror(EFBIG)));
+        QCOMPARE(log->last->failure().description(),
+                 QStringLiteral(
+                     "Не удалось записать загруженные данные на диск: файл слишком велик для этого диска."));
         QCOMPARE(h.manager.statusText(), transferError);
         QVERIFY(h.cacheListing().isEmpty());
     }
@@ -259,6 +286,9 @@ private slots:
         QVERIFY(waitForCalls(*log));
         QVERIFY(!log->last->ok());
         QCOMPARE(log->last->failure().domain(), Failure::Domain::fileSystem);
+        QCOMPARE(log->last->failure().description(),
+                 QStringLiteral("Не удалось сохранить образ в папке прошивок: на месте файла лежит папка или "
+                                "другой файл."));
         QCOMPARE(h.manager.statusText(), QStringLiteral("Ошибка сохранения"));
         QCOMPARE(h.manager.errorText(), std::optional<QString>(log->last->failure().description()));
         QCOMPARE(h.cacheListing(), QStringList{QStringLiteral("j_Restore.ipsw")});

@@ -7,7 +7,12 @@
 
 #include <QNetworkReply>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QStandardPaths>
+#include <QTemporaryDir>
+
+#include <csignal>
+#include <sys/resource.h>
 
 namespace {
 
@@ -28,6 +33,28 @@ qint64 heldBytes(const QUrl &url)
 {
     const std::optional<ResumeRecord> record = PartialDownloads::load(url);
     return record ? record->held() : 0;
+}
+
+// Limits the size of every file this process writes, as a full disk would, while it lives.
+struct FileSizeLimit {
+    rlimit original{};
+    explicit FileSizeLimit(rlim_t bytes)
+    {
+        std::signal(SIGXFSZ, SIG_IGN);
+        getrlimit(RLIMIT_FSIZE, &original);
+        rlimit limited = original;
+        limited.rlim_cur = bytes;
+        setrlimit(RLIMIT_FSIZE, &limited);
+    }
+    ~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &original); }
+    FileSizeLimit(const FileSizeLimit &) = delete;
+    FileSizeLimit &operator=(const FileSizeLimit &) = delete;
+};
+
+// Lock files come and go with the transfers; only data and records are of interest.
+QStringList partialData()
+{
+    return partialListing().filter(QRegularExpression(QStringLiteral("\\.(partial|resume)$")));
 }
 
 } // namespace
@@ -141,6 +168,7 @@ private slots:
         QByteArray second = body;
         if (etag != firstTag)
             std::reverse(second.begin(), second.end());
+        second.append(catalogueSizeChange, '!'); // the catalogue describes the new file
         HttpResponse response = rangedResponse(second, etag);
         response.acceptRanges = acceptsRanges;
         h.server.setResponse(path, response);
@@ -200,6 +228,225 @@ private slots:
         QCOMPARE(fileContents(log->last->value()), body);
     }
 
+    // An error status or a web page answers the request without any part of the image: that
+    // request failed, nothing of the answer is saved or verified, and what was held before
+    // stays for the next attempt.
+    // Asked for bytes after those it holds, an error status or a web page is a failed request,
+    // never a body: what is held stays, and the next attempt continues from it.
+    void errorAnswerToAResumeIsAFailedRequestNeverABody_data()
+    {
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QByteArray>("contentType");
+        QTest::addColumn<QString>("description");
+        const QString status = QStringLiteral("Сервер ответил ошибкой %1 вместо файла образа.");
+        const QString page = QStringLiteral("Сервер прислал веб-страницу вместо файла образа.");
+        QTest::newRow("503 with a page") << 503 << QByteArray("text/html") << status.arg(503);
+        QTest::newRow("416") << 416 << QByteArray("text/plain") << status.arg(416);
+        QTest::newRow("200 with a page") << 200 << QByteArray("application/xhtml+xml") << page;
+    }
+    void errorAnswerToAResumeIsAFailedRequestNeverABody()
+    {
+        QFETCH(int, status);
+        QFETCH(QByteArray, contentType);
+        QFETCH(QString, description);
+        DownloadTestHarness h;
+        const QByteArray body = patternBody(3 * mebibyte);
+        const QString path = QStringLiteral("/fw/Watch5,1_Restore.ipsw");
+        const WatchFirmware firmware = h.firmware(path, sha256Hex(body));
+        h.server.setResponse(path, cutOff(body, mebibyte, false));
+        auto log = h.start(firmware);
+        QVERIFY(waitForCalls(*log));
+        const qint64 held = heldBytes(firmware.downloadURL);
+        QVERIFY(held > 0);
+
+        HttpResponse page = HttpResponse::withStatus(status, "<html>Service Unavailable</html>");
+        page.headers = {{"Content-Type", contentType}};
+        h.server.setResponse(path, page);
+        log = h.start(firmware);
+        QVERIFY(waitForCalls(*log));
+        QVERIFY(!log->last->ok());
+        QCOMPARE(log->last->failure().description(), description);
+        QCOMPARE(h.manager.errorText(), std::optional<QString>(description));
+        QCOMPARE(h.manager.statusText(), transferError);
+        QCOMPARE(heldBytes(firmware.downloadURL), held);
+        QCOMPARE(rangeStart(h.server.requests().last()), held);
+        QVERIFY(h.cacheListing().isEmpty());
+        QCOMPARE(FakeTools::runCount(h.paths.shasum()), 0);
+
+        h.server.setResponse(path, rangedResponse(body, firstTag));
+        const qsizetype requestsBefore = h.server.requests().size();
+        log = h.start(firmware);
+        QVERIFY(waitForCalls(*log));
+        QVERIFY2(log->last->ok(), qPrintable(h.manager.errorText().value_or(QString())));
+        QCOMPARE(rangeStart(h.server.requests().at(requestsBefore)), held);
+        QCOMPARE(fileContents(log->last->value()), body);
+    }
+
+    // Pieces put together across requests must add up to the catalogue's size: a resumed body
+    // that ends early fails, and the next attempt continues from its end.
+    void resumedBodyShorterThanTheCatalogueSaysFails()
+    {
+        DownloadTestHarness h;
+        const QByteArray body = patternBody(3 * mebibyte);
+        const QString path = QStringLiteral("/fw/Watch5,2_Restore.ipsw");
+        WatchFirmware firmware = h.firmware(path);
+        firmware.size = body.size();
+        h.server.setResponse(path, cutOff(body, mebibyte, false));
+        auto log = h.start(firmware);
+        QVERIFY(waitForCalls(*log));
+        QVERIFY(heldBytes(firmware.downloadURL) > 0);
+
+        const qint64 served = 2 * mebibyte;
+        HttpResponse shortBody = rangedResponse(body.first(served), firstTag);
+        shortBody.omitContentLength = true;
+        h.server.setResponse(path, shortBody);
+        log = h.start(firmware);
+        QVERIFY(waitForCalls(*log));
+        QVERIFY(!log->last->ok());
+        QCOMPARE(log->last->failure().description(),
+                 QStringLiteral("Сервер передал %1 байт, а в каталоге указан размер %2 байт.")
+                     .arg(served)
+                     .arg(body.size()));
+        QVERIFY(h.cacheListing().isEmpty());
+
+        h.server.setResponse(path, rangedResponse(body, firstTag));
+        const qsizetype requestsBefore = h.server.requests().size();
+        log = h.start(firmware);
+        QVERIFY(waitForCalls(*log));
+        QVERIFY2(log->last->ok(), qPrintable(h.manager.errorText().value_or(QString())));
+        QCOMPARE(rangeStart(h.server.requests().at(requestsBefore)), served);
+        QCOMPARE(fileContents(log->last->value()), body);
+    }
+
+    // When the disk is full, what stays is either data with a record that can continue it, or
+    // nothing; once there is space again the next download continues or starts cleanly.
+    void fullDiskLeavesDataOnlyWithARecord_data()
+    {
+        QTest::addColumn<int>("limit");
+        QTest::addColumn<bool>("resumable");
+        // The record is longer than this, so it cannot be written either.
+        QTest::newRow("record does not fit") << 300 << false;
+        QTest::newRow("record fits") << 512 * 1024 << true;
+    }
+    void fullDiskLeavesDataOnlyWithARecord()
+    {
+        QFETCH(int, limit);
+        QFETCH(bool, resumable);
+        DownloadTestHarness h;
+        const QByteArray body = patternBody(2 * mebibyte);
+        // A long link makes a record of several hundred bytes.
+        const QString path = QStringLiteral("/fw/") + QString(300, u'w') + QStringLiteral("/x_Restore.ipsw");
+        h.server.setResponse(path, rangedResponse(body));
+        const WatchFirmware firmware = h.firmware(path, sha256Hex(body));
+        for (int attempt = 0; attempt < 2; ++attempt) {
+            const FileSizeLimit full{rlim_t(limit)};
+            const auto log = h.start(firmware);
+            QVERIFY(waitForCalls(*log));
+            QCOMPARE(log->last->failure().domain(), Failure::Domain::fileSystem);
+            QVERIFY(QTest::qWaitFor([] { return !partialListing().join(u' ').contains(u".lock"); }, 5000));
+            QCOMPARE(partialData().size(), resumable ? 2 : 0);
+            QCOMPARE(PartialDownloads::load(firmware.downloadURL).has_value(), resumable);
+        }
+
+        const qsizetype requestsBefore = h.server.requests().size();
+        const auto log = h.start(firmware);
+        QVERIFY(waitForCalls(*log));
+        QVERIFY2(log->last->ok(), qPrintable(h.manager.errorText().value_or(QString())));
+        QCOMPARE(fileContents(log->last->value()), body);
+        QCOMPARE(rangeStart(h.server.requests().at(requestsBefore)) > 0, resumable);
+        QVERIFY(partialListing().isEmpty());
+    }
+
+    // Another copy of the application, in its own process, downloads the same image into the
+    // same folders: this one does not touch that data until the other has let go of it, then
+    // continues from it.
+    void partialDataBelongsToOneProcessAtATime()
+    {
+        DownloadTestHarness h(LocalHttpServer::Transport::tls);
+        const QByteArray body = patternBody(4 * mebibyte);
+        const QString path = QStringLiteral("/fw/Watch3,1_Restore.ipsw");
+        h.server.setResponse(path, cutOff(body, mebibyte, true));
+        const WatchFirmware firmware = h.firmware(path, sha256Hex(body));
+        QProcess child;
+        child.start(QStringLiteral(DOWNLOAD_CHILD),
+                    {h.paths.applicationSupport(), h.paths.downloads(), firmware.downloadURL.toString()});
+        QVERIFY(child.waitForStarted());
+        QVERIFY(QTest::qWaitFor([&] { return heldBytes(firmware.downloadURL) == mebibyte; }, 30000));
+
+        const qsizetype requestsBefore = h.server.requests().size();
+        auto log = h.start(firmware);
+        QVERIFY(waitForCalls(*log));
+        QVERIFY(!log->last->ok());
+        QCOMPARE(
+            log->last->failure().description(),
+            QStringLiteral("Этот образ сейчас загружает другая копия Corvalin Studio. Повторите загрузку, "
+                           "когда она закончится: уже полученные данные сохранятся."));
+        QCOMPARE(h.manager.statusText(), transferError);
+        // Nor does tidying up after a catalogue refresh take the other's data away.
+        h.manager.keepPartialDownloadsOf({});
+        QCOMPARE(h.server.requests().size(), requestsBefore);
+        QCOMPARE(heldBytes(firmware.downloadURL), mebibyte);
+        QCOMPARE(child.state(), QProcess::Running);
+
+        child.kill(); // its lock is left behind, naming a process that no longer exists
+        QVERIFY(child.waitForFinished());
+        h.server.setResponse(path, rangedResponse(body, firstTag));
+        log = h.start(firmware);
+        QVERIFY(waitForCalls(*log));
+        QVERIFY2(log->last->ok(), qPrintable(h.manager.errorText().value_or(QString())));
+        QCOMPARE(rangeStart(h.server.requests().at(requestsBefore)), mebibyte);
+        QCOMPARE(fileContents(log->last->value()), body);
+    }
+
+    // The firmware folder on another volume: the finished image is copied there under a
+    // temporary name first. A copy that cannot be made says why, leaves nothing under the
+    // image's name and keeps the finished data, so that the next start only copies again.
+    void imageIsCopiedToAnotherVolumeOrKept()
+    {
+        QTemporaryDir otherVolume(QStringLiteral("/dev/shm/corvalin-test-XXXXXX"));
+        if (!otherVolume.isValid())
+            QSKIP("no second volume at /dev/shm");
+        DownloadTestHarness h;
+        h.paths.setDownloadsFolder(otherVolume.path());
+        QVERIFY(!FreeSpace::sameVolume(PartialDownloads::folder(), h.cache()));
+        const QByteArray body = patternBody(3 * mebibyte);
+        const QString path = QStringLiteral("/fw/Watch2,3_Restore.ipsw");
+        h.server.setResponse(path, rangedResponse(body));
+        // Without the catalogue's size, only the copy itself can check the space.
+        const WatchFirmware firmware = h.firmware(path, sha256Hex(body));
+
+        FreeSpace::Testing::setAvailableIn(h.cache(), 50'000'000);
+        auto log = h.start(firmware);
+        QVERIFY(waitForCalls(*log));
+        QCOMPARE(
+            log->last->failure().description(),
+            QStringLiteral("Недостаточно места в папке прошивок: для образа нужно 103 МБ, свободно 50 МБ."));
+        QCOMPARE(h.manager.statusText(), QStringLiteral("Ошибка сохранения"));
+        QVERIFY(h.cacheListing().isEmpty());
+        QCOMPARE(heldBytes(firmware.downloadURL), body.size());
+        FreeSpace::Testing::setAvailable(std::nullopt);
+
+        {
+            const FileSizeLimit full(mebibyte);
+            log = h.start(firmware);
+            QVERIFY(waitForCalls(*log));
+        }
+        QCOMPARE(log->last->failure().description(),
+                 QStringLiteral(
+                     "Не удалось сохранить образ в папке прошивок: файл слишком велик для этого диска."));
+        QVERIFY(h.cacheListing().isEmpty());
+        QCOMPARE(heldBytes(firmware.downloadURL), body.size());
+
+        log = h.start(firmware);
+        QVERIFY(waitForCalls(*log));
+        QVERIFY2(log->last->ok(), qPrintable(h.manager.errorText().value_or(QString())));
+        QCOMPARE(h.manager.statusText(), QStringLiteral("Загрузка и проверка завершены"));
+        QCOMPARE(fileContents(log->last->value()), body);
+        QCOMPARE(h.cacheListing(), QStringList{QStringLiteral("Watch2,3_Restore.ipsw")});
+        QCOMPARE(h.server.requests().size(), 1);
+        QVERIFY(partialListing().isEmpty());
+    }
+
     void partialDataOfFirmwareNoLongerOfferedOrOlderThanAWeekIsRemoved_data()
     {
         QTest::addColumn<bool>("inCatalogue");
@@ -233,7 +480,7 @@ private slots:
         PartialDownloads::removeStale(QList<QUrl>{offered.downloadURL},
                                       running ? QList<QUrl>{url} : QList<QUrl>{});
         QCOMPARE(PartialDownloads::load(url).has_value(), kept);
-        QCOMPARE(partialListing().size(), kept ? 2 : 0);
+        QCOMPARE(partialData().size(), kept ? 2 : 0);
     }
 };
 

@@ -46,3 +46,9 @@ void TestPaths::setConfiguratorTool(const QString &path)
     m_overrides.configuratorTool = path;
     SystemPaths::Testing::setOverrides(m_overrides);
 }
+
+void TestPaths::setDownloadsFolder(const QString &path)
+{
+    m_overrides.downloadsFolder = path;
+    SystemPaths::Testing::setOverrides(m_overrides);
+}

@@ -39,6 +39,8 @@ public:
     // Looks for the Configurator tool at `path` instead of system/cfgutil, e.g. at
     // tool("bin/cfgutil") as on Linux.
     void setConfiguratorTool(const QString &path);
+    // Takes the user's Downloads folder from `path` instead, e.g. on another volume.
+    void setDownloadsFolder(const QString &path);
 
 private:
     QString at(const char *relativePath) const { return m_root.path() + u'/' + QLatin1String(relativePath); }

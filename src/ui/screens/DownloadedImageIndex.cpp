@@ -8,20 +8,6 @@
 #include <QDir>
 #include <QGuiApplication>
 
-namespace {
-
-// The name as the file system compares it: macOS folders ignore case by default.
-QString comparable(const QString &name)
-{
-#ifdef Q_OS_MACOS
-    return name.toCaseFolded();
-#else
-    return name;
-#endif
-}
-
-} // namespace
-
 DownloadedImageIndex::DownloadedImageIndex(StudioModel *model, QObject *parent) : QObject(parent)
 {
     // Every change the catalogue redraws for asks the folder again, the selection included, which
@@ -45,18 +31,16 @@ DownloadedImageIndex::~DownloadedImageIndex() = default;
 
 bool DownloadedImageIndex::contains(const WatchFirmware &firmware) const
 {
-    return CacheFileName::isPlain(firmware.filename) && m_names.contains(comparable(firmware.filename));
+    return CacheFileName::isPlain(firmware.filename) && m_names.contains(firmware.filename);
 }
 
 void DownloadedImageIndex::refresh()
 {
-    // Any kind of entry counts, as a plain existence check would; a dangling link does not.
-    const QStringList entries = QDir(ToolLocator::cacheDirectoryPath())
-                                    .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
-    QSet<QString> names;
-    names.reserve(entries.size());
-    for (const QString &entry : entries)
-        names.insert(comparable(entry));
+    // What the download manager's own look-up counts: regular files under exactly that name, not
+    // a symbolic link planted there nor a file whose name differs only in case.
+    const QStringList entries =
+        QDir(ToolLocator::cacheDirectoryPath()).entryList(QDir::Files | QDir::Hidden | QDir::NoSymLinks);
+    QSet<QString> names(entries.cbegin(), entries.cend());
     if (names == m_names)
         return;
     m_names = std::move(names);

@@ -1,7 +1,6 @@
 #include "device/DeviceMonitor.h"
 #include "device/FakeUsbBus.h"
 #include "restore/RestoreDestinations.h"
-#include "restore/RestoreManager.h"
 #include "support/FakeTools.h"
 #include "support/RealTools.h"
 #include "support/TestFiles.h"
@@ -198,60 +197,6 @@ private slots:
             (QStringList{"--ecid", "0xB24F61A9C0D5E", "--erase", "--plain-progress", "--cache-path",
                          destinations.cacheDirectory, "--logfile=" + destinations.logFile, restoreTarget}));
         verifyToolEnvironment(*m_paths, tool);
-    }
-
-    // The application finds a KIS watch through the companion and restores it through it.
-    void kisWatchIsFoundAndRestoredThroughTheCompanion()
-    {
-        attachUsbDevices(*m_paths, {"1881"});
-        // irecovery answers the query from one file and the device table from another.
-        const QString irecovery = m_paths->tool(QStringLiteral("bin/irecovery"));
-        QVERIFY(writeFile(irecovery + QStringLiteral(".query"), testData("irecovery-q-kis.txt")));
-        QVERIFY(writeFile(irecovery + QStringLiteral(".table"), testData("irecovery-devices-excerpt.txt")));
-        FakeToolBehaviour answering;
-        answering.extraShell = "if [ \"$1\" = -q ]; then cat \"$0.query\"; else cat \"$0.table\"; fi";
-        FakeTools::write(irecovery, answering);
-        // idevicerestore vouches for the watch's model, then restores until it is interrupted.
-        FakeToolBehaviour restoring;
-        restoring.extraShell =
-            "if [ \"$1\" = --ipsw-info ]; then echo 'Supported Product Types: Watch7,5'; exit 0; fi\n"
-            "trap 'echo stopped by interrupt; exit 1' INT; echo ready; while :; do sleep 0.05; done";
-        fakeTool("idevicerestore", restoring);
-
-        DeviceMonitor monitor;
-        QCoro::waitFor(monitor.poll());
-        QVERIFY(monitor.connectedWatch());
-        const ConnectedWatch watch = *monitor.connectedWatch();
-        QCOMPARE(watch, (ConnectedWatch{"Watch7,5", "n210ap", "Apple Watch Ultra 2",
-                                        "DFU via Debug USB (KIS)", "0xB24F61A9C0D5E",
-                                        "PRODUCT: Watch7,5\nMODEL: n210ap\nNAME: Apple Watch Ultra 2\n"
-                                        "MODE: DFU via Debug USB (KIS)\nECID: 0xB24F61A9C0D5E"}));
-        QCOMPARE(monitor.connectionHint(), QStringLiteral("KIS/DFU готов к восстановлению"));
-
-        RestoreManager manager;
-        const QString image =
-            QDir(m_paths->downloads()).filePath(QStringLiteral("Corvalin Firmware/watchOS 11.ipsw"));
-        QCoro::waitFor(manager.startRestore(image, watch));
-        QTRY_VERIFY_WITH_TIMEOUT(manager.logText().endsWith(QStringLiteral("ready\n")), 10000);
-        QVERIFY(manager.logText().contains(QStringLiteral("Совместимость подтверждена: Watch7,5.\n")));
-        QVERIFY(manager.process());
-        QCOMPARE(manager.process()->program(), m_companion);
-        QCOMPARE(manager.process()->arguments(),
-                 (QStringList{"--ecid", "0xB24F61A9C0D5E", "--progress", "restore", "--ipsw", image}));
-
-        // idevicerestore writes the log file the application announced, in the application's folders.
-        const QString announced =
-            manager.logText().section(QStringLiteral("Журнал: "), 1).section(u'\n', 0, 0);
-        QCOMPARE(QFileInfo(announced).path(), ToolLocator::logsDirectory());
-        const QString restoreTool = m_paths->tool(QStringLiteral("bin/idevicerestore"));
-        QVERIFY(FakeTools::recordedArguments(restoreTool).contains("--logfile=" + announced));
-        QVERIFY(FakeTools::recordedArguments(restoreTool).contains(ToolLocator::cacheDirectory()));
-
-        // The stop button interrupts the companion, which is idevicerestore by now.
-        manager.cancelRestore();
-        QTRY_VERIFY_WITH_TIMEOUT(!manager.isRestoring(), 10000);
-        QVERIFY(manager.logText().endsWith(QStringLiteral("stopped by interrupt\n"
-                                                          "Восстановление завершилось с ошибкой 1.\n")));
     }
 
     // With the real tools and no watch attached, a KIS ID on the bus ends in the could-not-read

@@ -5,13 +5,8 @@
 #include "integration/VirtualWatchStudio.h"
 
 #include "tools/ToolLocator.h"
-#include "ui/screens/LogTextView.h"
-#include "ui/screens/LogView.h"
-#include "ui/screens/RestoreConfirmationSheet.h"
-#include "ui/screens/RestoreView.h"
 
 #include <QFile>
-#include <QLineEdit>
 #include <QRegularExpression>
 #include <QTest>
 
@@ -298,38 +293,9 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(studio.logHas(waiting), 30000);
         QVERIFY(studio.restore()->isRestoring());
     }
-
-    // The window: the typed confirmation starts the restore, the log screen shows the tool's
-    // waiting line while it waits, and the stop button ends it.
-    void throughTheWindow()
-    {
-        VirtualWatchStudio studio;
-        studio.attach(Mode::Recovery, series6Watch());
-        studio.chooseSyntheticImage(RestoreImage::series6());
-        RestoreView restoreView(studio.model(), studio.monitor(), studio.restore());
-        LogView logView(studio.model(), studio.restore());
-        auto *shown = logView.findChild<LogTextView *>();
-        QVERIFY(shown);
-
-        RestoreConfirmationSheet sheet(studio.model(), studio.monitor(), studio.restore());
-        sheet.show();
-        auto *phrase = sheet.findChild<QLineEdit *>(QStringLiteral("confirmationPhrase"));
-        QVERIFY(phrase);
-        for (const QChar character : QStringLiteral("ПРОШИТЬ"))
-            QTest::sendKeyEvent(QTest::Click, phrase, Qt::Key_unknown, QString(character), Qt::NoModifier);
-        QTest::mouseClick(sheet.findChild<QWidget *>(QStringLiteral("beginRestoreButton")), Qt::LeftButton);
-
-        QTRY_VERIFY_WITH_TIMEOUT(shown->text().contains(waiting), 30000);
-        restoreView.show();
-        auto *stop = restoreView.findChild<QWidget *>(QStringLiteral("stopRestoreButton"));
-        QVERIFY(stop && stop->isVisible());
-        QTest::mouseClick(stop, Qt::LeftButton);
-        QTRY_VERIFY_WITH_TIMEOUT(!studio.restore()->isRestoring(), 15000);
-        QTRY_VERIFY(shown->text().endsWith(failedLine + u'\n'));
-    }
 };
 
 Q_DECLARE_METATYPE(SigningServer::Answer)
 
-QTEST_MAIN(VirtualWatchStudioTest)
+QTEST_GUILESS_MAIN(VirtualWatchStudioTest)
 #include "VirtualWatchStudioTest.moc"

@@ -144,6 +144,8 @@ private slots:
         const QByteArray valid = testData("cfgutil-list.json");
         QTest::newRow("Configurator not installed") << false << valid << 0 << noConfiguratorHint;
         QTest::newRow("non-zero status") << true << valid << 2 << kisUnreadableHint;
+        QTest::newRow("no device listed")
+            << true << testData("cfgutil-list-empty.json") << 0 << kisUnreadableHint;
         QTest::newRow("warning line before the JSON")
             << true << QByteArray("WARNING: slow\n") + valid << 0 << kisUnreadableHint;
         QTest::newRow("ECID as a number")

@@ -137,7 +137,6 @@ void SigningServer::holdAnswers(bool hold)
 void SigningServer::received(QSslSocket *socket, const QByteArray &body)
 {
     Request request;
-    request.plist = body;
     request.ecid = plistValue(body, "ApECID").toULongLong();
     request.chipId = plistValue(body, "ApChipID").toULongLong();
     request.boardId = plistValue(body, "ApBoardID").toULongLong();
@@ -151,27 +150,17 @@ void SigningServer::received(QSslSocket *socket, const QByteArray &body)
 
 void SigningServer::answer(QSslSocket *socket) const
 {
-    const QByteArray body = m_answer == Answer::tickets   ? ticketAnswer()
-                            : m_answer == Answer::refusal ? refusalAnswer()
-                                                          : QByteArray();
-    if (!body.isEmpty()) {
-        socket->write("HTTP/1.1 200 OK\r\nContent-Type: text/plain\r\nConnection: close\r\n"
-                      "Content-Length: " +
-                      QByteArray::number(body.size()) + "\r\n\r\n" + body);
-    }
+    // A ticket, or the refusal of a device not eligible for the build.
+    const QByteArray body =
+        m_answer == Answer::tickets
+            ? "STATUS=0&MESSAGE=SUCCESS&REQUEST_STRING=<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+              "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
+              "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
+              "<plist version=\"1.0\"><dict><key>ApImg4Ticket</key><data>" +
+                  ticket().toBase64() + "</data></dict></plist>\n"
+            : QByteArray("STATUS=94&MESSAGE=This device isn't eligible for the requested build.");
+    socket->write("HTTP/1.1 200 OK\r\nContent-Type: text/plain\r\nConnection: close\r\n"
+                  "Content-Length: " +
+                  QByteArray::number(body.size()) + "\r\n\r\n" + body);
     socket->disconnectFromHost();
-}
-
-QByteArray SigningServer::ticketAnswer()
-{
-    return "STATUS=0&MESSAGE=SUCCESS&REQUEST_STRING=<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-           "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
-           "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
-           "<plist version=\"1.0\"><dict><key>ApImg4Ticket</key><data>" +
-           ticket().toBase64() + "</data></dict></plist>\n";
-}
-
-QByteArray SigningServer::refusalAnswer()
-{
-    return "STATUS=94&MESSAGE=This device isn't eligible for the requested build.";
 }

@@ -26,12 +26,10 @@ public:
     enum class Answer {
         tickets, // STATUS=0: a ticket for every request
         refusal, // STATUS=94: the device is not eligible for the build
-        nothing, // the connection closes without an answer, which libtatsu retries
     };
 
     // One request as idevicerestore sent it: the values of the watch it describes.
     struct Request {
-        QByteArray plist; // the request body, an XML property list
         quint64 ecid = 0;
         quint64 chipId = 0;
         quint64 boardId = 0;
@@ -49,10 +47,6 @@ public:
     void holdAnswers(bool hold);
     // The signing requests received so far, in order.
     const QList<Request> &requests() const { return m_requests; }
-
-    // The answer libtatsu takes for success: a property list holding an ApImg4Ticket.
-    static QByteArray ticketAnswer();
-    static QByteArray refusalAnswer();
 
 private:
     class Listener;

@@ -140,7 +140,6 @@ void VirtualWatch::attach(Mode mode, const Identity &identity)
         {"product", identity.productType},
         {"ecid", hex(identity.ecid)},
         {"nonce", identity.apNonce},
-        {"sep_nonce", identity.sepNonce},
     };
     if (identity.chipId != 0)
         values.append({{"cpid", hex(identity.chipId)}, {"bdid", hex(identity.boardId)}});
@@ -154,20 +153,11 @@ void VirtualWatch::attach(Mode mode)
     attach(mode, Identity());
 }
 
-void VirtualWatch::detach()
-{
-    writeState({{"mode", "none"}, {"next_mode", ""}}, false);
-    writeUsbView(Mode::None);
-    appendLine(m_folder + QStringLiteral("/transfers.log"), "leave");
-}
-
 void VirtualWatch::setFaults(const Faults &faults)
 {
     writeState({{"fault_vanish_after_upload", QByteArray::number(faults.vanishAfterUpload)},
-                {"fault_stall_upload", QByteArray::number(faults.stallUpload)},
                 {"fault_no_return", faults.neverComeBack ? "1" : "0"},
-                {"nonce_after_ibss", faults.nonceAfterIbss},
-                {"reconnect_ms", QByteArray::number(faults.reconnectMs)}},
+                {"nonce_after_ibss", faults.nonceAfterIbss}},
                false);
 }
 

@@ -24,16 +24,13 @@ public:
         quint32 chipId = 0;
         quint32 boardId = 0;
         quint64 ecid = 0x1A2B3C4D5E6F;
-        QByteArray apNonce = {};  // hexadecimal; empty: a fixed 32-byte nonce
-        QByteArray sepNonce = {}; // hexadecimal; empty: a fixed 20-byte nonce
+        QByteArray apNonce = {}; // hexadecimal; empty: a fixed 32-byte nonce
     };
 
     struct Faults {
         int vanishAfterUpload = 0;      // gone for good once this many uploads are complete (from attach)
-        int stallUpload = 0;            // this upload (1-based) gets no answer until its transfers time out
         bool neverComeBack = false;     // the next reset, "go" or reboot takes it off the bus for good
         QByteArray nonceAfterIbss = {}; // hexadecimal ApNonce it shows once iBSS runs
-        int reconnectMs = 500;          // how long a re-enumeration keeps it off the bus
     };
 
     static constexpr const char *stateVariable = "CORVALIN_VIRTUAL_WATCH";
@@ -57,8 +54,6 @@ public:
     // Puts the watch on the bus in `mode`, forgetting earlier uploads and faults.
     void attach(Mode mode, const Identity &identity);
     void attach(Mode mode); // a Watch6,1 with the default identity
-    // Takes it off the bus, as pulling the cable does.
-    void detach();
     void setFaults(const Faults &faults);
 
     // The mode it is in now (None while off the bus, also between leaving and coming back).
@@ -69,7 +64,7 @@ public:
     //   "upload recovery 583 ibec"    an upload complete: mode, payload bytes, Image4 type or "-"
     //   "command setenv auto-boot false", "command go", "command bootx", "command getenv boot-stage"
     //   "reset", "claim busy 0", "kis device-info", "dfu-crc-mismatch"
-    //   "fault vanish", "fault stall", "fault no-return"
+    //   "fault vanish", "fault no-return"
     QStringList log() const;
     // Whether the log has a line that starts with `prefix`.
     bool logged(const QString &prefix) const;

@@ -39,7 +39,7 @@ std::string imageType(const std::vector<uint8_t> &bytes)
 
 } // namespace
 
-int Session::control(uint8_t requestType, uint8_t request, uint8_t *data, uint16_t length, unsigned timeout)
+int Session::control(uint8_t requestType, uint8_t request, uint8_t *data, uint16_t length, unsigned)
 {
     {
         State state;
@@ -91,8 +91,6 @@ int Session::control(uint8_t requestType, uint8_t request, uint8_t *data, uint16
     // suffix ending in the CRC, each followed by a status read that must say dfuDNLOAD-IDLE (5);
     // then a zero-length one (IRECV_SEND_OPT_DFU_NOTIFY_FINISH), two status reads and a reset.
     if (length > 0) {
-        if (stalls(timeout))
-            return LIBUSB_ERROR_TIMEOUT;
         m_uploading = true;
         appendUpload(data, length);
         m_dfuState = 5;
@@ -118,7 +116,7 @@ int Session::control(uint8_t requestType, uint8_t request, uint8_t *data, uint16
     return 0;
 }
 
-int Session::bulk(uint8_t endpoint, uint8_t *data, int length, int *transferred, unsigned timeout)
+int Session::bulk(uint8_t endpoint, uint8_t *data, int length, int *transferred, unsigned)
 {
     if (transferred)
         *transferred = 0;
@@ -147,7 +145,7 @@ int Session::bulk(uint8_t endpoint, uint8_t *data, int length, int *transferred,
             KisHeader header{};
             if (length >= static_cast<int>(sizeof header))
                 std::memcpy(&header, data, sizeof header);
-            if (kisIndex(header) != kisIndexUpload) { // only an upload chunk can stall
+            if (kisIndex(header) != kisIndexUpload) {
                 if (transferred)
                     *transferred = length;
                 return kisRequest(state, data, length);
@@ -156,8 +154,6 @@ int Session::bulk(uint8_t endpoint, uint8_t *data, int length, int *transferred,
             return LIBUSB_ERROR_PIPE;
         }
     }
-    if (length > 0 && stalls(timeout))
-        return LIBUSB_ERROR_TIMEOUT;
     State state;
     if (!live(state))
         return LIBUSB_ERROR_NO_DEVICE;
@@ -227,28 +223,6 @@ void Session::finishUpload(State &state, const char *kind, size_t payloadBytes)
     if (state.number("fault_vanish_after_upload") == count) {
         logLine("fault vanish");
         state.leave(Mode::None);
-    }
-}
-
-// A transfer of the upload the "stall" fault names gets no answer until its timeout (libusb then
-// reports LIBUSB_ERROR_TIMEOUT), unless the test lifts the fault first.
-bool Session::stalls(unsigned timeout)
-{
-    const long long deadline = nowMs() + (timeout == 0 ? 60000 : timeout);
-    for (;;) {
-        {
-            State state;
-            const long long stalled = state.number("fault_stall_upload");
-            if (!live(state) || stalled == 0 || stalled != state.number("uploads") + 1)
-                return false;
-            if (!m_stallLogged) {
-                logLine("fault stall");
-                m_stallLogged = true;
-            }
-        }
-        if (nowMs() >= deadline)
-            return true;
-        usleep(50000);
     }
 }
 

@@ -27,7 +27,6 @@ private:
     int command(State &state, const std::string &text, uint8_t request);
     void appendUpload(const uint8_t *data, size_t length);
     void finishUpload(State &state, const char *kind, size_t payloadBytes);
-    bool stalls(unsigned timeout);
     int kisRequest(State &state, const uint8_t *request, int length);
 
     unsigned m_generation;
@@ -36,8 +35,7 @@ private:
     std::string m_controlReply;       // what the next vendor control read returns
     std::vector<uint8_t> m_bulkReply; // what the next bulk read returns (KIS)
     uint8_t m_dfuState = 2;           // dfuIDLE
-    bool m_stallLogged = false;
-    bool m_bootAfterReply = false; // KIS: the watch boots its image once the host has read the reply
+    bool m_bootAfterReply = false;    // KIS: the watch boots its image once the host has read the reply
 };
 
 } // namespace vw

@@ -1,14 +1,10 @@
-#include "device/DeviceMonitor.h"
-#include "device/FakeUsbBus.h"
 #include "restore/RestoreDestinations.h"
-#include "restore/RestoreManager.h"
 #include "support/FakeTools.h"
 #include "support/RealTools.h"
 #include "support/TestFiles.h"
 #include "support/TestPaths.h"
 #include "tools/ToolLocator.h"
 
-#include <QCoroTask>
 #include <QDir>
 #include <QProcess>
 #include <QTest>
@@ -200,62 +196,8 @@ private slots:
         verifyToolEnvironment(*m_paths, tool);
     }
 
-    // The application finds a KIS watch through the companion and restores it through it.
-    void kisWatchIsFoundAndRestoredThroughTheCompanion()
-    {
-        attachUsbDevices(*m_paths, {"1881"});
-        // irecovery answers the query from one file and the device table from another.
-        const QString irecovery = m_paths->tool(QStringLiteral("bin/irecovery"));
-        QVERIFY(writeFile(irecovery + QStringLiteral(".query"), testData("irecovery-q-kis.txt")));
-        QVERIFY(writeFile(irecovery + QStringLiteral(".table"), testData("irecovery-devices-excerpt.txt")));
-        FakeToolBehaviour answering;
-        answering.extraShell = "if [ \"$1\" = -q ]; then cat \"$0.query\"; else cat \"$0.table\"; fi";
-        FakeTools::write(irecovery, answering);
-        // idevicerestore vouches for the watch's model, then restores until it is interrupted.
-        FakeToolBehaviour restoring;
-        restoring.extraShell =
-            "if [ \"$1\" = --ipsw-info ]; then echo 'Supported Product Types: Watch7,5'; exit 0; fi\n"
-            "trap 'echo stopped by interrupt; exit 1' INT; echo ready; while :; do sleep 0.05; done";
-        fakeTool("idevicerestore", restoring);
-
-        DeviceMonitor monitor;
-        QCoro::waitFor(monitor.poll());
-        QVERIFY(monitor.connectedWatch());
-        const ConnectedWatch watch = *monitor.connectedWatch();
-        QCOMPARE(watch, (ConnectedWatch{"Watch7,5", "n210ap", "Apple Watch Ultra 2",
-                                        "DFU via Debug USB (KIS)", "0xB24F61A9C0D5E",
-                                        "PRODUCT: Watch7,5\nMODEL: n210ap\nNAME: Apple Watch Ultra 2\n"
-                                        "MODE: DFU via Debug USB (KIS)\nECID: 0xB24F61A9C0D5E"}));
-        QCOMPARE(monitor.connectionHint(), QStringLiteral("KIS/DFU готов к восстановлению"));
-
-        RestoreManager manager;
-        const QString image =
-            QDir(m_paths->downloads()).filePath(QStringLiteral("Corvalin Firmware/watchOS 11.ipsw"));
-        QCoro::waitFor(manager.startRestore(image, watch));
-        QTRY_VERIFY_WITH_TIMEOUT(manager.logText().endsWith(QStringLiteral("ready\n")), 10000);
-        QVERIFY(manager.logText().contains(QStringLiteral("Совместимость подтверждена: Watch7,5.\n")));
-        QVERIFY(manager.process());
-        QCOMPARE(manager.process()->program(), m_companion);
-        QCOMPARE(manager.process()->arguments(),
-                 (QStringList{"--ecid", "0xB24F61A9C0D5E", "--progress", "restore", "--ipsw", image}));
-
-        // idevicerestore writes the log file the application announced, in the application's folders.
-        const QString announced =
-            manager.logText().section(QStringLiteral("Журнал: "), 1).section(u'\n', 0, 0);
-        QCOMPARE(QFileInfo(announced).path(), ToolLocator::logsDirectory());
-        const QString restoreTool = m_paths->tool(QStringLiteral("bin/idevicerestore"));
-        QVERIFY(FakeTools::recordedArguments(restoreTool).contains("--logfile=" + announced));
-        QVERIFY(FakeTools::recordedArguments(restoreTool).contains(ToolLocator::cacheDirectory()));
-
-        // The stop button interrupts the companion, which is idevicerestore by now.
-        manager.cancelRestore();
-        QTRY_VERIFY_WITH_TIMEOUT(!manager.isRestoring(), 10000);
-        QVERIFY(manager.logText().endsWith(QStringLiteral("stopped by interrupt\n"
-                                                          "Восстановление завершилось с ошибкой 1.\n")));
-    }
-
-    // With the real tools and no watch attached, a KIS ID on the bus ends in the could-not-read
-    // hint: irecovery finds nothing and the companion lists nothing.
+    // With the real tools and no watch attached, irecovery finds nothing and the companion lists
+    // nothing, which the device monitor reads as a KIS watch it could not read.
     void realToolsWithoutAWatchListNothing()
     {
         if (RealTools::folder().isEmpty())
@@ -268,13 +210,6 @@ private slots:
         QCOMPARE(run.standardOutput,
                  QByteArray(R"({"Command":"list","Devices":[],"Output":{},"Type":"CommandOutput"})"
                             "\n"));
-
-        attachUsbDevices(*m_paths, {"1881"});
-        DeviceMonitor monitor;
-        QCoro::waitFor(monitor.poll());
-        QVERIFY(!monitor.connectedWatch());
-        QCOMPARE(monitor.connectionHint(),
-                 QStringLiteral("Apple Configurator видит KIS, но не смог прочитать Apple Watch"));
     }
 };
 

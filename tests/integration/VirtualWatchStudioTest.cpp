@@ -5,8 +5,13 @@
 #include "integration/VirtualWatchStudio.h"
 
 #include "tools/ToolLocator.h"
+#include "ui/screens/LogTextView.h"
+#include "ui/screens/LogView.h"
+#include "ui/screens/RestoreConfirmationSheet.h"
+#include "ui/screens/RestoreView.h"
 
 #include <QFile>
+#include <QLineEdit>
 #include <QRegularExpression>
 #include <QTest>
 
@@ -293,9 +298,70 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(studio.logHas(waiting), 30000);
         QVERIFY(studio.restore()->isRestoring());
     }
+
+    // A DFU watch whose nonce changes once iBSS runs: idevicerestore asks for tickets again. Before
+    // that it reads the SEP nonce over a second connection while its first still holds the watch;
+    // the claim is refused and the tool retries for about 76 s before it asks without the SEP
+    // nonce. That wait is the real tool's, and a technician would sit through it as well.
+    void dfuWithANewNonceAsksForTicketsAgain()
+    {
+#ifdef __SANITIZE_ADDRESS__
+        QSKIP("The real tool's 76 s of retries are sat through once, in the plain build.");
+#endif
+        VirtualWatchStudio studio;
+        studio.attach(Mode::Dfu, series6Watch());
+        const QByteArray newNonce = "00112233445566778899aabbccddeeff00112233445566778899aabbccddeeff";
+        studio.watch.setFaults({.nonceAfterIbss = newNonce});
+        studio.chooseSyntheticImage(RestoreImage::series6());
+        studio.startRestore();
+        QTRY_VERIFY_WITH_TIMEOUT(studio.logHas(waiting) || !studio.restore()->isRestoring(), 110000);
+        QVERIFY2(studio.restore()->isRestoring(), qPrintable(studio.restore()->logText()));
+
+        QCOMPARE(studio.signing.requests().size(), 2);
+        QCOMPARE(studio.signing.requests().at(0).apNonce.toHex(), nonce);
+        QCOMPARE(studio.signing.requests().at(1).apNonce.toHex(), newNonce);
+        QCOMPARE(studio.signing.requests().at(1).ecid, 0x1A2B3C4D5E6Fu);
+        const QString missing = firstMissing(
+            studio.logLines(), {"Sending iBSS (586 bytes)...",
+                                "Nonce: 00 11 22 33 44 55 66 77 88 99 aa bb cc dd ee ff 00 11 22 33 "
+                                "44 55 66 77 88 99 aa bb cc dd ee ff",
+                                "Sending iBEC (586 bytes)...", waiting});
+        QVERIFY2(missing.isEmpty(), qPrintable(missing + u'\n' + studio.restore()->logText()));
+        QVERIFY(studio.watch.logged(QStringLiteral("arrive recovery ibss")));
+        QVERIFY(studio.stopAndTime() >= 0);
+    }
+
+    // The window: the typed confirmation starts the restore, the log screen shows the tool's
+    // waiting line while it waits, and the stop button ends it.
+    void throughTheWindow()
+    {
+        VirtualWatchStudio studio;
+        studio.attach(Mode::Recovery, series6Watch());
+        studio.chooseSyntheticImage(RestoreImage::series6());
+        RestoreView restoreView(studio.model(), studio.monitor(), studio.restore());
+        LogView logView(studio.model(), studio.restore());
+        auto *shown = logView.findChild<LogTextView *>();
+        QVERIFY(shown);
+
+        RestoreConfirmationSheet sheet(studio.model(), studio.monitor(), studio.restore());
+        sheet.show();
+        auto *phrase = sheet.findChild<QLineEdit *>(QStringLiteral("confirmationPhrase"));
+        QVERIFY(phrase);
+        for (const QChar character : QStringLiteral("ПРОШИТЬ"))
+            QTest::sendKeyEvent(QTest::Click, phrase, Qt::Key_unknown, QString(character), Qt::NoModifier);
+        QTest::mouseClick(sheet.findChild<QWidget *>(QStringLiteral("beginRestoreButton")), Qt::LeftButton);
+
+        QTRY_VERIFY_WITH_TIMEOUT(shown->text().contains(waiting), 30000);
+        restoreView.show();
+        auto *stop = restoreView.findChild<QWidget *>(QStringLiteral("stopRestoreButton"));
+        QVERIFY(stop && stop->isVisible());
+        QTest::mouseClick(stop, Qt::LeftButton);
+        QTRY_VERIFY_WITH_TIMEOUT(!studio.restore()->isRestoring(), 15000);
+        QTRY_VERIFY(shown->text().endsWith(failedLine + u'\n'));
+    }
 };
 
 Q_DECLARE_METATYPE(SigningServer::Answer)
 
-QTEST_GUILESS_MAIN(VirtualWatchStudioTest)
+QTEST_MAIN(VirtualWatchStudioTest)
 #include "VirtualWatchStudioTest.moc"

@@ -191,6 +191,7 @@ private slots:
         QCOMPARE(request.chipId, 0x8301u);
         QCOMPARE(request.boardId, 0x08u);
         QCOMPARE(request.apNonce.toHex(), nonce);
+        QCOMPARE(request.versionInfo, QByteArray("libauthinstall-1104.0.9")); // as current upstream asks
 
         // The tool's own log file is the one announced, in the application's logs folder.
         QCOMPARE(QFileInfo(studio.announcedLogFile()).path(), ToolLocator::logsDirectory());

@@ -141,6 +141,7 @@ void SigningServer::received(QSslSocket *socket, const QByteArray &body)
     request.chipId = plistValue(body, "ApChipID").toULongLong();
     request.boardId = plistValue(body, "ApBoardID").toULongLong();
     request.apNonce = QByteArray::fromBase64(plistValue(body, "ApNonce").simplified());
+    request.versionInfo = plistValue(body, "@VersionInfo");
     m_requests.append(request);
     if (m_holding)
         m_waiting.append(socket);

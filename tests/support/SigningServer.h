@@ -33,7 +33,8 @@ public:
         quint64 ecid = 0;
         quint64 chipId = 0;
         quint64 boardId = 0;
-        QByteArray apNonce; // decoded
+        QByteArray apNonce;     // decoded
+        QByteArray versionInfo; // the client's version, as libtatsu names itself
     };
 
     explicit SigningServer(Answer answer = Answer::tickets);

@@ -3,12 +3,12 @@
 #include "ui/FocusRing.h"
 #include "ui/Theme.h"
 
-#include <QKeyEvent>
+#include <QEvent>
 #include <QPainter>
 #include <QVBoxLayout>
 
 PlainButton::PlainButton(QWidget *content, const QString &accessibleName, QWidget *parent)
-    : QAbstractButton(parent), m_content(content), m_layout(new QVBoxLayout(this))
+    : PaintedButton(parent), m_content(content), m_layout(new QVBoxLayout(this))
 {
     m_layout->setContentsMargins(0, 0, 0, 0);
     m_layout->addWidget(content);
@@ -32,21 +32,11 @@ QSize PlainButton::minimumSizeHint() const
     return m_layout->minimumSize();
 }
 
-void PlainButton::keyPressEvent(QKeyEvent *event)
-{
-    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
-        click();
-        event->accept();
-        return;
-    }
-    QAbstractButton::keyPressEvent(event);
-}
-
 void PlainButton::changeEvent(QEvent *event)
 {
     if (event->type() == QEvent::EnabledChange)
         Theme::followEnabledState(this);
-    QAbstractButton::changeEvent(event);
+    PaintedButton::changeEvent(event);
 }
 
 void PlainButton::paintEvent(QPaintEvent *)

@@ -4,8 +4,8 @@
 #include "ui/Icons.h"
 #include "ui/Theme.h"
 
+#include <QEvent>
 #include <QFontMetricsF>
-#include <QKeyEvent>
 #include <QPainter>
 #include <QtMath>
 
@@ -16,7 +16,7 @@ constexpr int symbolSpacing = 6;
 } // namespace
 
 StudioButton::StudioButton(ButtonStyle style, const QString &text, const QString &symbol, QWidget *parent)
-    : QAbstractButton(parent), m_style(style), m_symbol(symbol)
+    : PaintedButton(parent), m_style(style), m_symbol(symbol)
 {
     setText(text);
     setFocusPolicy(Qt::StrongFocus);
@@ -63,21 +63,11 @@ QSize StudioButton::minimumSizeHint() const
     return sizeHint();
 }
 
-void StudioButton::keyPressEvent(QKeyEvent *event)
-{
-    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
-        click();
-        event->accept();
-        return;
-    }
-    QAbstractButton::keyPressEvent(event);
-}
-
 void StudioButton::changeEvent(QEvent *event)
 {
     if (event->type() == QEvent::EnabledChange)
         Theme::followEnabledState(this);
-    QAbstractButton::changeEvent(event);
+    PaintedButton::changeEvent(event);
 }
 
 void StudioButton::paintEvent(QPaintEvent *)

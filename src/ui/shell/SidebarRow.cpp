@@ -5,7 +5,6 @@
 #include "ui/Theme.h"
 
 #include <QAccessibleWidget>
-#include <QKeyEvent>
 #include <QPainter>
 
 namespace {
@@ -72,7 +71,7 @@ void installAccessibleRows()
 } // namespace
 
 SidebarRow::SidebarRow(NavigationSection section, QWidget *parent)
-    : QAbstractButton(parent), m_section(section)
+    : PaintedButton(parent), m_section(section)
 {
     installAccessibleRows();
     setText(Navigation::rawValue(section));
@@ -102,16 +101,6 @@ QSize SidebarRow::sizeHint() const
 {
     const QFontMetrics metrics(titleFont());
     return {horizontalPadding * 2 + symbolFrame + spacing + metrics.horizontalAdvance(text()), rowHeight};
-}
-
-void SidebarRow::keyPressEvent(QKeyEvent *event)
-{
-    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
-        click();
-        event->accept();
-        return;
-    }
-    QAbstractButton::keyPressEvent(event);
 }
 
 void SidebarRow::paintEvent(QPaintEvent *)

@@ -6,7 +6,6 @@
 #include "ui/shell/DesktopOpener.h"
 #include "ui/shell/UnopenedMessage.h"
 
-#include <QKeyEvent>
 #include <QPainter>
 
 namespace {
@@ -44,7 +43,7 @@ const QUrl &supportURL()
     return url;
 }
 
-SupportLink::SupportLink(QWidget *parent) : QAbstractButton(parent)
+SupportLink::SupportLink(QWidget *parent) : PaintedButton(parent)
 {
     setObjectName(QStringLiteral("supportLink"));
     setText(supportTitle);
@@ -80,16 +79,6 @@ QSize SupportLink::sizeHint() const
 QSize SupportLink::minimumSizeHint() const
 {
     return {padding * 2 + planeFrame + spacing * 2 + 60, sizeHint().height()};
-}
-
-void SupportLink::keyPressEvent(QKeyEvent *event)
-{
-    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
-        click();
-        event->accept();
-        return;
-    }
-    QAbstractButton::keyPressEvent(event);
 }
 
 void SupportLink::paintEvent(QPaintEvent *)

@@ -3,6 +3,7 @@
 #include <QColor>
 #include <QFont>
 #include <QLinearGradient>
+#include <QMargins>
 
 class QApplication;
 class QWidget;
@@ -68,6 +69,14 @@ void followEnabledState(QWidget *control);
 
 // Geometry of the kit's components.
 namespace Metrics {
+// Every screen's page: the margins around it and the spacing between its blocks.
+inline constexpr int pagePadding = 28;
+inline constexpr QMargins pageMargins(pagePadding, pagePadding, pagePadding, pagePadding);
+inline constexpr int pageSpacing = 20;
+// The overview's few large blocks stand a little further apart.
+inline constexpr int overviewPageSpacing = 22;
+// Cards side by side on a page.
+inline constexpr int pageCardsSpacing = 18;
 inline constexpr qreal cardRadius = 20;
 inline constexpr int cardPadding = 20;
 inline constexpr qreal brandIconRadius = 13;

@@ -1,5 +1,6 @@
 #include "ui/PlainButton.h"
 
+#include "ui/EnabledState.h"
 #include "ui/FocusRing.h"
 #include "ui/Theme.h"
 
@@ -15,7 +16,7 @@ PlainButton::PlainButton(QWidget *content, const QString &accessibleName, QWidge
     // Clicks on the content belong to the button.
     content->setAttribute(Qt::WA_TransparentForMouseEvents);
     setFocusPolicy(Qt::StrongFocus);
-    Theme::followEnabledState(this);
+    EnabledState::follow(this);
     setAccessibleName(accessibleName);
     setSizePolicy(content->sizePolicy());
 }
@@ -35,7 +36,7 @@ QSize PlainButton::minimumSizeHint() const
 void PlainButton::changeEvent(QEvent *event)
 {
     if (event->type() == QEvent::EnabledChange)
-        Theme::followEnabledState(this);
+        EnabledState::follow(this);
     PaintedButton::changeEvent(event);
 }
 
@@ -45,6 +46,6 @@ void PlainButton::paintEvent(QPaintEvent *)
         return;
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(QPen(Theme::withOpacity(Theme::studioAccent(), 0.9), 2));
+    painter.setPen(QPen(Theme::focusRing(), Theme::Metrics::focusRingWidth));
     painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), 13, 13);
 }

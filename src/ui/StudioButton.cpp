@@ -1,5 +1,6 @@
 #include "ui/StudioButton.h"
 
+#include "ui/EnabledState.h"
 #include "ui/FocusRing.h"
 #include "ui/Icons.h"
 #include "ui/Theme.h"
@@ -20,7 +21,7 @@ StudioButton::StudioButton(ButtonStyle style, const QString &text, const QString
 {
     setText(text);
     setFocusPolicy(Qt::StrongFocus);
-    Theme::followEnabledState(this);
+    EnabledState::follow(this);
     setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
     setButtonStyle(style);
 }
@@ -66,7 +67,7 @@ QSize StudioButton::minimumSizeHint() const
 void StudioButton::changeEvent(QEvent *event)
 {
     if (event->type() == QEvent::EnabledChange)
-        Theme::followEnabledState(this);
+        EnabledState::follow(this);
     PaintedButton::changeEvent(event);
 }
 
@@ -85,7 +86,7 @@ void StudioButton::paintEvent(QPaintEvent *)
     drawBackgroundOf(m_style, painter, QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), isDown());
 
     if (FocusRing::isVisible(this)) {
-        painter.setPen(QPen(Theme::withOpacity(Theme::white(), 0.7), 2));
+        painter.setPen(QPen(Theme::focusRingOnAccent(), Theme::Metrics::focusRingWidth));
         painter.setBrush(Qt::NoBrush);
         painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), metrics.radius, metrics.radius);
     }

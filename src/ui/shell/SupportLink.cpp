@@ -87,9 +87,11 @@ void SupportLink::paintEvent(QPaintEvent *)
     painter.setRenderHint(QPainter::Antialiasing);
     const QRectF shape = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
     const bool focusRing = FocusRing::isVisible(this);
-    painter.setPen(
-        QPen(Theme::withOpacity(Theme::studioAccent(), focusRing ? 0.9 : 0.16), focusRing ? 2 : 1));
-    painter.setBrush(Theme::withOpacity(Theme::studioAccent(), 0.08));
+    painter.setPen(focusRing
+                       ? QPen(Theme::focusRing(), Theme::Metrics::focusRingWidth)
+                       : QPen(Theme::withOpacity(Theme::studioAccent(), Theme::Opacity::supportLinkOutline),
+                              Theme::Metrics::outlineWidth));
+    painter.setBrush(Theme::withOpacity(Theme::studioAccent(), Theme::Opacity::supportLinkFill));
     painter.drawRoundedRect(shape, radius, radius);
 
     const qreal middle = height() / 2.0;

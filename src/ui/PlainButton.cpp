@@ -1,21 +1,22 @@
 #include "ui/PlainButton.h"
 
+#include "ui/EnabledState.h"
 #include "ui/FocusRing.h"
 #include "ui/Theme.h"
 
-#include <QKeyEvent>
+#include <QEvent>
 #include <QPainter>
 #include <QVBoxLayout>
 
 PlainButton::PlainButton(QWidget *content, const QString &accessibleName, QWidget *parent)
-    : QAbstractButton(parent), m_content(content), m_layout(new QVBoxLayout(this))
+    : PaintedButton(parent), m_content(content), m_layout(new QVBoxLayout(this))
 {
     m_layout->setContentsMargins(0, 0, 0, 0);
     m_layout->addWidget(content);
     // Clicks on the content belong to the button.
     content->setAttribute(Qt::WA_TransparentForMouseEvents);
     setFocusPolicy(Qt::StrongFocus);
-    Theme::followEnabledState(this);
+    EnabledState::follow(this);
     setAccessibleName(accessibleName);
     setSizePolicy(content->sizePolicy());
 }
@@ -32,21 +33,11 @@ QSize PlainButton::minimumSizeHint() const
     return m_layout->minimumSize();
 }
 
-void PlainButton::keyPressEvent(QKeyEvent *event)
-{
-    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
-        click();
-        event->accept();
-        return;
-    }
-    QAbstractButton::keyPressEvent(event);
-}
-
 void PlainButton::changeEvent(QEvent *event)
 {
     if (event->type() == QEvent::EnabledChange)
-        Theme::followEnabledState(this);
-    QAbstractButton::changeEvent(event);
+        EnabledState::follow(this);
+    PaintedButton::changeEvent(event);
 }
 
 void PlainButton::paintEvent(QPaintEvent *)
@@ -55,6 +46,6 @@ void PlainButton::paintEvent(QPaintEvent *)
         return;
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(QPen(Theme::withOpacity(Theme::studioAccent(), 0.9), 2));
+    painter.setPen(QPen(Theme::focusRing(), Theme::Metrics::focusRingWidth));
     painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), 13, 13);
 }

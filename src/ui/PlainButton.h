@@ -1,12 +1,12 @@
 #pragma once
 
-#include <QAbstractButton>
+#include "ui/PaintedButton.h"
 
 class QVBoxLayout;
 
 // A button without chrome around any content widget (an ActionRow, a card): it draws only a
 // focus ring, and clicks anywhere on the content trigger it. Disabled, it dims its content.
-class PlainButton final : public QAbstractButton {
+class PlainButton final : public PaintedButton {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(PlainButton)
 
@@ -22,7 +22,6 @@ public:
 
 protected:
     void paintEvent(QPaintEvent *event) override;
-    void keyPressEvent(QKeyEvent *event) override;
     void changeEvent(QEvent *event) override;
 
 private:

@@ -1,11 +1,12 @@
 #include "ui/StudioButton.h"
 
+#include "ui/EnabledState.h"
 #include "ui/FocusRing.h"
 #include "ui/Icons.h"
 #include "ui/Theme.h"
 
+#include <QEvent>
 #include <QFontMetricsF>
-#include <QKeyEvent>
 #include <QPainter>
 #include <QtMath>
 
@@ -16,11 +17,11 @@ constexpr int symbolSpacing = 6;
 } // namespace
 
 StudioButton::StudioButton(ButtonStyle style, const QString &text, const QString &symbol, QWidget *parent)
-    : QAbstractButton(parent), m_style(style), m_symbol(symbol)
+    : PaintedButton(parent), m_style(style), m_symbol(symbol)
 {
     setText(text);
     setFocusPolicy(Qt::StrongFocus);
-    Theme::followEnabledState(this);
+    EnabledState::follow(this);
     setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
     setButtonStyle(style);
 }
@@ -63,21 +64,11 @@ QSize StudioButton::minimumSizeHint() const
     return sizeHint();
 }
 
-void StudioButton::keyPressEvent(QKeyEvent *event)
-{
-    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
-        click();
-        event->accept();
-        return;
-    }
-    QAbstractButton::keyPressEvent(event);
-}
-
 void StudioButton::changeEvent(QEvent *event)
 {
     if (event->type() == QEvent::EnabledChange)
-        Theme::followEnabledState(this);
-    QAbstractButton::changeEvent(event);
+        EnabledState::follow(this);
+    PaintedButton::changeEvent(event);
 }
 
 void StudioButton::paintEvent(QPaintEvent *)
@@ -95,7 +86,7 @@ void StudioButton::paintEvent(QPaintEvent *)
     drawBackgroundOf(m_style, painter, QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), isDown());
 
     if (FocusRing::isVisible(this)) {
-        painter.setPen(QPen(Theme::withOpacity(Theme::white(), 0.7), 2));
+        painter.setPen(QPen(Theme::focusRingOnAccent(), Theme::Metrics::focusRingWidth));
         painter.setBrush(Qt::NoBrush);
         painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), metrics.radius, metrics.radius);
     }

@@ -2,13 +2,13 @@
 
 #include "ui/ButtonStyles.h"
 
-#include <QAbstractButton>
+#include "ui/PaintedButton.h"
 
 // A painted push button drawn by one of the kit's button styles, with a label and an optional
 // leading symbol. The style reads only the pressed state; a disabled button is dimmed as a
 // whole and shows the ordinary arrow pointer, the way native controls show it. Focus is drawn
 // as a ring; Space and Return activate it.
-class StudioButton final : public QAbstractButton {
+class StudioButton final : public PaintedButton {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(StudioButton)
 
@@ -30,7 +30,6 @@ public:
 
 protected:
     void paintEvent(QPaintEvent *event) override;
-    void keyPressEvent(QKeyEvent *event) override;
     void changeEvent(QEvent *event) override;
 
 private:

@@ -10,8 +10,6 @@ namespace {
 constexpr int barThickness = 10;
 constexpr int handleInset = 2;
 constexpr int handleMinimumLength = 28;
-constexpr qreal handleOpacity = 0.22;
-constexpr qreal handleActiveOpacity = 0.4;
 
 } // namespace
 
@@ -80,7 +78,8 @@ void StudioStyle::drawComplexControl(ComplexControl control, const QStyleOptionC
     painter->save();
     painter->setRenderHint(QPainter::Antialiasing);
     painter->setPen(Qt::NoPen);
-    painter->setBrush(Theme::withOpacity(Theme::white(), active ? handleActiveOpacity : handleOpacity));
+    painter->setBrush(Theme::withOpacity(Theme::white(), active ? Theme::Opacity::scrollHandleActive
+                                                                : Theme::Opacity::scrollHandle));
     painter->drawRoundedRect(QRectF(handle), radius, radius);
     painter->restore();
 }

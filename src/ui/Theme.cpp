@@ -1,15 +1,16 @@
 #include "ui/Theme.h"
 
+#include "ui/FontFamilies.h"
 #include "ui/StudioStyle.h"
 
 #include <QApplication>
-#include <QFontDatabase>
-#include <QGraphicsOpacityEffect>
+#include <QList>
 #include <QPalette>
 #include <QStyleFactory>
 #include <QWidget>
 
 #include <cmath>
+#include <utility>
 
 namespace Theme {
 
@@ -20,89 +21,39 @@ QColor fromComponents(qreal red, qreal green, qreal blue)
     return QColor::fromRgbF(float(red), float(green), float(blue));
 }
 
-// The first installed family of a list of candidates, or the empty text.
-QString firstInstalled(const QStringList &candidates)
-{
-    const QStringList installed = QFontDatabase::families();
-    for (const QString &family : candidates) {
-        if (installed.contains(family, Qt::CaseInsensitive))
-            return family;
-    }
-    return {};
-}
-
-// Faces with full Cyrillic coverage, closest to the platform's system face first.
-const QStringList &standardFamilies()
-{
-    static const QStringList families{QStringLiteral(".AppleSystemUIFont"), QStringLiteral("Inter"),
-                                      QStringLiteral("Noto Sans"), QStringLiteral("DejaVu Sans")};
-    return families;
-}
-
-// The platform's rounded face where it is installed under that name; otherwise the embedded
-// Manrope, whose bold Cyrillic keeps its shapes (round faces such as Comfortaa draw "т" as "m").
-const QStringList &roundedFamilies()
-{
-    static const QStringList families = [] {
-        QFontDatabase::addApplicationFont(QStringLiteral(":/fonts/Manrope-ExtraBold.ttf"));
-        return QStringList{QStringLiteral("SF Pro Rounded"), QStringLiteral("Manrope")};
-    }();
-    return families;
-}
-
-const QStringList &monospacedFamilies()
-{
-    static const QStringList families{QStringLiteral("SF Mono"), QStringLiteral("Menlo"),
-                                      QStringLiteral("DejaVu Sans Mono"), QStringLiteral("Noto Sans Mono")};
-    return families;
-}
-
-QString familyFor(FontDesign design)
-{
-    switch (design) {
-    case FontDesign::rounded: {
-        static const QString rounded = firstInstalled(roundedFamilies());
-        if (!rounded.isEmpty())
-            return rounded;
-        break;
-    }
-    case FontDesign::monospaced: {
-        static const QString mono = firstInstalled(monospacedFamilies());
-        if (!mono.isEmpty())
-            return mono;
-        return QFontDatabase::systemFont(QFontDatabase::FixedFont).family();
-    }
-    case FontDesign::standard: break;
-    }
-    static const QString standard = firstInstalled(standardFamilies());
-    return standard.isEmpty() ? QFontDatabase::systemFont(QFontDatabase::GeneralFont).family() : standard;
-}
-
 QPalette darkPalette()
 {
-    QPalette palette;
     const QColor window = fromComponents(0.07, 0.04, 0.11);
     const QColor base = fromComponents(0.10, 0.06, 0.15);
-    palette.setColor(QPalette::Window, window);
-    palette.setColor(QPalette::WindowText, textPrimary());
-    palette.setColor(QPalette::Base, base);
-    palette.setColor(QPalette::AlternateBase, window);
-    palette.setColor(QPalette::ToolTipBase, base);
-    palette.setColor(QPalette::ToolTipText, textPrimary());
-    palette.setColor(QPalette::PlaceholderText, textPlaceholder());
-    palette.setColor(QPalette::Text, textPrimary());
-    palette.setColor(QPalette::Button, fromComponents(0.16, 0.11, 0.22));
-    palette.setColor(QPalette::ButtonText, textPrimary());
-    palette.setColor(QPalette::BrightText, red());
-    palette.setColor(QPalette::Light, fromComponents(0.25, 0.2, 0.32));
-    palette.setColor(QPalette::Midlight, fromComponents(0.2, 0.15, 0.27));
-    palette.setColor(QPalette::Mid, fromComponents(0.14, 0.1, 0.2));
-    palette.setColor(QPalette::Dark, fromComponents(0.05, 0.03, 0.08));
-    palette.setColor(QPalette::Shadow, Qt::black);
-    palette.setColor(QPalette::Highlight, studioAccent());
-    palette.setColor(QPalette::HighlightedText, Qt::white);
-    palette.setColor(QPalette::Link, studioAccent());
-    palette.setColor(QPalette::LinkVisited, studioRose());
+    // Every role in every colour group: an inactive window looks as the active one does; a
+    // disabled control differs only in its text, which fades to the tertiary colour.
+    const QList<std::pair<QPalette::ColorRole, QColor>> roles{
+        {QPalette::Window, window},
+        {QPalette::WindowText, textPrimary()},
+        {QPalette::Base, base},
+        {QPalette::AlternateBase, window},
+        {QPalette::ToolTipBase, base},
+        {QPalette::ToolTipText, textPrimary()},
+        {QPalette::PlaceholderText, textPlaceholder()},
+        {QPalette::Text, textPrimary()},
+        {QPalette::Button, fromComponents(0.16, 0.11, 0.22)},
+        {QPalette::ButtonText, textPrimary()},
+        {QPalette::BrightText, red()},
+        {QPalette::Light, fromComponents(0.25, 0.2, 0.32)},
+        {QPalette::Midlight, fromComponents(0.2, 0.15, 0.27)},
+        {QPalette::Mid, fromComponents(0.14, 0.1, 0.2)},
+        {QPalette::Dark, fromComponents(0.05, 0.03, 0.08)},
+        {QPalette::Shadow, black()},
+        {QPalette::Highlight, studioAccent()},
+        {QPalette::HighlightedText, white()},
+        {QPalette::Link, studioAccent()},
+        {QPalette::LinkVisited, studioRose()},
+    };
+    QPalette palette;
+    for (const auto group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled}) {
+        for (const auto &[role, color] : roles)
+            palette.setColor(group, role, color);
+    }
     for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
         palette.setColor(QPalette::Disabled, role, textTertiary());
     return palette;
@@ -143,6 +94,11 @@ QColor sidebarBackground()
 QColor white()
 {
     return QColor(255, 255, 255);
+}
+
+QColor black()
+{
+    return QColor(0, 0, 0);
 }
 
 // The system colours as the dark appearance draws them.
@@ -186,6 +142,16 @@ QColor logText()
     return QColor::fromRgbF(0.7f, 0.95f, 0.85f);
 }
 
+QColor focusRing()
+{
+    return withOpacity(studioAccent(), Opacity::focusRing);
+}
+
+QColor focusRingOnAccent()
+{
+    return withOpacity(white(), Opacity::focusRingOnAccent);
+}
+
 QColor withOpacity(QColor color, qreal opacity)
 {
     color.setAlphaF(float(color.alphaF() * opacity));
@@ -206,7 +172,7 @@ const QLinearGradient &studioBackground()
 
 QFont font(int size, QFont::Weight weight, FontDesign design, qreal tracking)
 {
-    QFont result(familyFor(design));
+    QFont result(FontFamilies::of(design));
     result.setPixelSize(size);
     result.setWeight(weight);
     // Manrope's Bold is a step thinner than the platform's rounded bold; its ExtraBold matches it.
@@ -241,22 +207,6 @@ void applyDarkAppearance(QApplication &application)
 void applyDarkAppearance(QWidget *widget)
 {
     widget->setPalette(darkPalette());
-}
-
-void followEnabledState(QWidget *control)
-{
-    if (control->isEnabled()) {
-        control->setCursor(Qt::PointingHandCursor);
-        control->setGraphicsEffect(nullptr);
-        return;
-    }
-    control->unsetCursor();
-    // The painted colours stay the style's own; the dimming applies to the finished drawing.
-    if (!qobject_cast<QGraphicsOpacityEffect *>(control->graphicsEffect())) {
-        auto *dimming = new QGraphicsOpacityEffect;
-        dimming->setOpacity(Opacity::disabledControl);
-        control->setGraphicsEffect(dimming);
-    }
 }
 
 namespace Metrics {

@@ -295,7 +295,7 @@ private slots:
     void placeholderTextIsReadableOnEveryField_data()
     {
         QTest::addColumn<QColor>("field");
-        const QColor searchFill = Theme::withOpacity(Theme::white(), 0.07);
+        const QColor searchFill = Theme::withOpacity(Theme::white(), Theme::Opacity::searchFieldFill);
         QTest::newRow("search, backdrop start") << blend(searchFill, Theme::studioBackgroundStart());
         QTest::newRow("search, backdrop end") << blend(searchFill, Theme::studioBackgroundEnd());
         Theme::applyDarkAppearance(*qApp);

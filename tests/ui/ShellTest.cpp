@@ -4,6 +4,7 @@
 #include "support/FakeTools.h"
 #include "support/LocalHttpServer.h"
 #include "support/TestPaths.h"
+#include "tools/ToolLocator.h"
 #include "ui/FocusRing.h"
 #include "ui/StudioButton.h"
 #include "ui/Theme.h"
@@ -414,6 +415,41 @@ private slots:
         dialog.accept();
         QCOMPARE(dialog.result() == QDialog::Accepted, accepted);
         QCOMPARE(dialog.isVisible(), !accepted);
+    }
+
+    // The window's chooser opens and returns at once: no event loop of its own runs while the
+    // dialog is up. Its answer reaches the model when the dialog closes; a cancel changes nothing.
+    void chooserAnswersWhenClosed()
+    {
+        const QDir folder(ToolLocator::cacheDirectory());
+        const QString image = folder.filePath(QStringLiteral("Watch6_1.ipsw"));
+        QFile file(image);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        auto *model = new StudioModel(QUrl(QStringLiteral("http://127.0.0.1:9/")), {});
+        MainWindow window(model);
+        window.show();
+        QSignalSpy selected(model, &StudioModel::selectedIPSWChanged);
+        for (const bool confirm : {false, true}) {
+            model->chooseManualIPSW();
+            auto *dialog = window.findChild<IpswFileDialog *>();
+            QVERIFY(dialog);
+            QTRY_VERIFY(dialog->isVisible());
+            QCOMPARE(dialog->windowModality(), Qt::WindowModal);
+            QCOMPARE(QDir(dialog->directory()).canonicalPath(), folder.canonicalPath());
+            QCOMPARE(selected.size(), 0);
+            if (confirm) {
+                dialog->selectFile(image);
+                dialog->accept();
+            } else {
+                dialog->reject();
+            }
+            flushDeletes();
+            QVERIFY(!window.findChild<IpswFileDialog *>());
+        }
+        QCOMPARE(selected.size(), 1);
+        QCOMPARE(model->selectedIPSW(), std::optional(image));
+        QVERIFY(
+            model->restoreManager()->logText().contains(QStringLiteral("Выбран локальный файл: ") + image));
     }
 
     // Tab visits every control of the window once per round; each stop is on screen, shows that

@@ -15,10 +15,7 @@ namespace {
 constexpr int horizontalPadding = 14;
 constexpr int fieldHeight = 42;
 constexpr qreal fieldRadius = 12;
-constexpr qreal fillOpacity = 0.07;
 constexpr int textSize = 13;
-constexpr qreal focusOpacity = 0.9;
-constexpr qreal focusWidth = 2;
 
 } // namespace
 
@@ -74,9 +71,9 @@ void CatalogSearchField::paintEvent(QPaintEvent *)
     painter.setRenderHint(QPainter::Antialiasing);
     QPainterPath shape;
     shape.addRoundedRect(QRectF(rect()), fieldRadius, fieldRadius);
-    painter.fillPath(shape, Theme::withOpacity(Theme::white(), fillOpacity));
+    painter.fillPath(shape, Theme::withOpacity(Theme::white(), Theme::Opacity::searchFieldFill));
     if (m_field->hasFocus()) {
-        painter.setPen(QPen(Theme::withOpacity(Theme::studioAccent(), focusOpacity), focusWidth));
+        painter.setPen(QPen(Theme::focusRing(), Theme::Metrics::focusRingWidth));
         QPainterPath ring;
         ring.addRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), fieldRadius - 1, fieldRadius - 1);
         painter.drawPath(ring);

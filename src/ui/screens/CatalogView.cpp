@@ -18,8 +18,6 @@
 
 namespace {
 
-constexpr int pagePadding = 28;
-constexpr int pageSpacing = 20;
 constexpr int loadingSpacing = 10;
 
 QWidget *loadingIndicator()
@@ -80,8 +78,8 @@ CatalogView::CatalogView(StudioModel *model, QWidget *parent)
             [this](const QModelIndex &index) { m_model->select(m_rows->firmwareAt(index.row())); });
 
     auto *stack = new QVBoxLayout(this);
-    stack->setContentsMargins(pagePadding, pagePadding, pagePadding, pagePadding);
-    stack->setSpacing(pageSpacing);
+    stack->setContentsMargins(Theme::Metrics::pageMargins);
+    stack->setSpacing(Theme::Metrics::pageSpacing);
     stack->addWidget(new PageHeader(
         QStringLiteral("AppleDB · CDN Apple"), QStringLiteral("Каталог прошивок"),
         QStringLiteral("Полные Restore.ipsw с проверкой модели и контрольной суммы."), m_refresh));

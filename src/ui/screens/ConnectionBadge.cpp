@@ -12,7 +12,6 @@ constexpr int spacing = 8;
 constexpr int horizontalPadding = 13;
 constexpr int verticalPadding = 8;
 constexpr int textSize = 12;
-constexpr qreal capsuleOpacity = 0.07;
 
 QFont badgeFont()
 {
@@ -56,7 +55,7 @@ void ConnectionBadge::paintEvent(QPaintEvent *)
     const QRectF area = rect();
     QPainterPath capsule;
     capsule.addRoundedRect(area, area.height() / 2, area.height() / 2);
-    painter.fillPath(capsule, Theme::withOpacity(Theme::white(), capsuleOpacity));
+    painter.fillPath(capsule, Theme::withOpacity(Theme::white(), Theme::Opacity::badgeCapsule));
 
     painter.setPen(Qt::NoPen);
     painter.setBrush(m_connected ? Theme::green() : Theme::orange());

@@ -29,14 +29,14 @@ constexpr int markSize = 18;
 constexpr int titleSpacing = 8;
 constexpr int lineSpacing = 4;
 
-constexpr qreal selectedTileOpacity = 0.18;
-constexpr qreal idleTileOpacity = 0.055;
-constexpr qreal selectedFillOpacity = 0.08;
-constexpr qreal idleFillOpacity = 0.035;
-constexpr qreal selectedOutlineOpacity = 0.35;
-constexpr qreal idleOutlineOpacity = 0.055;
-constexpr qreal idleMarkOpacity = 0.45;
-constexpr qreal focusRingOpacity = 0.8;
+constexpr qreal selectedTileOpacity = Theme::Opacity::firmwareTileSelected;
+constexpr qreal idleTileOpacity = Theme::Opacity::firmwareTile;
+constexpr qreal selectedFillOpacity = Theme::Opacity::firmwareRowFillSelected;
+constexpr qreal idleFillOpacity = Theme::Opacity::firmwareRowFill;
+constexpr qreal selectedOutlineOpacity = Theme::Opacity::firmwareRowOutlineSelected;
+constexpr qreal idleOutlineOpacity = Theme::Opacity::firmwareRowOutline;
+constexpr qreal idleMarkOpacity = Theme::Opacity::firmwareRowMark;
+constexpr qreal focusRingOpacity = Theme::Opacity::firmwareRowFocusRing;
 
 QPainterPath roundedRect(const QRectF &rect, qreal radius)
 {

@@ -12,8 +12,6 @@ namespace {
 
 constexpr int padding = 18;
 constexpr qreal radius = 16;
-constexpr qreal fillOpacity = 0.55;
-constexpr qreal outlineOpacity = 0.15;
 
 } // namespace
 
@@ -35,13 +33,14 @@ void LogBox::paintEvent(QPaintEvent *)
     painter.setRenderHint(QPainter::Antialiasing);
     QPainterPath shape;
     shape.addRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), radius, radius);
-    painter.fillPath(shape, Theme::withOpacity(QColor(Qt::black), fillOpacity));
-    painter.setPen(QPen(Theme::withOpacity(Theme::green(), outlineOpacity), Theme::Metrics::outlineWidth));
+    painter.fillPath(shape, Theme::withOpacity(Theme::black(), Theme::Opacity::logFill));
+    painter.setPen(
+        QPen(Theme::withOpacity(Theme::green(), Theme::Opacity::logOutline), Theme::Metrics::outlineWidth));
     painter.drawPath(shape);
     if (FocusRing::isVisible(m_text)) {
         QPainterPath ring;
         ring.addRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), radius - 0.5, radius - 0.5);
-        painter.setPen(QPen(Theme::withOpacity(Theme::studioAccent(), 0.9), 2));
+        painter.setPen(QPen(Theme::focusRing(), Theme::Metrics::focusRingWidth));
         painter.drawPath(ring);
     }
 }

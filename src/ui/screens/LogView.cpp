@@ -3,6 +3,7 @@
 #include "restore/RestoreManager.h"
 #include "ui/PageHeader.h"
 #include "ui/StudioButton.h"
+#include "ui/Theme.h"
 #include "ui/screens/LogBox.h"
 #include "ui/screens/LogStatusLine.h"
 #include "ui/screens/LogTextView.h"
@@ -14,8 +15,6 @@
 
 namespace {
 
-constexpr int pagePadding = 28;
-constexpr int pageSpacing = 20;
 // A tool can print thousands of chunks a second; the screen takes them in once per frame.
 constexpr int frameMilliseconds = 16;
 
@@ -55,8 +54,8 @@ LogView::LogView(StudioModel *, RestoreManager *restoreManager, QWidget *parent)
     m_log = box->text();
 
     auto *stack = new QVBoxLayout(this);
-    stack->setContentsMargins(pagePadding, pagePadding, pagePadding, pagePadding);
-    stack->setSpacing(pageSpacing);
+    stack->setContentsMargins(Theme::Metrics::pageMargins);
+    stack->setSpacing(Theme::Metrics::pageSpacing);
     stack->addWidget(new PageHeader(
         QStringLiteral("Диагностика"), QStringLiteral("Журнал процесса"),
         QStringLiteral("Вывод проверки, загрузки и восстановления в реальном времени."), m_copy));

@@ -19,8 +19,6 @@ constexpr int textSpacing = 5;
 constexpr int tileSide = 58;
 constexpr int connectedSymbolSize = 25;
 constexpr int waitingSymbolSize = 23;
-constexpr qreal connectedTileOpacity = 0.15;
-constexpr qreal waitingTileOpacity = 0.14;
 
 } // namespace
 
@@ -76,13 +74,13 @@ void OverviewDeviceCard::refresh()
 {
     m_spinner->setVisible(m_monitor->isChecking());
     if (const auto &watch = m_monitor->connectedWatch()) {
-        m_tile->setFill(Theme::withOpacity(Theme::green(), connectedTileOpacity));
+        m_tile->setFill(Theme::withOpacity(Theme::green(), Theme::Opacity::connectedTile));
         m_tile->setSymbol(QStringLiteral("applewatch.radiowaves.left.and.right"), Theme::green());
         m_tile->setSymbolSize(connectedSymbolSize);
         m_title->setText(watch->name);
         m_detail->setText(watch->productType + QStringLiteral(" • ") + watch->mode);
     } else {
-        m_tile->setFill(Theme::withOpacity(Theme::orange(), waitingTileOpacity));
+        m_tile->setFill(Theme::withOpacity(Theme::orange(), Theme::Opacity::waitingTile));
         m_tile->setSymbol(QStringLiteral("cable.connector.slash"), Theme::orange());
         m_tile->setSymbolSize(waitingSymbolSize);
         m_title->setText(QStringLiteral("Часы не обнаружены"));

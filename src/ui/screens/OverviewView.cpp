@@ -5,6 +5,7 @@
 #include "download/DownloadManager.h"
 #include "ui/ErrorBanner.h"
 #include "ui/PageHeader.h"
+#include "ui/Theme.h"
 #include "ui/screens/CatalogStateCard.h"
 #include "ui/screens/ConnectionBadge.h"
 #include "ui/screens/DownloadCard.h"
@@ -16,14 +17,6 @@
 #include <QHBoxLayout>
 #include <QScrollArea>
 #include <QVBoxLayout>
-
-namespace {
-
-constexpr int pagePadding = 28;
-constexpr int pageSpacing = 22;
-constexpr int cardsSpacing = 18;
-
-} // namespace
 
 OverviewView::OverviewView(StudioModel *model, DeviceMonitor *monitor, DownloadManager *downloader,
                            QWidget *parent)
@@ -42,13 +35,13 @@ OverviewView::OverviewView(StudioModel *model, DeviceMonitor *monitor, DownloadM
 
     auto *page = new QWidget;
     auto *stack = new QVBoxLayout(page);
-    stack->setContentsMargins(pagePadding, pagePadding, pagePadding, pagePadding);
-    stack->setSpacing(pageSpacing);
+    stack->setContentsMargins(Theme::Metrics::pageMargins);
+    stack->setSpacing(Theme::Metrics::overviewPageSpacing);
     stack->addWidget(new PageHeader(
         QStringLiteral("Центр управления"), QStringLiteral("Добро пожаловать"),
         QStringLiteral("Загрузка и восстановление Apple Watch без аккаунта и баллов."), m_badge));
     auto *cards = new QHBoxLayout;
-    cards->setSpacing(cardsSpacing);
+    cards->setSpacing(Theme::Metrics::pageCardsSpacing);
     cards->addWidget(new OverviewDeviceCard(monitor), 1, Qt::AlignTop);
     cards->addWidget(new QuickActionsCard(model), 1, Qt::AlignTop);
     stack->addLayout(cards);

@@ -8,6 +8,7 @@
 #include "ui/PageHeader.h"
 #include "ui/StudioButton.h"
 #include "ui/StudioCard.h"
+#include "ui/Theme.h"
 #include "ui/screens/RestoreDeviceCard.h"
 #include "ui/screens/RestoreFirmwareCard.h"
 #include "ui/screens/RestoreTransport.h"
@@ -19,9 +20,6 @@
 
 namespace {
 
-constexpr int pagePadding = 28;
-constexpr int pageSpacing = 20;
-constexpr int cardsSpacing = 18;
 constexpr int checksSpacing = 14;
 
 } // namespace
@@ -42,14 +40,14 @@ RestoreView::RestoreView(StudioModel *model, DeviceMonitor *monitor, RestoreMana
 
     auto *page = new QWidget;
     auto *stack = new QVBoxLayout(page);
-    stack->setContentsMargins(pagePadding, pagePadding, pagePadding, pagePadding);
-    stack->setSpacing(pageSpacing);
+    stack->setContentsMargins(Theme::Metrics::pageMargins);
+    stack->setSpacing(Theme::Metrics::pageSpacing);
     stack->addWidget(new PageHeader(
         QStringLiteral("Безопасный режим"), QStringLiteral("Восстановление"),
         QStringLiteral("Перед запуском проверяются ProductType, BuildManifest и состояние подключения.")));
 
     auto *cards = new QHBoxLayout;
-    cards->setSpacing(cardsSpacing);
+    cards->setSpacing(Theme::Metrics::pageCardsSpacing);
     cards->addWidget(new RestoreFirmwareCard(model, monitor), 1, Qt::AlignTop);
     cards->addWidget(new RestoreDeviceCard(monitor), 1, Qt::AlignTop);
     stack->addLayout(cards);

@@ -21,16 +21,16 @@ constexpr int textSpacing = 7;
 constexpr int tileSide = 72;
 constexpr qreal tileRadius = 18;
 constexpr int tileSymbolSize = 29;
-constexpr qreal tileStartOpacity = 0.7;
-constexpr qreal tileEndOpacity = 0.65;
 constexpr qreal eyebrowTracking = 1.4;
 
 QBrush tileGradient()
 {
     QLinearGradient gradient(0, 0, 1, 1);
     gradient.setCoordinateMode(QGradient::ObjectBoundingMode);
-    gradient.setColorAt(0, Theme::withOpacity(Theme::studioAccentDeep(), tileStartOpacity));
-    gradient.setColorAt(1, Theme::withOpacity(Theme::studioAccent(), tileEndOpacity));
+    gradient.setColorAt(
+        0, Theme::withOpacity(Theme::studioAccentDeep(), Theme::Opacity::selectedFirmwareTileStart));
+    gradient.setColorAt(1,
+                        Theme::withOpacity(Theme::studioAccent(), Theme::Opacity::selectedFirmwareTileEnd));
     return gradient;
 }
 

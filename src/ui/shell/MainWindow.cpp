@@ -51,7 +51,16 @@ MainWindow::MainWindow(StudioModel *model, QWidget *parent)
     setWindowTitle(QStringLiteral("Corvalin Studio"));
     setCentralWidget(m_root);
     const QPointer<MainWindow> self(this);
-    model->setManualIPSWChooser([self] { return ShellCommands::chooseManualIPSW(self); });
+    // The dialog is only opened here: its answer reaches the model when the user closes it, taken
+    // exactly as a file opened another way is; until then nothing is chosen.
+    const QPointer<StudioModel> receiver(model);
+    model->setManualIPSWChooser([self, receiver] {
+        ShellCommands::chooseManualIPSW(self, [receiver](const ManualIPSWChoice &choice) {
+            if (receiver)
+                receiver->takeManualIPSW(choice);
+        });
+        return ManualIPSWChoice{};
+    });
     buildMenu();
     WindowFit::apply(this, StudioRootView::minimumContentSize(), preferredSize);
     setAcceptDrops(true);

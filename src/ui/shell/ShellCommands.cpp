@@ -30,20 +30,29 @@ bool takeRestoreImage(StudioModel *model, const QString &path)
     return true;
 }
 
-ManualIPSWChoice chooseManualIPSW(QWidget *parent)
+void chooseManualIPSW(QWidget *parent, std::function<void(const ManualIPSWChoice &)> answer)
 {
-    // A platform's own chooser answers for itself; should it hand back anything but a restore
-    // image, the user is asked again.
-    for (;;) {
-        IpswFileDialog dialog(parent, ToolLocator::cacheDirectory());
-        if (dialog.exec() != QDialog::Accepted)
-            return {};
-        const QStringList files = dialog.selectedFiles();
-        if (files.isEmpty())
-            return {true, std::nullopt};
-        if (IpswFileDialog::isRestoreImage(files.constFirst()))
-            return {true, files.constFirst()};
-    }
+    auto *dialog = new IpswFileDialog(parent, ToolLocator::cacheDirectory());
+    QObject::connect(dialog, &QDialog::finished, dialog, [dialog, parent, answer](int result) {
+        dialog->deleteLater();
+        if (result != QDialog::Accepted) {
+            answer({});
+            return;
+        }
+        const QStringList files = dialog->selectedFiles();
+        if (files.isEmpty()) {
+            answer({true, std::nullopt});
+            return;
+        }
+        if (IpswFileDialog::isRestoreImage(files.constFirst())) {
+            answer({true, files.constFirst()});
+            return;
+        }
+        // A platform's own chooser answers for itself; should it hand back anything but a
+        // restore image, the user is asked again, in a fresh dialog as at first.
+        chooseManualIPSW(parent, answer);
+    });
+    dialog->open();
 }
 
 } // namespace ShellCommands

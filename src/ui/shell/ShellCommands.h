@@ -2,6 +2,8 @@
 
 #include "app/StudioModel.h"
 
+#include <functional>
+
 class QWidget;
 
 // Actions of the application entry that belong to no screen.
@@ -11,8 +13,11 @@ namespace ShellCommands {
 // no file manager opens it, a message over `parent` says where it is.
 void openFirmwareFolder(QWidget *parent);
 
-// The production file chooser: a modal dialog for exactly one existing ".ipsw" file.
-ManualIPSWChoice chooseManualIPSW(QWidget *parent);
+// The production file chooser: a window-modal dialog for exactly one existing ".ipsw" file,
+// opened without waiting for it (no event loop of its own: polling, downloads and the quit
+// guard go on as usual). answer receives the user's choice once the dialog is closed; the
+// dialog goes with parent.
+void chooseManualIPSW(QWidget *parent, std::function<void(const ManualIPSWChoice &)> answer);
 
 // A file opened without the chooser (given on the command line, passed on by a later start,
 // dropped on the window): held to the chooser's rule, then taken as the chooser's answer is.

@@ -9,7 +9,6 @@
 namespace {
 constexpr int padding = 16;
 constexpr qreal radius = 14;
-constexpr qreal fillOpacity = 0.04;
 } // namespace
 
 SidebarFeatures::SidebarFeatures(QWidget *parent) : QWidget(parent)
@@ -32,6 +31,6 @@ void SidebarFeatures::paintEvent(QPaintEvent *)
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
-    painter.setBrush(Theme::withOpacity(Theme::white(), fillOpacity));
+    painter.setBrush(Theme::withOpacity(Theme::white(), Theme::Opacity::sidebarFeaturesFill));
     painter.drawRoundedRect(QRectF(rect()), radius, radius);
 }

@@ -5,7 +5,6 @@
 #include "ui/Theme.h"
 
 #include <QAccessibleWidget>
-#include <QKeyEvent>
 #include <QPainter>
 
 namespace {
@@ -15,7 +14,6 @@ constexpr int spacing = 12;
 constexpr int symbolSize = 15;
 constexpr int symbolFrame = 22;
 constexpr qreal highlightRadius = 11;
-constexpr qreal highlightOpacity = 0.1;
 
 QFont titleFont()
 {
@@ -71,8 +69,7 @@ void installAccessibleRows()
 }
 } // namespace
 
-SidebarRow::SidebarRow(NavigationSection section, QWidget *parent)
-    : QAbstractButton(parent), m_section(section)
+SidebarRow::SidebarRow(NavigationSection section, QWidget *parent) : PaintedButton(parent), m_section(section)
 {
     installAccessibleRows();
     setText(Navigation::rawValue(section));
@@ -104,16 +101,6 @@ QSize SidebarRow::sizeHint() const
     return {horizontalPadding * 2 + symbolFrame + spacing + metrics.horizontalAdvance(text()), rowHeight};
 }
 
-void SidebarRow::keyPressEvent(QKeyEvent *event)
-{
-    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
-        click();
-        event->accept();
-        return;
-    }
-    QAbstractButton::keyPressEvent(event);
-}
-
 void SidebarRow::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
@@ -121,11 +108,11 @@ void SidebarRow::paintEvent(QPaintEvent *)
     const QRectF area(rect());
     if (m_selected) {
         painter.setPen(Qt::NoPen);
-        painter.setBrush(Theme::withOpacity(Theme::white(), highlightOpacity));
+        painter.setBrush(Theme::withOpacity(Theme::white(), Theme::Opacity::sidebarHighlight));
         painter.drawRoundedRect(area, highlightRadius, highlightRadius);
     }
     if (FocusRing::isVisible(this)) {
-        painter.setPen(QPen(Theme::withOpacity(Theme::studioAccent(), 0.9), 2));
+        painter.setPen(QPen(Theme::focusRing(), Theme::Metrics::focusRingWidth));
         painter.setBrush(Qt::NoBrush);
         painter.drawRoundedRect(area.adjusted(1, 1, -1, -1), highlightRadius, highlightRadius);
     }

@@ -2,11 +2,11 @@
 
 #include "app/NavigationSection.h"
 
-#include <QAbstractButton>
+#include "ui/PaintedButton.h"
 
 // One section of the sidebar: a plain button with the section's symbol and title, drawn in
 // white on a soft highlight while it is the selected section.
-class SidebarRow final : public QAbstractButton {
+class SidebarRow final : public PaintedButton {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(SidebarRow)
 
@@ -22,7 +22,6 @@ public:
 
 protected:
     void paintEvent(QPaintEvent *event) override;
-    void keyPressEvent(QKeyEvent *event) override;
 
 private:
     NavigationSection m_section;

@@ -6,7 +6,6 @@
 #include "ui/shell/DesktopOpener.h"
 #include "ui/shell/UnopenedMessage.h"
 
-#include <QKeyEvent>
 #include <QPainter>
 
 namespace {
@@ -44,7 +43,7 @@ const QUrl &supportURL()
     return url;
 }
 
-SupportLink::SupportLink(QWidget *parent) : QAbstractButton(parent)
+SupportLink::SupportLink(QWidget *parent) : PaintedButton(parent)
 {
     setObjectName(QStringLiteral("supportLink"));
     setText(supportTitle);
@@ -82,25 +81,17 @@ QSize SupportLink::minimumSizeHint() const
     return {padding * 2 + planeFrame + spacing * 2 + 60, sizeHint().height()};
 }
 
-void SupportLink::keyPressEvent(QKeyEvent *event)
-{
-    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
-        click();
-        event->accept();
-        return;
-    }
-    QAbstractButton::keyPressEvent(event);
-}
-
 void SupportLink::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     const QRectF shape = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
     const bool focusRing = FocusRing::isVisible(this);
-    painter.setPen(
-        QPen(Theme::withOpacity(Theme::studioAccent(), focusRing ? 0.9 : 0.16), focusRing ? 2 : 1));
-    painter.setBrush(Theme::withOpacity(Theme::studioAccent(), 0.08));
+    painter.setPen(focusRing
+                       ? QPen(Theme::focusRing(), Theme::Metrics::focusRingWidth)
+                       : QPen(Theme::withOpacity(Theme::studioAccent(), Theme::Opacity::supportLinkOutline),
+                              Theme::Metrics::outlineWidth));
+    painter.setBrush(Theme::withOpacity(Theme::studioAccent(), Theme::Opacity::supportLinkFill));
     painter.drawRoundedRect(shape, radius, radius);
 
     const qreal middle = height() / 2.0;

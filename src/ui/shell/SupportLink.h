@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QAbstractButton>
+#include "ui/PaintedButton.h"
+
 #include <QUrl>
 
 // The support chat's address, fixed in the program; an invalid one is a programming error.
@@ -8,7 +9,7 @@ const QUrl &supportURL();
 
 // The sidebar's link to the support chat: a tinted card with the handle, opening supportURL
 // in the browser when pressed.
-class SupportLink final : public QAbstractButton {
+class SupportLink final : public PaintedButton {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(SupportLink)
 
@@ -23,5 +24,4 @@ public:
 
 protected:
     void paintEvent(QPaintEvent *event) override;
-    void keyPressEvent(QKeyEvent *event) override;
 };

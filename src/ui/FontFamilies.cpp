@@ -1,0 +1,70 @@
+#include "ui/FontFamilies.h"
+
+#include <QFontDatabase>
+#include <QStringList>
+
+namespace {
+
+// The first installed family of a list of candidates, or the empty text.
+QString firstInstalled(const QStringList &candidates)
+{
+    const QStringList installed = QFontDatabase::families();
+    for (const QString &family : candidates) {
+        if (installed.contains(family, Qt::CaseInsensitive))
+            return family;
+    }
+    return {};
+}
+
+// Faces with full Cyrillic coverage, closest to the platform's system face first.
+const QStringList &standardFamilies()
+{
+    static const QStringList families{QStringLiteral(".AppleSystemUIFont"), QStringLiteral("Inter"),
+                                      QStringLiteral("Noto Sans"), QStringLiteral("DejaVu Sans")};
+    return families;
+}
+
+// The platform's rounded face where it is installed under that name; otherwise the embedded
+// Manrope, whose bold Cyrillic keeps its shapes (round faces such as Comfortaa draw "т" as "m").
+const QStringList &roundedFamilies()
+{
+    static const QStringList families = [] {
+        QFontDatabase::addApplicationFont(QStringLiteral(":/fonts/Manrope-ExtraBold.ttf"));
+        return QStringList{QStringLiteral("SF Pro Rounded"), QStringLiteral("Manrope")};
+    }();
+    return families;
+}
+
+const QStringList &monospacedFamilies()
+{
+    static const QStringList families{QStringLiteral("SF Mono"), QStringLiteral("Menlo"),
+                                      QStringLiteral("DejaVu Sans Mono"), QStringLiteral("Noto Sans Mono")};
+    return families;
+}
+
+} // namespace
+
+namespace FontFamilies {
+
+QString of(Theme::FontDesign design)
+{
+    switch (design) {
+    case Theme::FontDesign::rounded: {
+        static const QString rounded = firstInstalled(roundedFamilies());
+        if (!rounded.isEmpty())
+            return rounded;
+        break;
+    }
+    case Theme::FontDesign::monospaced: {
+        static const QString mono = firstInstalled(monospacedFamilies());
+        if (!mono.isEmpty())
+            return mono;
+        return QFontDatabase::systemFont(QFontDatabase::FixedFont).family();
+    }
+    case Theme::FontDesign::standard: break;
+    }
+    static const QString standard = firstInstalled(standardFamilies());
+    return standard.isEmpty() ? QFontDatabase::systemFont(QFontDatabase::GeneralFont).family() : standard;
+}
+
+} // namespace FontFamilies

@@ -322,6 +322,5 @@ private slots:
     }
 };
 
-
 QTEST_GUILESS_MAIN(CatalogServiceTest)
 #include "CatalogServiceTest.moc"

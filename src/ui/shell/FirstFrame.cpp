@@ -11,8 +11,7 @@ Q_LOGGING_CATEGORY(firstFrameLog, "corvalin.startup", QtWarningMsg)
 
 class FirstPaintWatcher final : public QObject {
 public:
-    FirstPaintWatcher(QWidget *window, std::function<void()> then, bool logged)
-        : QObject(window), m_then(std::move(then)), m_logged(logged)
+    FirstPaintWatcher(QWidget *window, std::function<void()> then) : QObject(window), m_then(std::move(then))
     {}
 
     bool eventFilter(QObject *watched, QEvent *event) override
@@ -21,8 +20,7 @@ public:
             watched->removeEventFilter(this);
             // After this paint, and the flush that follows it, have finished.
             QTimer::singleShot(0, this, [this] {
-                if (m_logged)
-                    qCInfo(firstFrameLog) << "First frame";
+                qCInfo(firstFrameLog) << "First frame";
                 if (m_then)
                     m_then();
                 deleteLater();
@@ -33,7 +31,6 @@ public:
 
 private:
     std::function<void()> m_then;
-    bool m_logged;
 };
 
 } // namespace
@@ -42,12 +39,7 @@ namespace FirstFrame {
 
 void whenPainted(QWidget *window, std::function<void()> then)
 {
-    window->installEventFilter(new FirstPaintWatcher(window, std::move(then), true));
-}
-
-void afterNextPaint(QWidget *widget, std::function<void()> then)
-{
-    widget->installEventFilter(new FirstPaintWatcher(widget, std::move(then), false));
+    window->installEventFilter(new FirstPaintWatcher(window, std::move(then)));
 }
 
 } // namespace FirstFrame

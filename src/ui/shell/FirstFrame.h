@@ -10,7 +10,5 @@ class QWidget;
 namespace FirstFrame {
 
 void whenPainted(QWidget *window, std::function<void()> then);
-// The same without the log line, for any widget.
-void afterNextPaint(QWidget *widget, std::function<void()> then);
 
 } // namespace FirstFrame

@@ -11,7 +11,6 @@
 #include "ui/screens/RestoreConfirmationSheet.h"
 #include "ui/screens/RestoreView.h"
 #include "ui/screens/ScreenLabels.h"
-#include "ui/shell/FirstFrame.h"
 #include "ui/shell/StudioSidebar.h"
 #include "ui/shell/UnsignedFirmwareAlert.h"
 
@@ -27,7 +26,6 @@ constexpr int sidebarMinimumWidth = 230;
 constexpr int sidebarIdealWidth = 250;
 constexpr int sidebarMaximumWidth = 280;
 constexpr QSize designMinimum(1120, 720);
-constexpr std::chrono::milliseconds unpaintedStartDelay(1000);
 
 NavigationSection shownSection(std::optional<NavigationSection> section)
 {
@@ -172,17 +170,7 @@ void StudioRootView::showEvent(QShowEvent *event)
     if (m_started)
         return;
     m_started = true;
-    // Started once the window's first frame is painted: the catalogue request loads the TLS
-    // library, which that frame need not wait for. A window the system does not paint yet (shown
-    // minimised) starts a moment later all the same.
-    const auto start = [self = QPointer(this)] {
-        if (!self || self->m_modelStarted)
-            return;
-        self->m_modelStarted = true;
-        self->m_model->start();
-    };
-    FirstFrame::afterNextPaint(window(), start);
-    QTimer::singleShot(unpaintedStartDelay, this, start);
+    QTimer::singleShot(0, m_model, &StudioModel::start);
 }
 
 void StudioRootView::showNavigation()

@@ -53,5 +53,4 @@ private:
     QPointer<UnsignedFirmwareAlert> m_alert;
     QPointer<RestoreConfirmationSheet> m_sheet;
     bool m_started = false;
-    bool m_modelStarted = false;
 };

@@ -131,14 +131,27 @@ private slots:
 
         QVERIFY(qobject_cast<OverviewView *>(m_root->currentScreen()));
         QCOMPARE(highlighted(), QList{NavigationSection::overview});
+        // Screens not shown yet are not built; one built late shows the state it missed.
+        QVERIFY(!m_root->findChild<CatalogView *>() && !m_root->findChild<LogView *>() &&
+                !m_root->findChild<RestoreView *>());
+        QCoro::Task<> loading = model->refreshCatalog();
+        QVERIFY(model->isLoadingCatalog());
 
         QTest::mouseClick(sidebar->row(NavigationSection::catalog), Qt::LeftButton);
         QCOMPARE(model->navigation(), NavigationSection::catalog);
-        QVERIFY(qobject_cast<CatalogView *>(m_root->currentScreen()));
+        QWidget *catalog = m_root->currentScreen();
+        QVERIFY(qobject_cast<CatalogView *>(catalog));
         QCOMPARE(highlighted(), QList{NavigationSection::catalog});
+        QWidget *refresh = catalog->findChild<QWidget *>(QStringLiteral("catalogRefreshButton"));
+        QVERIFY(!refresh->isEnabled());
+        QVERIFY(!catalog->findChild<QWidget *>(QStringLiteral("catalogLoading"))->isHidden());
+        QCoro::waitFor(std::move(loading));
+        QVERIFY(refresh->isEnabled());
 
         QTest::keyClick(sidebar->row(NavigationSection::logs), Qt::Key_Space);
         QVERIFY(qobject_cast<LogView *>(m_root->currentScreen()));
+        QTest::keyClick(sidebar->row(NavigationSection::catalog), Qt::Key_Space);
+        QCOMPARE(m_root->currentScreen(), catalog); // built once, kept
 
         // A screen's quick action changes the model; the sidebar follows.
         model->setNavigation(NavigationSection::restore);

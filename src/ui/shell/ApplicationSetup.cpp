@@ -2,6 +2,7 @@
 
 #include "tools/ToolLocator.h"
 #include "ui/BrandPicture.h"
+#include "ui/shell/FreedMemory.h"
 
 #include <QApplication>
 #include <QLoggingCategory>
@@ -22,6 +23,8 @@ void completeAfterFirstFrame()
 {
     QApplication::setWindowIcon(BrandPicture::windowIcon());
     qCInfo(startupLog).noquote() << "Tools folder:" << ToolLocator::toolsRoot();
+    // Building the window and decoding its icon left freed blocks behind that nothing reuses soon.
+    FreedMemory::returnToSystem();
 }
 
 } // namespace ApplicationSetup

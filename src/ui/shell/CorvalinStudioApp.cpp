@@ -6,6 +6,7 @@
 #include "ui/shell/ApplicationSetup.h"
 #include "ui/shell/CommandLine.h"
 #include "ui/shell/FirstFrame.h"
+#include "ui/shell/FreedMemory.h"
 #include "ui/shell/MainWindow.h"
 #include "ui/shell/QtTranslations.h"
 #include "ui/shell/SingleInstance.h"
@@ -48,7 +49,13 @@ CorvalinStudioApp::CorvalinStudioApp(int &argc, char **argv) : m_application(arg
 
     Theme::applyDarkAppearance(m_application);
     ApplicationSetup::apply(m_application);
-    m_window = std::make_unique<MainWindow>(new StudioModel);
+    auto *model = new StudioModel;
+    // Decoding a catalogue frees far more than the list it yields keeps.
+    QObject::connect(model, &StudioModel::isLoadingCatalogChanged, model, [model] {
+        if (!model->isLoadingCatalog())
+            FreedMemory::returnToSystem();
+    });
+    m_window = std::make_unique<MainWindow>(model);
     QObject::connect(m_instance.get(), &SingleInstance::activationRequested, m_window.get(),
                      [window = m_window.get()](const QString &file) {
                          qCInfo(instanceLog) << "A later start asked for the window, with" << file;

@@ -27,10 +27,9 @@ constexpr int sidebarIdealWidth = 250;
 constexpr int sidebarMaximumWidth = 280;
 constexpr QSize designMinimum(1120, 720);
 
-// Stack pages, in the order of the sections.
-int pageOf(std::optional<NavigationSection> section)
+NavigationSection shownSection(std::optional<NavigationSection> section)
 {
-    return int(section.value_or(NavigationSection::overview));
+    return section.value_or(NavigationSection::overview);
 }
 
 // Shows the dialog `make` builds while a model flag is raised and lowers the flag however the
@@ -84,10 +83,6 @@ StudioRootView::StudioRootView(StudioModel *model, QWidget *parent)
     detailLayout->setContentsMargins(0, 0, 0, 0);
     detailLayout->addWidget(m_screens);
     DeviceMonitor *monitor = m_model->deviceMonitor();
-    m_screens->addWidget(new OverviewView(m_model, monitor, m_model->downloader()));
-    m_screens->addWidget(new CatalogView(m_model));
-    m_screens->addWidget(new RestoreView(m_model, monitor, m_model->restoreManager()));
-    m_screens->addWidget(new LogView(m_model, m_model->restoreManager()));
 
     auto *split = new QSplitter(Qt::Horizontal);
     split->setObjectName(QStringLiteral("splitView"));
@@ -137,6 +132,28 @@ QWidget *StudioRootView::currentScreen() const
     return m_screens->currentWidget();
 }
 
+// The first frame waits only for the screen it shows, and a screen never visited costs nothing.
+// Once built, a screen stays, so switching sections keeps what each shows.
+QWidget *StudioRootView::screen(NavigationSection section)
+{
+    if (QWidget *built = m_built.value(int(section)))
+        return built;
+    QWidget *built = nullptr;
+    switch (section) {
+    case NavigationSection::overview:
+        built = new OverviewView(m_model, m_model->deviceMonitor(), m_model->downloader());
+        break;
+    case NavigationSection::catalog: built = new CatalogView(m_model); break;
+    case NavigationSection::restore:
+        built = new RestoreView(m_model, m_model->deviceMonitor(), m_model->restoreManager());
+        break;
+    case NavigationSection::logs: built = new LogView(m_model, m_model->restoreManager()); break;
+    }
+    m_screens->addWidget(built);
+    m_built.insert(int(section), built);
+    return built;
+}
+
 UnsignedFirmwareAlert *StudioRootView::unsignedAlert() const
 {
     return m_alert;
@@ -159,9 +176,10 @@ void StudioRootView::showEvent(QShowEvent *event)
 void StudioRootView::showNavigation()
 {
     QWidget *before = QApplication::focusWidget();
-    const bool focusWasOnScreen = before && m_screens->currentWidget()->isAncestorOf(before);
+    const QWidget *shown = m_screens->currentWidget();
+    const bool focusWasOnScreen = before && shown && shown->isAncestorOf(before);
     const bool ringWasShown = before && FocusRing::isVisible(before);
-    m_screens->setCurrentIndex(pageOf(m_model->navigation()));
+    m_screens->setCurrentWidget(screen(shownSection(m_model->navigation())));
     m_sidebar->setSelection(m_model->navigation());
 
     // The stack hands the focus of a screen left from one of its controls (a quick action) to

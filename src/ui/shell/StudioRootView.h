@@ -1,5 +1,8 @@
 #pragma once
 
+#include "app/NavigationSection.h"
+
+#include <QHash>
 #include <QPointer>
 #include <QWidget>
 
@@ -37,6 +40,8 @@ protected:
     void showEvent(QShowEvent *event) override;
 
 private:
+    // The section's screen, built now if it never was.
+    QWidget *screen(NavigationSection section);
     void showNavigation();
     void followUnsignedWarning();
     void followRestoreConfirmation();
@@ -44,6 +49,7 @@ private:
     StudioModel *m_model;
     StudioSidebar *m_sidebar;
     QStackedWidget *m_screens;
+    QHash<int, QWidget *> m_built; // by section
     QPointer<UnsignedFirmwareAlert> m_alert;
     QPointer<RestoreConfirmationSheet> m_sheet;
     bool m_started = false;

@@ -5,9 +5,6 @@
 #include <QSignalSpy>
 #include <QStandardPaths>
 
-#include <csignal>
-#include <sys/resource.h>
-
 namespace {
 
 const QString done = QStringLiteral("Загрузка и проверка завершены");
@@ -112,8 +109,6 @@ private slots:
         QCOMPARE(h.manager.existingFile(firmware), std::nullopt);
     }
 
-    // A body whose length differs from the catalogue's size is not the image, digest or not;
-    // a short one with a validator continues from its end.
     // A single plain request keeps the rule of every download: the status is not examined, the
     // error page is saved and judged by its digest.
     void errorPageIsSavedAndJudgedByItsDigest()
@@ -242,18 +237,12 @@ private slots:
         DownloadTestHarness h;
         h.server.setResponse(QStringLiteral("/i_Restore.ipsw"),
                              HttpResponse::ok(patternBody(4 * 1024 * 1024)));
-        // A file size limit makes the partial file's writes fail just as a full disk would.
-        std::signal(SIGXFSZ, SIG_IGN);
-        rlimit original{};
-        getrlimit(RLIMIT_FSIZE, &original);
-        rlimit limited = original;
-        limited.rlim_cur = 512 * 1024;
-        setrlimit(RLIMIT_FSIZE, &limited);
-
-        const auto log = h.start(h.firmware(QStringLiteral("/i_Restore.ipsw")));
-        const bool called = waitForCalls(*log);
-        setrlimit(RLIMIT_FSIZE, &original);
-        QVERIFY(called);
+        std::shared_ptr<CompletionLog> log;
+        {
+            const FileSizeLimit full(512 * 1024);
+            log = h.start(h.firmware(QStringLiteral("/i_Restore.ipsw")));
+            QVERIFY(waitForCalls(*log));
+        }
         QVERIFY(!log->last->ok());
         QCOMPARE(log->last->failure().domain(), Failure::Domain::fileSystem);
         QCOMPARE(log->last->failure().description(),

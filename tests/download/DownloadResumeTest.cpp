@@ -11,9 +11,6 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 
-#include <csignal>
-#include <sys/resource.h>
-
 namespace {
 
 constexpr qint64 mebibyte = 1024 * 1024;
@@ -34,22 +31,6 @@ qint64 heldBytes(const QUrl &url)
     const std::optional<ResumeRecord> record = PartialDownloads::load(url);
     return record ? record->held() : 0;
 }
-
-// Limits the size of every file this process writes, as a full disk would, while it lives.
-struct FileSizeLimit {
-    rlimit original{};
-    explicit FileSizeLimit(rlim_t bytes)
-    {
-        std::signal(SIGXFSZ, SIG_IGN);
-        getrlimit(RLIMIT_FSIZE, &original);
-        rlimit limited = original;
-        limited.rlim_cur = bytes;
-        setrlimit(RLIMIT_FSIZE, &limited);
-    }
-    ~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &original); }
-    FileSizeLimit(const FileSizeLimit &) = delete;
-    FileSizeLimit &operator=(const FileSizeLimit &) = delete;
-};
 
 // Lock files come and go with the transfers; only data and records are of interest.
 QStringList partialData()
@@ -228,9 +209,6 @@ private slots:
         QCOMPARE(fileContents(log->last->value()), body);
     }
 
-    // An error status or a web page answers the request without any part of the image: that
-    // request failed, nothing of the answer is saved or verified, and what was held before
-    // stays for the next attempt.
     // Asked for bytes after those it holds, an error status or a web page is a failed request,
     // never a body: what is held stays, and the next attempt continues from it.
     void errorAnswerToAResumeIsAFailedRequestNeverABody_data()

@@ -15,7 +15,9 @@
 #include <QTest>
 #include <QThread>
 
+#include <csignal>
 #include <memory>
+#include <sys/resource.h>
 
 // What one caller's completion saw.
 struct CompletionLog {
@@ -126,3 +128,19 @@ inline QStringList partialListing()
 {
     return QDir(PartialDownloads::folder()).entryList(QDir::Files | QDir::Hidden);
 }
+
+// Limits the size of every file this process writes, as a full disk would, while it lives.
+struct FileSizeLimit {
+    rlimit original{};
+    explicit FileSizeLimit(rlim_t bytes)
+    {
+        std::signal(SIGXFSZ, SIG_IGN);
+        getrlimit(RLIMIT_FSIZE, &original);
+        rlimit limited = original;
+        limited.rlim_cur = bytes;
+        setrlimit(RLIMIT_FSIZE, &limited);
+    }
+    ~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &original); }
+    FileSizeLimit(const FileSizeLimit &) = delete;
+    FileSizeLimit &operator=(const FileSizeLimit &) = delete;
+};

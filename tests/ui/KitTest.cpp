@@ -312,16 +312,6 @@ private slots:
         QVERIFY(placeholder.alpha() < Theme::textPrimary().alpha()); // still reads as a placeholder
     }
 
-    void keyboardActivatesButtons()
-    {
-        StudioButton button(SecondaryButtonStyle{}, QStringLiteral("Проверить"));
-        int clicks = 0;
-        connect(&button, &QAbstractButton::clicked, this, [&clicks] { ++clicks; });
-        QTest::keyClick(&button, Qt::Key_Return);
-        QTest::keyClick(&button, Qt::Key_Space);
-        QCOMPARE(clicks, 2);
-    }
-
     void onlyKeyboardFocusShowsARing()
     {
         QWidget window;

@@ -93,6 +93,12 @@ QString writeTickingTool(const TestPaths &paths, const QByteArray &onInterrupt)
     return FakeTools::write(paths.cfgutil(), behaviour);
 }
 
+// Its catalogue address answers nothing, so no test waits on the network.
+StudioModel *offlineModel()
+{
+    return new StudioModel(QUrl(QStringLiteral("http://127.0.0.1:9/")), {});
+}
+
 } // namespace
 
 class ShellTest final : public QObject {
@@ -231,41 +237,42 @@ private slots:
         QVERIFY(!m_root->restoreSheet());
     }
 
-    void firmwareFolderCommandCreatesAndOpensTheFolder()
+    // The firmware folder command creates the folder and hands it, like the support link its
+    // address, to the desktop; where the desktop has no opener, a message names the place instead.
+    void desktopOpensThePlaceOrItIsNamed_data()
     {
+        QTest::addColumn<bool>("opens");
+        QTest::newRow("desktop opens it") << true;
+        QTest::newRow("no opener") << false;
+    }
+    void desktopOpensThePlaceOrItIsNamed()
+    {
+        QFETCH(bool, opens);
         QList<QUrl> opened;
-        DesktopOpener::Testing::setOpener([&opened](const QUrl &url) {
+        DesktopOpener::Testing::setOpener([&opened, opens](const QUrl &url) {
             opened.append(url);
-            return true;
+            return opens;
         });
-        MainWindow window(new StudioModel(QUrl(QStringLiteral("http://127.0.0.1:9/")), {}));
+        MainWindow window(offlineModel());
         const QList<QAction *> actions =
             window.findChild<QMenu *>(QStringLiteral("applicationMenu"))->actions();
         QCOMPARE(actions.at(1)->text(), QStringLiteral("Открыть папку прошивок"));
-
         const QString folder = QDir(m_paths->downloads()).filePath(QStringLiteral("Corvalin Firmware"));
         QVERIFY(!QFileInfo::exists(folder));
         actions.at(1)->trigger();
-        DesktopOpener::Testing::setOpener({});
-        QCOMPARE(opened, QList{QUrl::fromLocalFile(folder)});
-        QVERIFY(QFileInfo(folder).isDir());
-    }
-
-    // Where the desktop has no opener, a message names the folder or the address instead.
-    void unopenedPlacesAreNamed()
-    {
-        DesktopOpener::Testing::setOpener([](const QUrl &) { return false; });
-        MainWindow window(new StudioModel(QUrl(QStringLiteral("http://127.0.0.1:9/")), {}));
-        window.findChild<QAction *>(QStringLiteral("openFirmwareFolderAction"))->trigger();
         window.findChild<SupportLink *>()->click();
         DesktopOpener::Testing::setOpener({});
+        QCOMPARE(opened,
+                 (QList{QUrl::fromLocalFile(folder), QUrl(QStringLiteral("https://t.me/corvalin_support"))}));
+        QVERIFY(QFileInfo(folder).isDir());
         const QList<QMessageBox *> messages =
             window.findChildren<QMessageBox *>(QStringLiteral("unopenedMessage"));
-        QCOMPARE(messages.size(), 2);
-        const QString folder = QDir::toNativeSeparators(
-            QDir(m_paths->downloads()).filePath(QStringLiteral("Corvalin Firmware")));
+        QCOMPARE(messages.size(), opens ? 0 : 2);
+        if (opens)
+            return;
         QCOMPARE(messages.at(0)->text(), QStringLiteral("Не удалось открыть папку прошивок"));
-        QCOMPARE(messages.at(0)->informativeText(), QStringLiteral("Прошивки лежат в папке ") + folder);
+        QCOMPARE(messages.at(0)->informativeText(),
+                 QStringLiteral("Прошивки лежат в папке ") + QDir::toNativeSeparators(folder));
         QCOMPARE(messages.at(1)->text(), QStringLiteral("Не удалось открыть ссылку"));
         QCOMPARE(messages.at(1)->informativeText(),
                  QStringLiteral("Адрес чата поддержки: https://t.me/corvalin_support"));
@@ -312,7 +319,7 @@ private slots:
             QVERIFY(file.open(QIODevice::WriteOnly));
         }
         QVERIFY(folder.mkdir(QStringLiteral("folder.ipsw")));
-        auto *model = new StudioModel(QUrl(QStringLiteral("http://127.0.0.1:9/")), {});
+        auto *model = offlineModel();
         MainWindow window(model);
         QSignalSpy selected(model, &StudioModel::selectedIPSWChanged);
         const qsizetype logBefore = model->restoreManager()->logText().size();
@@ -375,7 +382,7 @@ private slots:
         QFETCH(bool, windowActive);
         QFETCH(QStringList, notified);
         FakeTools::write(m_paths->cfgutil(), FakeToolBehaviour::printing("restoring\n", exitStatus));
-        MainWindow window(new StudioModel(QUrl(QStringLiteral("http://127.0.0.1:9/")), {}));
+        MainWindow window(offlineModel());
         QList<QStringList> notifications;
         window.restoreEndNotice()->setNotifier([&notifications](const QString &summary, const QString &body) {
             notifications.append({summary, body});
@@ -438,7 +445,7 @@ private slots:
         const QString image = folder.filePath(QStringLiteral("Watch6_1.ipsw"));
         QFile file(image);
         QVERIFY(file.open(QIODevice::WriteOnly));
-        auto *model = new StudioModel(QUrl(QStringLiteral("http://127.0.0.1:9/")), {});
+        auto *model = offlineModel();
         MainWindow window(model);
         window.show();
         QSignalSpy selected(model, &StudioModel::selectedIPSWChanged);
@@ -469,7 +476,7 @@ private slots:
     // it has focus and carries a name for assistive tools.
     void tabWalksOnlyVisibleNamedStops()
     {
-        MainWindow window(new StudioModel(QUrl(QStringLiteral("http://127.0.0.1:9/")), {}));
+        MainWindow window(offlineModel());
         window.resize(1280, 800);
         window.show();
         QApplication::setActiveWindow(&window);
@@ -602,7 +609,7 @@ private slots:
         QFETCH(QByteArray, onInterrupt);
         QFETCH(QString, ending);
         const QString tool = writeTickingTool(*m_paths, onInterrupt);
-        MainWindow window(new StudioModel(QUrl(QStringLiteral("http://127.0.0.1:9/")), {}));
+        MainWindow window(offlineModel());
         auto *guard = window.findChild<RestoreQuitGuard *>();
         guard->setStopBound(std::chrono::milliseconds(800));
         auto *restore = window.findChild<RestoreManager *>();
@@ -653,7 +660,7 @@ private slots:
     void terminationSignalStopsTheToolOnTheWayOut()
     {
         writeTickingTool(*m_paths, "echo interrupted; exit 0");
-        MainWindow window(new StudioModel(QUrl(QStringLiteral("http://127.0.0.1:9/")), {}));
+        MainWindow window(offlineModel());
         auto *restore = window.findChild<RestoreManager *>();
         QCoro::waitFor(restore->startRestore(std::nullopt, kisWatch));
         QTRY_VERIFY(restore->logText().endsWith(QStringLiteral("tick\n")));

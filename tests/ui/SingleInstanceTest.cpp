@@ -62,8 +62,6 @@ private slots:
         QTest::addColumn<QStringList>("arguments");
         QTest::addColumn<QString>("asked");
         QTest::newRow("no file") << QStringList{} << QString();
-        QTest::newRow("image") << QStringList{QStringLiteral("/images/Watch7,1.ipsw")}
-                               << QStringLiteral("/images/Watch7,1.ipsw");
         QTest::newRow("spaces, Cyrillic, a line break")
             << QStringList{QStringLiteral("/образы/часы 10\n.ipsw")}
             << QStringLiteral("/образы/часы 10\n.ipsw");

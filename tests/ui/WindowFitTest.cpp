@@ -73,12 +73,10 @@ private slots:
     void screensUseTheRoomTheyGet_data()
     {
         QTest::addColumn<QSize>("room");
-        QTest::newRow("1366x768") << WindowFit::openingSize({1280, 820}, {1120, 698},
-                                                            availableArea({1366, 768}, 1), titleBar);
-        QTest::newRow("1920x1080-150")
-            << WindowFit::openingSize({1280, 820}, {1120, 650}, availableArea({1920, 1080}, 1.5), titleBar);
-        QTest::newRow("1600x1000-200")
-            << WindowFit::openingSize({1280, 820}, {800, 430}, availableArea({1600, 1000}, 2), titleBar);
+        // The opening sizes the table above expects on those screens.
+        QTest::newRow("1366x768") << QSize(1280, 698);
+        QTest::newRow("1920x1080-150") << QSize(1280, 650);
+        QTest::newRow("1600x1000-200") << QSize(800, 430);
     }
 
     void screensUseTheRoomTheyGet()

@@ -38,7 +38,7 @@ QCoro::Task<> DeviceMonitor::pollConfiguratorKIS()
     // Configurator is slow, so a published KIS watch is kept until the bus stops showing a KIS
     // device. A watch swapped for another without that ID ever leaving the bus keeps the first
     // watch's identity.
-    if (m_connectedWatch && m_connectedWatch->mode.contains(QStringLiteral("KIS"))) {
+    if (m_connectedWatch && m_connectedWatch->transport == WatchTransport::kis) {
         setIsChecking(false);
         setConnectionHint(readyHint());
         co_return;
@@ -70,7 +70,8 @@ QCoro::Task<> DeviceMonitor::pollConfiguratorKIS()
     if (!self)
         co_return;
     setConnectedWatch(ConnectedWatch{device->deviceType, identity.model, identity.name, kisMode, device->ecid,
-                                     kisRawOutput(device->deviceType, identity, device->ecid)});
+                                     kisRawOutput(device->deviceType, identity, device->ecid),
+                                     WatchTransport::kis});
     setConnectionHint(readyHint());
 }
 

@@ -66,12 +66,18 @@ std::optional<ConnectedWatch> recoveryWatch(const QString &output)
     const QString product = values.value(QStringLiteral("PRODUCT"));
     if (!product.startsWith(QStringLiteral("Watch")))
         return std::nullopt;
+    const QString mode = values.value(QStringLiteral("MODE"), QStringLiteral("Recovery/DFU"));
+    // irecovery names a watch on its Debug USB port "DFU via Debug USB (KIS)"; such a watch is
+    // restored through Configurator even when it was identified here.
+    const WatchTransport transport =
+        mode.contains(QStringLiteral("KIS")) ? WatchTransport::kis : WatchTransport::recoveryDfu;
     return ConnectedWatch{product,
                           values.value(QStringLiteral("MODEL"), QStringLiteral("—")),
                           values.value(QStringLiteral("NAME"), QStringLiteral("Apple Watch")),
-                          values.value(QStringLiteral("MODE"), QStringLiteral("Recovery/DFU")),
+                          mode,
                           values.value(QStringLiteral("ECID"), QStringLiteral("—")),
-                          output};
+                          output,
+                          transport};
 }
 
 } // namespace IdentificationListing

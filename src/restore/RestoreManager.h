@@ -1,7 +1,6 @@
 #pragma once
 
 #include "device/ConnectedWatch.h"
-#include "restore/RestoreDestinations.h"
 
 #include <QCoroTask>
 #include <QObject>
@@ -60,11 +59,6 @@ public:
     // application never exits leaving it to run on with nobody reading its output (or to die
     // of a broken pipe at its next write). Blocks; does nothing when no tool runs.
     void forceEnd();
-
-    // The restore tool's arguments for a Recovery/DFU restore; the KIS companion on Linux gives
-    // idevicerestore the same after the watch's ECID.
-    static QStringList restoreToolArguments(const RestoreDestinations &destinations,
-                                            const QString &imagePath);
 
 signals:
     void isValidatingChanged();

@@ -3,6 +3,8 @@
 #include "restore/RestoreManager.h"
 
 #include "restore/ChildInterrupt.h"
+#include "restore/RestoreCommandLine.h"
+#include "restore/RestoreDestinations.h"
 #include "tools/ToolLocator.h"
 
 #include <QDir>
@@ -44,7 +46,7 @@ QCoro::Task<> RestoreManager::startRestore(std::optional<QString> imagePath, Con
     if (m_isRestoring)
         co_return;
 
-    const bool isKIS = watch.mode.contains(QStringLiteral("KIS"));
+    const bool isKIS = watch.transport == WatchTransport::kis;
     if (isKIS && !ToolLocator::cfgutil()) {
         refuse(QStringLiteral("Для восстановления из KIS/DFU установите Apple Configurator из App Store."));
         co_return;
@@ -87,7 +89,8 @@ QCoro::Task<> RestoreManager::startRestore(std::optional<QString> imagePath, Con
         co_return;
     }
     const QString tool = QDir(ToolLocator::toolsRoot()).filePath(QStringLiteral("bin/idevicerestore"));
-    co_await launch(tool, restoreToolArguments(destinations, *imagePath), ToolLocator::environment());
+    co_await launch(tool, RestoreCommandLine::recoveryArguments(destinations, *imagePath),
+                    ToolLocator::environment());
 }
 
 void RestoreManager::cancelRestore()
@@ -133,17 +136,6 @@ QStringList RestoreManager::configuratorArguments(const ConnectedWatch &watch,
     if (imagePath)
         arguments << QStringLiteral("--ipsw") << *imagePath;
     return arguments;
-}
-
-QStringList RestoreManager::restoreToolArguments(const RestoreDestinations &destinations,
-                                                 const QString &imagePath)
-{
-    return {QStringLiteral("--erase"),
-            QStringLiteral("--plain-progress"),
-            QStringLiteral("--cache-path"),
-            destinations.cacheDirectory,
-            QStringLiteral("--logfile=") + destinations.logFile,
-            imagePath};
 }
 
 QCoro::Task<> RestoreManager::launch(QString program, QStringList arguments, QProcessEnvironment environment)

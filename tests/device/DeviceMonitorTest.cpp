@@ -112,7 +112,8 @@ private slots:
                                       "DFU via Debug USB (KIS)",
                                       "0xB24F61A9C0D5E",
                                       "PRODUCT: Watch7,5\nMODEL: n210ap\nNAME: Apple Watch Ultra 2\n"
-                                      "MODE: DFU via Debug USB (KIS)\nECID: 0xB24F61A9C0D5E"};
+                                      "MODE: DFU via Debug USB (KIS)\nECID: 0xB24F61A9C0D5E",
+                                      WatchTransport::kis};
         QCOMPARE(monitor.connectedWatch(), std::optional(expected));
         QCOMPARE(monitor.connectionHint(), kisReadyHint);
         QCOMPARE(FakeTools::recordedArguments(paths.cfgutil()), (QStringList{"--format", "JSON", "list"}));

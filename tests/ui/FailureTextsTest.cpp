@@ -99,9 +99,13 @@ private slots:
         tool.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
         StudioModel model(QUrl(QStringLiteral("http://127.0.0.1:9/")), {});
         RestoreManager *restore = model.restoreManager();
-        const ConnectedWatch watch{QStringLiteral("Watch6,1"),    QStringLiteral("n157sap"),
-                                   QStringLiteral("Apple Watch"), QStringLiteral("DFU via Debug USB (KIS)"),
-                                   QStringLiteral("0x1A2B3C"),    QString()};
+        const ConnectedWatch watch{QStringLiteral("Watch6,1"),
+                                   QStringLiteral("n157sap"),
+                                   QStringLiteral("Apple Watch"),
+                                   QStringLiteral("DFU via Debug USB (KIS)"),
+                                   QStringLiteral("0x1A2B3C"),
+                                   QString(),
+                                   WatchTransport::kis};
         QCoro::waitFor(restore->startRestore(std::nullopt, watch));
         QTRY_VERIFY(!restore->isRestoring());
         QVERIFY(restore->lastError().has_value());

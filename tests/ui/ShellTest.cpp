@@ -81,9 +81,13 @@ bool ringIsDrawn(QWidget &window, QWidget *stop)
     return focused != unfocused;
 }
 
-const ConnectedWatch kisWatch{QStringLiteral("Watch7,1"),     QStringLiteral("n207sap"),
-                              QStringLiteral("Apple Watch"),  QStringLiteral("DFU via Debug USB (KIS)"),
-                              QStringLiteral("0x1A2B3C4D5E"), QString()};
+const ConnectedWatch kisWatch{QStringLiteral("Watch7,1"),
+                              QStringLiteral("n207sap"),
+                              QStringLiteral("Apple Watch"),
+                              QStringLiteral("DFU via Debug USB (KIS)"),
+                              QStringLiteral("0x1A2B3C4D5E"),
+                              QString(),
+                              WatchTransport::kis};
 
 // A restore tool that prints a line every tenth of a second; `onInterrupt` is its trap.
 QString writeTickingTool(const TestPaths &paths, const QByteArray &onInterrupt)

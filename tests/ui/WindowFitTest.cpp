@@ -120,9 +120,13 @@ private slots:
         FakeToolBehaviour ticking;
         ticking.extraShell = "trap 'exit 0' INT; while :; do sleep 0.1; done";
         FakeTools::write(paths.cfgutil(), ticking);
-        const ConnectedWatch watch{QStringLiteral("Watch6,1"),    QStringLiteral("n157sap"),
-                                   QStringLiteral("Apple Watch"), QStringLiteral("DFU via Debug USB (KIS)"),
-                                   QStringLiteral("0x1A2B3C"),    QString()};
+        const ConnectedWatch watch{QStringLiteral("Watch6,1"),
+                                   QStringLiteral("n157sap"),
+                                   QStringLiteral("Apple Watch"),
+                                   QStringLiteral("DFU via Debug USB (KIS)"),
+                                   QStringLiteral("0x1A2B3C"),
+                                   QString(),
+                                   WatchTransport::kis};
         QCoro::waitFor(restore->startRestore(std::nullopt, watch));
         QVERIFY(restore->isRestoring());
         QCOMPARE(window.size(), room);

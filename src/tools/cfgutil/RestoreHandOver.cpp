@@ -1,8 +1,8 @@
 #include "RestoreHandOver.h"
 
 #include "SiblingTools.h"
+#include "restore/RestoreCommandLine.h"
 #include "restore/RestoreDestinations.h"
-#include "restore/RestoreManager.h"
 #include "tools/CStringList.h"
 
 #include <cerrno>
@@ -22,8 +22,8 @@ namespace {
 QStringList arguments(const CompanionCommand::Restore &restore, const RestoreDestinations &destinations)
 {
     return QStringList{QStringLiteral("--ecid"), restore.ecid} +
-           RestoreManager::restoreToolArguments(destinations,
-                                                restore.imagePath.value_or(QStringLiteral("--latest")));
+           RestoreCommandLine::recoveryArguments(destinations,
+                                                 restore.imagePath.value_or(QStringLiteral("--latest")));
 }
 
 // Run by hand, the companion finds the application's folders itself.

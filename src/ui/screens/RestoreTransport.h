@@ -8,5 +8,5 @@
 // the system itself; every other watch needs an image.
 inline bool isKISRestore(const std::optional<ConnectedWatch> &watch)
 {
-    return watch && watch->mode.contains(QStringLiteral("KIS"));
+    return watch && watch->transport == WatchTransport::kis;
 }

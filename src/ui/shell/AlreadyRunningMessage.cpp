@@ -1,7 +1,6 @@
 #include "ui/shell/AlreadyRunningMessage.h"
 
-#include "ui/StudioButton.h"
-#include "ui/Theme.h"
+#include "ui/shell/MessageBoxLook.h"
 
 #include <QMessageBox>
 
@@ -18,10 +17,7 @@ std::unique_ptr<QMessageBox> create()
     box.setInformativeText(
         QStringLiteral("Перейдите в её окно: второе окно не открывается, чтобы две копии не "
                        "опрашивали часы и не начали восстановление одновременно."));
-    Theme::applyDarkAppearance(&box);
-    auto *close = new StudioButton(PrimaryButtonStyle{}, QStringLiteral("ОК"));
-    box.addButton(close, QMessageBox::AcceptRole);
-    box.setEscapeButton(close);
+    MessageBoxLook::apply(box);
     return message;
 }
 

@@ -2,9 +2,8 @@
 
 #include "app/StudioModel.h"
 #include "ui/BrandPicture.h"
-#include "ui/StudioButton.h"
-#include "ui/Theme.h"
 #include "ui/shell/IpswFileDialog.h"
+#include "ui/shell/MessageBoxLook.h"
 #include "ui/shell/RestoreEndNotice.h"
 #include "ui/shell/RestoreQuitGuard.h"
 #include "ui/shell/ShellCommands.h"
@@ -166,10 +165,7 @@ void MainWindow::showAbout()
     const QIcon brand = BrandPicture::windowIcon();
     if (!brand.isNull())
         box->setIconPixmap(brand.pixmap(QSize(aboutIconSide, aboutIconSide), devicePixelRatio()));
-    Theme::applyDarkAppearance(box);
-    auto *close = new StudioButton(PrimaryButtonStyle{}, QStringLiteral("ОК"));
-    box->addButton(close, QMessageBox::AcceptRole);
-    box->setEscapeButton(close);
+    MessageBoxLook::apply(*box);
     box->setAttribute(Qt::WA_DeleteOnClose);
     box->open();
 }

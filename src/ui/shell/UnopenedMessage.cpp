@@ -1,7 +1,6 @@
 #include "ui/shell/UnopenedMessage.h"
 
-#include "ui/StudioButton.h"
-#include "ui/Theme.h"
+#include "ui/shell/MessageBoxLook.h"
 
 #include <QMessageBox>
 
@@ -16,10 +15,7 @@ void show(QWidget *parent, const QString &title, const QString &whereItIs)
     box->setText(title);
     box->setInformativeText(whereItIs);
     box->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
-    Theme::applyDarkAppearance(box);
-    auto *close = new StudioButton(PrimaryButtonStyle{}, QStringLiteral("ОК"));
-    box->addButton(close, QMessageBox::AcceptRole);
-    box->setEscapeButton(close);
+    MessageBoxLook::apply(*box);
     box->setAttribute(Qt::WA_DeleteOnClose);
     box->open();
 }

@@ -1,5 +1,7 @@
 #include "support/LocalHttpServer.h"
 
+#include "support/TlsSocket.h"
+
 #include <QElapsedTimer>
 #include <QFile>
 #include <QHostAddress>
@@ -117,14 +119,6 @@ std::optional<std::pair<qint64, qint64>> requestedRange(const QByteArray &value,
     return std::pair{first, last};
 }
 
-QByteArray readTestData(const char *name)
-{
-    QFile file(QStringLiteral(CORVALIN_SUPPORT_DATA "/") + QLatin1String(name));
-    if (!file.open(QIODevice::ReadOnly))
-        qFatal("Missing test data %s", name);
-    return file.readAll();
-}
-
 // Accepts every connection as TLS with the certificate for 127.0.0.1.
 class TlsServer final : public QTcpServer {
 public:
@@ -133,13 +127,9 @@ public:
 protected:
     void incomingConnection(qintptr descriptor) override
     {
-        auto *socket = new QSslSocket(this);
-        if (!socket->setSocketDescriptor(descriptor)) {
-            delete socket;
+        QSslSocket *socket = adoptTlsSocket(this, descriptor, "localhost-cert.pem", "localhost-key.pem");
+        if (!socket)
             return;
-        }
-        socket->setLocalCertificate(QSslCertificate(readTestData("localhost-cert.pem")));
-        socket->setPrivateKey(QSslKey(readTestData("localhost-key.pem"), QSsl::Rsa));
         socket->startServerEncryption();
         addPendingConnection(socket);
     }
@@ -155,7 +145,7 @@ QString LocalHttpServer::testCertificatePath()
 void LocalHttpServer::trustTestCertificate()
 {
     QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
-    configuration.addCaCertificate(QSslCertificate(readTestData("localhost-cert.pem")));
+    configuration.addCaCertificate(QSslCertificate(supportData("localhost-cert.pem")));
     QSslConfiguration::setDefaultConfiguration(configuration);
 }
 

@@ -1,5 +1,7 @@
 #include "support/SigningServer.h"
 
+#include "support/TlsSocket.h"
+
 #include <QFile>
 #include <QHostAddress>
 #include <QRegularExpression>
@@ -14,14 +16,6 @@
 namespace {
 
 const char *const proxyVariables[] = {"http_proxy", "https_proxy", "HTTPS_PROXY", "no_proxy", "NO_PROXY"};
-
-QByteArray supportData(const char *name)
-{
-    QFile file(QStringLiteral(CORVALIN_SUPPORT_DATA "/") + QLatin1String(name));
-    if (!file.open(QIODevice::ReadOnly))
-        qFatal("Missing test data %s", name);
-    return file.readAll();
-}
 
 // A DER sequence standing for a manifest ticket: idevicerestore copies the ticket's bytes into
 // each personalised component (img4_stitch_component) without reading inside it.
@@ -65,13 +59,10 @@ public:
 protected:
     void incomingConnection(qintptr descriptor) override
     {
-        auto *socket = new QSslSocket(this);
-        if (!socket->setSocketDescriptor(descriptor)) {
-            delete socket;
+        QSslSocket *socket =
+            adoptTlsSocket(this, descriptor, "signing-server-cert.pem", "signing-server-key.pem");
+        if (!socket)
             return;
-        }
-        socket->setLocalCertificate(QSslCertificate(supportData("signing-server-cert.pem")));
-        socket->setPrivateKey(QSslKey(supportData("signing-server-key.pem"), QSsl::Rsa));
         connect(socket, &QSslSocket::disconnected, socket, &QObject::deleteLater);
         connect(socket, &QSslSocket::readyRead, this, [this, socket] { read(socket); });
     }

@@ -2,11 +2,8 @@
 
 #include "support/TlsSocket.h"
 
-#include <QFile>
 #include <QHostAddress>
 #include <QRegularExpression>
-#include <QSslCertificate>
-#include <QSslKey>
 #include <QSslSocket>
 #include <QTcpServer>
 

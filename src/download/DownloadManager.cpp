@@ -14,7 +14,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QLockFile>
-#include <QNetworkAccessManager>
+#include <QSslConfiguration>
 #include <QUuid>
 
 namespace {
@@ -36,13 +36,26 @@ QString destinationName(const QUrl &originalURL)
     return QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper() + QStringLiteral(".ipsw");
 }
 
+// The certificates the application's other connections trust, for the transfer's own TLS.
+QByteArray trustedCertificates()
+{
+    QByteArray pem;
+    for (const QSslCertificate &certificate : QSslConfiguration::defaultConfiguration().caCertificates())
+        pem += certificate.toPem();
+    return pem;
+}
+
 } // namespace
 
 DownloadManager::DownloadManager(QObject *parent)
     : QObject(parent), m_statusText(QStringLiteral("Готово к загрузке"))
 {}
 
-DownloadManager::~DownloadManager() = default;
+DownloadManager::~DownloadManager()
+{
+    // Each running transfer stops and keeps what it received, for the next run to continue.
+    m_transfers.clear();
+}
 
 std::optional<QString> DownloadManager::existingFile(const WatchFirmware &firmware) const
 {
@@ -140,19 +153,20 @@ void DownloadManager::start(const WatchFirmware &firmware, DownloadCompletion co
     FileTransfer::removeLegacyPartialFiles(ToolLocator::cacheDirectory());
     PartialDownloads::removeStale(std::nullopt, {firmware.downloadURL});
 
-    auto *transfer =
-        new FileTransfer(network(), firmware.downloadURL, firmware.size, ToolLocator::cacheDirectory(), this);
-    connect(transfer, &FileTransfer::progressed, this, &DownloadManager::handleProgress);
-    // The claim lasts until the image is in place and verified, or the transfer is gone.
-    connect(transfer, &FileTransfer::bodySaved, this, [this, transfer, claim](const QString &partialPath) {
-        handleBodySaved(partialPath, transfer->originalURL(), claim);
-    });
-    connect(transfer, &FileTransfer::failed, this, [this, keptClaim = claim](const Failure &failure) {
-        Q_UNUSED(keptClaim)
-        handleTransferFailed(failure);
-    });
-    m_task = transfer;
-    transfer->start();
+    // Reports come from the transfer's thread; each becomes a job on this object's thread, and
+    // is dropped with this object when it is gone.
+    const quint64 id = ++m_lastTransferId;
+    auto transfer = std::make_unique<FileTransfer>(
+        firmware.downloadURL, firmware.size, ToolLocator::cacheDirectory(), trustedCertificates(),
+        [this, id](TransferReport report) {
+            QMetaObject::invokeMethod(
+                this, [this, id, report = std::move(report)] { handleReport(id, report); },
+                Qt::QueuedConnection);
+        });
+    m_task = transfer.get();
+    // The claim lasts until the image is in place and verified, or the transfer has ended.
+    m_transfers.push_back({id, std::move(transfer), claim});
+    m_task->start();
 }
 
 void DownloadManager::keepPartialDownloadsOf(const QList<WatchFirmware> &catalogue)
@@ -161,42 +175,57 @@ void DownloadManager::keepPartialDownloadsOf(const QList<WatchFirmware> &catalog
     for (const WatchFirmware &firmware : catalogue)
         wanted << firmware.downloadURL;
     QList<QUrl> live;
-    for (const FileTransfer *transfer : findChildren<FileTransfer *>(Qt::FindDirectChildrenOnly))
-        live << transfer->originalURL();
+    for (const LiveTransfer &running : m_transfers)
+        live << running.transfer->originalURL();
     PartialDownloads::removeStale(wanted, live);
 }
 
 void DownloadManager::cancel()
 {
     // The transfer reports its cancellation as an ordinary failure, queued behind this.
-    if (FileTransfer *task = m_task) {
-        m_task = nullptr;
-        task->abort();
-    }
+    if (FileTransfer *task = std::exchange(m_task, nullptr))
+        task->cancel();
     setIsDownloading(false);
     setStatusText(QStringLiteral("Загрузка отменена"));
 }
 
-void DownloadManager::handleProgress(qint64 received, qint64 total)
+void DownloadManager::handleReport(quint64 transfer, const TransferReport &report)
 {
-    QMetaObject::invokeMethod(
-        this,
-        [this, received, total] {
-            const std::optional<double> fraction = DownloadProgress::fraction(received, total);
-            if (!fraction)
-                return;
-            setProgress(*fraction);
-            setStatusText(DownloadProgress::statusText(*fraction));
-        },
-        Qt::QueuedConnection);
+    if (report.kind == TransferReport::Kind::progressed) {
+        handleProgress(report.received, report.total);
+        return;
+    }
+    std::optional<LiveTransfer> ended = takeTransfer(transfer);
+    if (!ended)
+        return;
+    if (report.kind == TransferReport::Kind::bodySaved) {
+        install(report.partialPath, ended->transfer->originalURL(), ended->claim);
+        return;
+    }
+    ended.reset(); // the partial data is free for the next start
+    handleTransferFailed(*report.failure);
 }
 
-void DownloadManager::handleBodySaved(const QString &partialPath, const QUrl &originalURL,
-                                      const std::shared_ptr<QLockFile> &claim)
+std::optional<DownloadManager::LiveTransfer> DownloadManager::takeTransfer(quint64 id)
 {
-    QMetaObject::invokeMethod(
-        this, [this, partialPath, originalURL, claim] { install(partialPath, originalURL, claim); },
-        Qt::QueuedConnection);
+    const auto found = std::find_if(m_transfers.begin(), m_transfers.end(),
+                                    [id](const LiveTransfer &live) { return live.id == id; });
+    if (found == m_transfers.end())
+        return std::nullopt;
+    LiveTransfer ended = std::move(*found);
+    m_transfers.erase(found);
+    if (m_task == ended.transfer.get())
+        m_task = nullptr;
+    return ended;
+}
+
+void DownloadManager::handleProgress(qint64 received, qint64 total)
+{
+    const std::optional<double> fraction = DownloadProgress::fraction(received, total);
+    if (!fraction)
+        return;
+    setProgress(*fraction);
+    setStatusText(DownloadProgress::statusText(*fraction));
 }
 
 QCoro::Task<> DownloadManager::install(QString partialPath, QUrl originalURL,
@@ -234,17 +263,12 @@ QCoro::Task<> DownloadManager::install(QString partialPath, QUrl originalURL,
 
 void DownloadManager::handleTransferFailed(const Failure &failure)
 {
-    QMetaObject::invokeMethod(
-        this,
-        [this, failure] {
-            setIsDownloading(false);
-            setErrorText(failure.description());
-            // Everything up to the finished partial file is the transfer, its own writes and
-            // the space check included; only the final move into the cache is a saving error.
-            setStatusText(QStringLiteral("Ошибка загрузки"));
-            complete(failure);
-        },
-        Qt::QueuedConnection);
+    setIsDownloading(false);
+    setErrorText(failure.description());
+    // Everything up to the finished partial file is the transfer, its own writes and the space
+    // check included; only the final move into the cache is a saving error.
+    setStatusText(QStringLiteral("Ошибка загрузки"));
+    complete(failure);
 }
 
 QCoro::Task<> DownloadManager::verify(QString destination, std::shared_ptr<QLockFile> claim)
@@ -281,13 +305,6 @@ void DownloadManager::complete(const Result<QString> &result)
     const DownloadCompletion completion = std::exchange(m_completion, {});
     if (completion)
         completion(result);
-}
-
-QNetworkAccessManager *DownloadManager::network()
-{
-    if (!m_network)
-        m_network = new QNetworkAccessManager(this);
-    return m_network;
 }
 
 void DownloadManager::setIsDownloading(bool value)

@@ -11,6 +11,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 // Called exactly once per started transfer, always on the GUI thread, with the local path of
 // the verified image or the failure.
@@ -19,8 +20,8 @@ using DownloadCompletion = std::function<void(const Result<QString> &)>;
 // One firmware download at a time into the cache folder, streamed to disk, verified with
 // shasum. Every assignment of a published value emits its signal, even when unchanged.
 class FileTransfer;
+struct TransferReport;
 class QLockFile;
-class QNetworkAccessManager;
 
 class DownloadManager final : public QObject {
     Q_OBJECT
@@ -69,19 +70,25 @@ private:
     void setDownloadedURL(const std::optional<QString> &value);
     void setErrorText(const std::optional<QString> &value);
 
-    // Transfer events. Each effect on published state runs as its own queued job on the GUI
-    // thread, in arrival order, and deliberately does not check which transfer it came from.
+    // What a transfer reports, arriving from its thread as a queued job on the GUI thread, in
+    // order. Its effect on published state deliberately does not depend on which transfer it
+    // came from: the late report of a cancelled transfer is handled like any other.
+    void handleReport(quint64 transfer, const TransferReport &report);
     void handleProgress(qint64 received, qint64 total);
-    void handleBodySaved(const QString &partialPath, const QUrl &originalURL,
-                         const std::shared_ptr<QLockFile> &claim);
     // Puts the finished data into the cache folder, then verifies it there.
     QCoro::Task<> install(QString partialPath, QUrl originalURL, std::shared_ptr<QLockFile> claim);
     void handleTransferFailed(const Failure &failure);
+    // A transfer running (or cancelled and not yet ended), with the claim on its partial data.
+    struct LiveTransfer {
+        quint64 id;
+        std::unique_ptr<FileTransfer> transfer;
+        std::shared_ptr<QLockFile> claim;
+    };
+    // Takes the ended transfer out, its thread finished; null when it is not known.
+    std::optional<LiveTransfer> takeTransfer(quint64 id);
     QCoro::Task<> verify(QString destination, std::shared_ptr<QLockFile> claim);
     // Hands the result to the stored completion, if any, and forgets it.
     void complete(const Result<QString> &result);
-
-    QNetworkAccessManager *network();
 
     bool m_isDownloading = false;
     double m_progress = 0;
@@ -89,7 +96,9 @@ private:
     std::optional<QString> m_downloadedURL;
     std::optional<QString> m_errorText;
     QString m_expectedSHA256;
-    QPointer<FileTransfer> m_task;
+    // The transfer the user may still cancel; null once cancelled.
+    FileTransfer *m_task = nullptr;
+    std::vector<LiveTransfer> m_transfers;
+    quint64 m_lastTransferId = 0;
     DownloadCompletion m_completion;
-    QNetworkAccessManager *m_network = nullptr;
 };

@@ -1,44 +1,47 @@
 #include "download/FileTransfer.h"
 
+#include "download/CurlFailure.h"
 #include "download/FileSystemError.h"
 #include "download/FreeSpace.h"
 
 #include <QDir>
-#include <QFileInfo>
-#include <QNetworkAccessManager>
+#include <QFile>
 #include <QNetworkReply>
 
+#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
+#include <mutex>
 #include <unistd.h>
 
 namespace {
 
-// Hidden files that earlier versions kept in the firmware folder while downloading.
-const QString legacyPartialPrefix = QStringLiteral(".corvalin-");
-const QString legacyPartialSuffix = QStringLiteral(".part");
+// A connection that receives nothing for a minute fails the transfer instead of hanging.
+std::atomic<std::chrono::milliseconds::rep> stallTimeout{
+    std::chrono::milliseconds(std::chrono::seconds(60)).count()};
 
-// A transfer that receives nothing for a minute fails instead of hanging on a dead connection.
-std::chrono::milliseconds stallTimeout = std::chrono::seconds(60);
-
-// Progress reaches the receiver in steps of this size, or after this long with anything new:
-// a fast link delivers many small chunks a second, and each step costs the receiver a job on
-// its thread, while a slow one should still move the bar.
-constexpr qint64 progressStep = 4 * 1024 * 1024;
-constexpr qint64 progressIntervalMilliseconds = 100;
-
-// How often stalls are checked and progress flushed; the throughput is measured over
-// several such samples.
-constexpr int sampleMilliseconds = 250;
-constexpr int samplesPerMeasurement = 2;
-// A connection is worth keeping when it raised the throughput by at least this share.
-constexpr double worthwhileGain = 1.15;
-// Politeness towards the server, whatever the measurements say.
-constexpr int maximumConnections = 16;
+// How long the thread sleeps at most when no connection has anything: the pace of the checks
+// below and of the answer to a cancel that arrives with nothing else to wake it.
+constexpr int pollMilliseconds = 50;
+// Stalls are checked, the connection count reconsidered and the record saved at this pace.
+constexpr auto sampleInterval = std::chrono::milliseconds(100);
+// Progress reaches the receiver at most this often (and at the end): each report costs the
+// receiver a job on its thread, while a slow link should still move the bar.
+constexpr auto progressInterval = std::chrono::milliseconds(100);
+// After a change of the connection count, one sample lets the new connections start up, the
+// next ones measure.
+constexpr int warmUpSamples = 1;
+constexpr int measuredSamples = 2;
 // A range is never split into pieces smaller than this.
 constexpr qint64 minimumPiece = 4 * 1024 * 1024;
 // The record on disk lags the data by at most this many samples.
-constexpr int samplesPerSave = 3;
+constexpr int samplesPerSave = 7;
+
+void initialiseCurl()
+{
+    static std::once_flag once;
+    std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
+}
 
 // Held bytes are worth keeping when a later attempt can tie them to the file served then (a
 // validator), or when nothing is missing and only putting the image in place failed.
@@ -57,35 +60,88 @@ bool validatorsAgree(const ResumeRecord &record, const RangeAnswer &answer)
     return true;
 }
 
+Failure writeFailure(int error)
+{
+    return Failure::platform(Failure::Domain::fileSystem,
+                             QStringLiteral("Не удалось записать загруженные данные на диск: %1.")
+                                 .arg(FileSystemError::describe(error)),
+                             error);
+}
+
 } // namespace
 
 void FileTransfer::Testing::setStallTimeout(std::chrono::milliseconds timeout)
 {
-    stallTimeout = timeout;
+    stallTimeout = timeout.count();
 }
 
-FileTransfer::FileTransfer(QNetworkAccessManager *network, QUrl url, qint64 expectedSize,
-                           QString destinationFolder, QObject *parent)
-    : QObject(parent), m_network(network), m_originalURL(std::move(url)), m_expectedSize(expectedSize),
-      m_destinationFolder(std::move(destinationFolder)),
-      m_partialPath(PartialDownloads::dataPath(m_originalURL)), m_file(m_partialPath)
+FileTransfer::FileTransfer(QUrl url, qint64 expectedSize, QString destinationFolder, QByteArray certificates,
+                           TransferReporter reporter)
+    : m_originalURL(std::move(url)), m_expectedSize(expectedSize),
+      m_destinationFolder(std::move(destinationFolder)), m_settings{m_originalURL, std::move(certificates)},
+      m_reporter(std::move(reporter)), m_partialPath(PartialDownloads::dataPath(m_originalURL))
 {
-    m_sampler.setInterval(sampleMilliseconds);
-    connect(&m_sampler, &QTimer::timeout, this, &FileTransfer::sample);
+    initialiseCurl();
+    m_multi = curl_multi_init();
 }
 
 FileTransfer::~FileTransfer()
 {
-    // Quitting keeps what was received, for the next run to continue.
-    if (!m_done) {
-        stopAll();
-        saveRecord();
-        m_file.close();
-        keepOnlyWhatCanResume();
+    if (m_thread.joinable()) {
+        // A cancel already asked for goes on; otherwise quitting keeps what was received.
+        Command none = Command::none;
+        m_command.compare_exchange_strong(none, Command::quit);
+        curl_multi_wakeup(m_multi);
+        m_thread.join();
     }
+    curl_multi_cleanup(m_multi);
 }
 
 void FileTransfer::start()
+{
+    m_thread = std::thread([this] { run(); });
+}
+
+void FileTransfer::cancel()
+{
+    m_command = Command::cancel;
+    curl_multi_wakeup(m_multi);
+}
+
+void FileTransfer::run()
+{
+    if (!open())
+        return;
+    while (!m_done) {
+        const Command command = m_command;
+        if (command == Command::cancel) {
+            m_cancelled = true;
+            stopAll();
+            fail(CurlFailure::cancelled());
+            break;
+        }
+        if (command == Command::quit) {
+            stopAll();
+            saveRecord();
+            m_done = true;
+            closeData();
+            keepOnlyWhatCanResume();
+            break;
+        }
+        int running = 0;
+        curl_multi_perform(m_multi, &running);
+        turn();
+        if (m_done)
+            break;
+        reportProgress(false);
+        if (Clock::now() - m_lastSample >= sampleInterval)
+            sample();
+        if (!m_done)
+            curl_multi_poll(m_multi, nullptr, 0, pollMilliseconds, nullptr);
+    }
+}
+
+bool FileTransfer::open()
 {
     std::optional<ResumeRecord> record = PartialDownloads::load(m_originalURL);
     // Bytes that cannot be tied to the file served now, or that disagree with the catalogue's
@@ -98,32 +154,29 @@ void FileTransfer::start()
         PartialDownloads::discard(m_originalURL);
     const qint64 held = record ? record->held() : 0;
 
-    if (auto failure =
-            FreeSpace::check(PartialDownloads::folder(), m_expectedSize > 0 ? m_expectedSize - held : 0)) {
-        fail(*failure);
-        return;
-    }
+    std::optional<Failure> problem =
+        FreeSpace::check(PartialDownloads::folder(), m_expectedSize > 0 ? m_expectedSize - held : 0);
     // On another volume the finished image is copied, and must fit there too.
-    if (!FreeSpace::sameVolume(PartialDownloads::folder(), m_destinationFolder)) {
-        if (auto shortage = FreeSpace::checkCache(m_destinationFolder, m_expectedSize)) {
-            fail(Failure::platform(Failure::Domain::fileSystem, *shortage));
-            return;
+    if (!problem && !FreeSpace::sameVolume(PartialDownloads::folder(), m_destinationFolder)) {
+        if (auto shortage = FreeSpace::checkCache(m_destinationFolder, m_expectedSize))
+            problem = Failure::platform(Failure::Domain::fileSystem, *shortage);
+    }
+    if (!problem) {
+        // Never through a symbolic link put in its place meanwhile.
+        m_descriptor = ::open(QFile::encodeName(m_partialPath).constData(),
+                              O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC | (record ? 0 : O_TRUNC), 0644);
+        if (m_descriptor < 0) {
+            const int error = errno;
+            problem = Failure::platform(
+                Failure::Domain::fileSystem,
+                QStringLiteral("Не удалось открыть файл загрузки: %1.").arg(FileSystemError::describe(error)),
+                error);
         }
     }
-
-    // Never through a symbolic link put in its place meanwhile.
-    const int descriptor = ::open(QFile::encodeName(m_partialPath).constData(),
-                                  O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC | (record ? 0 : O_TRUNC), 0644);
-    if (descriptor < 0 || !m_file.open(descriptor, QIODevice::ReadWrite | QIODevice::Unbuffered,
-                                       QFileDevice::AutoCloseHandle)) {
-        const int error = errno;
-        if (descriptor >= 0)
-            ::close(descriptor);
-        fail(Failure::platform(
-            Failure::Domain::fileSystem,
-            QStringLiteral("Не удалось открыть файл загрузки: %1.").arg(FileSystemError::describe(error)),
-            error));
-        return;
+    if (problem) {
+        m_done = true;
+        report({TransferReport::Kind::failed, 0, -1, {}, *problem});
+        return false;
     }
 
     m_resumedHeldData = record.has_value();
@@ -134,37 +187,74 @@ void FileTransfer::start()
         m_record = ResumeRecord{m_originalURL, -1, {}, {}, {}};
         m_plan = RangePlan::whole(-1);
     }
-    m_received = m_plan.held();
-    m_sampler.start();
+    m_lastSample = Clock::now();
 
     const std::optional<int> first = m_plan.takeGap();
     if (!first) {
         finish(); // everything was already held: only the verification was missing
+        return false;
+    }
+    launch(*first);
+    return true;
+}
+
+void FileTransfer::turn()
+{
+    int left = 0;
+    while (CURLMsg *message = curl_multi_info_read(m_multi, &left)) {
+        if (message->msg != CURLMSG_DONE)
+            continue;
+        for (const auto &fetch : m_fetches) {
+            if (fetch->handle() == message->easy_handle)
+                fetch->finished(message->data.result);
+        }
+    }
+    std::vector<RangeFetch *> fetches;
+    for (const auto &fetch : m_fetches)
+        fetches.push_back(fetch.get());
+    for (RangeFetch *fetch : fetches) {
+        const auto alive = [&] {
+            return std::any_of(m_fetches.begin(), m_fetches.end(),
+                               [fetch](const auto &live) { return live.get() == fetch; });
+        };
+        while (!m_done && alive()) {
+            const std::optional<FetchEvent> event = fetch->takeEvent();
+            if (!event)
+                break;
+            handle(fetch, *event);
+        }
+        if (m_done)
+            return;
+    }
+}
+
+void FileTransfer::handle(RangeFetch *fetch, const FetchEvent &event)
+{
+    switch (event.kind) {
+    case FetchEvent::Kind::answered: {
+        answered(fetch, event.answer);
+        const bool kept = std::any_of(m_fetches.begin(), m_fetches.end(),
+                                      [fetch](const auto &live) { return live.get() == fetch; });
+        if (!m_done && kept)
+            fetch->proceed();
         return;
     }
-    launch(*first, m_network);
+    case FetchEvent::Kind::segmentDone: segmentDone(fetch); return;
+    case FetchEvent::Kind::failed: fail(*event.failure); return;
+    }
 }
 
-void FileTransfer::abort()
+void FileTransfer::launch(int segment)
 {
-    if (m_done)
-        return;
-    m_cancelled = true;
-    // The network layer reports the cancellation synchronously, with its own description.
-    if (!m_fetches.isEmpty())
-        m_fetches.first()->abort();
-    fail(Failure::platform(Failure::Domain::network, QStringLiteral("Загрузка отменена."),
-                           int(QNetworkReply::OperationCanceledError)));
-}
-
-void FileTransfer::launch(int segment, QNetworkAccessManager *network)
-{
-    if (!network)
-        network = new QNetworkAccessManager(this);
-    auto *fetch = new RangeFetch(*this, m_plan, segment, m_file.handle(), this);
-    m_fetches.append(fetch);
+    auto fetch = std::make_unique<RangeFetch>(m_multi, m_plan, segment, m_descriptor);
     const QByteArray guard = m_plan.segment(segment).position > 0 ? m_record.validator() : QByteArray();
-    fetch->start(network, m_originalURL, guard);
+    fetch->start(m_settings, guard);
+    m_fetches.push_back(std::move(fetch));
+}
+
+void FileTransfer::remove(RangeFetch *fetch)
+{
+    std::erase_if(m_fetches, [fetch](const auto &live) { return live.get() == fetch; });
 }
 
 bool FileTransfer::addConnection()
@@ -174,7 +264,7 @@ bool FileTransfer::addConnection()
         segment = m_plan.split(minimumPiece);
     if (!segment)
         return false;
-    launch(*segment, nullptr);
+    launch(*segment);
     return true;
 }
 
@@ -202,52 +292,46 @@ void FileTransfer::answered(RangeFetch *fetch, const RangeAnswer &answer)
         m_record.lastModified = answer.lastModified;
         if (segment.end < 0)
             m_plan.setEnd(fetch->segment(), answer.size);
-        if (m_received > 0)
+        if (m_plan.held() > 0)
             reportProgress(true); // progress continues from what was held
-
         return;
     }
 
     if (answer.partial) {
         // A range of a different file: that body is no use, start again with a plain request.
-        m_fetches.removeOne(fetch);
-        fetch->stop();
-        fetch->deleteLater();
-        restartFromZero(-1);
-        launch(0, fetch->network());
+        remove(fetch);
+        if (restartFromZero(-1))
+            launch(0);
         return;
     }
 
     // The whole body (no range support, or changed validators): it replaces whatever was
     // held, on this one connection.
-    restartFromZero(answer.size);
+    if (!restartFromZero(answer.size))
+        return;
     fetch->setSegment(0);
     m_record.etag = answer.etag;
     m_record.lastModified = answer.lastModified;
 }
 
-void FileTransfer::restartFromZero(qint64 size)
+bool FileTransfer::restartFromZero(qint64 size)
 {
     // The old record describes bytes that are gone now.
     QFile::remove(PartialDownloads::recordPath(m_originalURL));
-    m_file.resize(0);
+    if (::ftruncate(m_descriptor, 0) != 0) {
+        fail(writeFailure(errno));
+        return false;
+    }
     m_plan = RangePlan::whole(size);
     m_plan.takeGap();
     m_record = ResumeRecord{m_originalURL, size, {}, {}, {}};
-    m_received = 0;
     m_reported = -1;
-}
-
-void FileTransfer::received(qint64 bytes)
-{
-    m_received += bytes;
-    reportProgress(false);
+    return true;
 }
 
 void FileTransfer::segmentDone(RangeFetch *fetch)
 {
-    m_fetches.removeOne(fetch);
-    fetch->deleteLater();
+    remove(fetch);
     if (m_plan.complete()) {
         finish();
         return;
@@ -257,97 +341,65 @@ void FileTransfer::segmentDone(RangeFetch *fetch)
     if (!next && m_rangesConfirmed)
         next = m_plan.split(minimumPiece);
     if (next)
-        launch(*next, fetch->network());
-}
-
-void FileTransfer::fetchFailed(RangeFetch *, const Failure &failure)
-{
-    fail(failure);
+        launch(*next);
 }
 
 void FileTransfer::sample()
 {
-    if (m_done)
-        return;
-    for (const RangeFetch *fetch : std::as_const(m_fetches)) {
-        if (fetch->millisecondsSinceData() >= stallTimeout.count()) {
+    m_lastSample = Clock::now();
+    const std::chrono::milliseconds limit(stallTimeout.load());
+    for (const auto &fetch : m_fetches) {
+        if (fetch->stall().stalled(limit, m_lastSample)) {
             fail(Failure::networkTimeout(QNetworkReply::TimeoutError));
             return;
         }
     }
-
-    // Connections hand over their data in batches; what is left over is written now, so that
-    // a slow link still moves the bar and the record stays close behind.
-    for (RangeFetch *fetch : QList<RangeFetch *>(m_fetches))
-        fetch->readAvailable();
-    if (m_done)
-        return;
-    reportProgress(false);
     if (++m_samplesSinceSave >= samplesPerSave) {
         m_samplesSinceSave = 0;
         saveRecord();
     }
-
-    if (m_rangesConfirmed && m_growing)
+    if (m_rangesConfirmed && !m_policy.settled())
         adjustConnections();
 }
 
 void FileTransfer::adjustConnections()
 {
-    // After a change, one sample lets the new connections start up, the next ones measure.
     ++m_samplesSinceChange;
-    if (m_samplesSinceChange == 1) {
-        m_bytesAtSample = m_received;
-        m_sinceSample.start();
+    if (m_samplesSinceChange == warmUpSamples) {
+        m_bytesAtMeasurement = m_plan.held();
+        m_measurementStart = m_lastSample;
     }
-    if (m_samplesSinceChange < 1 + samplesPerMeasurement)
+    if (m_samplesSinceChange < warmUpSamples + measuredSamples)
         return;
-    const double seconds = double(m_sinceSample.elapsed()) / 1000.0;
-    const double rate = seconds > 0 ? double(m_received - m_bytesAtSample) / seconds : 0;
-
-    if (m_rateBeforeChange > 0 && rate < m_rateBeforeChange * worthwhileGain) {
-        m_growing = false;
-        if (rate > m_rateBeforeChange)
-            return;
-        // The last connections gained nothing (the link or this machine is the limit): they
-        // close, and their ranges go to whichever connection finishes first.
-        for (int i = 0; i < m_lastAdded && m_fetches.size() > 1; ++i) {
-            RangeFetch *last = m_fetches.takeLast();
-            last->stop();
-            last->deleteLater();
-            m_plan.release(last->segment());
-        }
-        return;
-    }
-    if (m_fetches.size() >= maximumConnections) {
-        m_growing = false;
-        return;
-    }
-    m_rateBeforeChange = rate;
     m_samplesSinceChange = 0;
-    // Doubling finds the right count in a few steps while the file is still large.
-    const int wanted = qMin(qsizetype(maximumConnections), 2 * m_fetches.size());
-    m_lastAdded = 0;
-    while (m_fetches.size() < wanted && addConnection())
-        ++m_lastAdded;
-    if (m_lastAdded == 0)
-        m_growing = false;
+    const double seconds = std::chrono::duration<double>(m_lastSample - m_measurementStart).count();
+    const double rate = seconds > 0 ? double(m_plan.held() - m_bytesAtMeasurement) / seconds : 0;
+    const int connections = int(m_fetches.size());
+    const int wanted = m_policy.next(connections, rate);
+    while (int(m_fetches.size()) < wanted && addConnection()) {
+    }
+    // The connections that gained nothing close, and their ranges go to whichever connection
+    // finishes first.
+    while (int(m_fetches.size()) > qMax(1, wanted)) {
+        m_plan.release(m_fetches.back()->segment());
+        m_fetches.pop_back();
+    }
 }
 
 void FileTransfer::reportProgress(bool force)
 {
-    const bool due = m_received - m_reported >= progressStep ||
-                     (m_received != m_reported && m_sinceReport.elapsed() >= progressIntervalMilliseconds);
-    if (!force && !due && m_sinceReport.isValid())
+    const qint64 received = m_plan.held();
+    const Clock::time_point now = Clock::now();
+    if (!force && (received == m_reported || now - m_lastReport < progressInterval))
         return;
-    m_reported = m_received;
-    m_sinceReport.start();
-    emit progressed(m_received, m_record.size);
+    m_reported = received;
+    m_lastReport = now;
+    report({TransferReport::Kind::progressed, received, m_record.size, {}, std::nullopt});
 }
 
 void FileTransfer::saveRecord()
 {
-    if (m_cancelled || !m_file.isOpen() || m_plan.segments().empty())
+    if (m_cancelled || m_descriptor < 0 || m_plan.segments().empty())
         return;
     m_record.segments = m_plan.segments();
     if (resumable(m_record))
@@ -391,46 +443,61 @@ void FileTransfer::finish()
     saveRecord();
     // Closing can still report an error of the file system (a network volume, for example);
     // it fails the transfer like a failed write.
-    m_file.close();
-    if (m_file.error() != QFileDevice::NoError)
-        emit failed(Failure::platform(
-            Failure::Domain::fileSystem,
-            QStringLiteral("Не удалось записать загруженные данные на диск: %1.").arg(m_file.errorString()),
-            int(m_file.error())));
+    if (const int error = closeData())
+        report({TransferReport::Kind::failed, 0, -1, {}, writeFailure(error)});
     else
-        emit bodySaved(m_partialPath);
-    deleteLater();
+        report({TransferReport::Kind::bodySaved, size, m_record.size, m_partialPath, std::nullopt});
 }
 
 void FileTransfer::fail(const Failure &failure)
 {
     if (m_done)
         return;
-    stopAll();
+    drainAndStop();
     saveRecord();
     m_done = true;
-    m_file.close();
+    closeData();
     keepOnlyWhatCanResume();
-    emit failed(failure);
-    deleteLater();
+    report({TransferReport::Kind::failed, 0, -1, {}, failure});
+}
+
+int FileTransfer::closeData()
+{
+    if (m_descriptor < 0)
+        return 0;
+    const int closed = ::close(std::exchange(m_descriptor, -1));
+    return closed == 0 ? 0 : errno;
+}
+
+void FileTransfer::drainAndStop()
+{
+    // Whatever the other connections have already received goes to the file: it need not be
+    // fetched again.
+    if (!m_cancelled && !m_fetches.empty()) {
+        int running = 0;
+        curl_multi_perform(m_multi, &running);
+    }
+    stopAll();
 }
 
 void FileTransfer::stopAll()
 {
-    m_sampler.stop();
-    for (RangeFetch *fetch : std::as_const(m_fetches)) {
-        fetch->stop();
-        fetch->deleteLater();
-    }
     m_fetches.clear();
+}
+
+void FileTransfer::report(TransferReport report)
+{
+    // Once the user has cancelled, only the end is of interest.
+    if (report.kind == TransferReport::Kind::progressed && m_command == Command::cancel)
+        return;
+    m_reporter(std::move(report));
 }
 
 void FileTransfer::removeLegacyPartialFiles(const QString &folder)
 {
     const QDir directory(folder);
     const QStringList names =
-        directory.entryList({legacyPartialPrefix + QLatin1Char('*') + legacyPartialSuffix},
-                            QDir::Files | QDir::Hidden | QDir::System);
+        directory.entryList({QStringLiteral(".corvalin-*.part")}, QDir::Files | QDir::Hidden | QDir::System);
     for (const QString &name : names)
         QFile::remove(directory.filePath(name));
 }

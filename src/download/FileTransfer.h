@@ -1,52 +1,74 @@
 #pragma once
 
 #include "app/Failure.h"
+#include "download/ConnectionPolicy.h"
 #include "download/RangeFetch.h"
 #include "download/RangePlan.h"
 #include "download/ResumeRecord.h"
 
-#include <QElapsedTimer>
-#include <QFile>
-#include <QList>
-#include <QObject>
 #include <QString>
-#include <QTimer>
 #include <QUrl>
 
-#include <chrono>
-#include <optional>
+#include <curl/curl.h>
 
-class QNetworkAccessManager;
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <thread>
+#include <vector>
+
+// What a transfer tells whoever started it: progress in steps, then exactly one end.
+struct TransferReport {
+    enum class Kind {
+        // Bytes of the file on disk so far and the whole size (-1 when unknown).
+        progressed,
+        // The whole body is on disk at `partialPath`, closed and flushed, its record complete.
+        bodySaved,
+        failed,
+    };
+    Kind kind;
+    qint64 received = 0;
+    qint64 total = -1;
+    QString partialPath;
+    std::optional<Failure> failure;
+};
+// Called on the transfer's own thread.
+using TransferReporter = std::function<void(TransferReport)>;
 
 // One image download streamed into its partial data file, resumable and, where the server
-// allows ranges, spread over several connections on disjoint ranges of the same file.
+// allows ranges, spread over several connections on disjoint ranges of the same file. It runs
+// on a thread of its own, all its connections driven by one curl multi handle there.
 //
-// Exactly one of bodySaved or failed is emitted, after which the transfer deletes itself later.
 // A failure keeps the bytes received and a record of them (see PartialDownloads) so the next
-// transfer of the same link continues where this one stopped; only abort(), the user's cancel,
+// transfer of the same link continues where this one stopped; only cancel(), the user's cancel,
 // discards them, and so does a failure that leaves nothing a later attempt could load. After
 // bodySaved the data and its record stay until the receiver has put the image in place and
-// discards them. An error status or a web page is a failed request, never a body; a body
-// whose length differs from the catalogue's size is a failure too.
+// discards them. An error status or a web page in answer to a range after the first byte is a
+// failed request, never a body; pieces that do not add up to the catalogue's size fail too.
 //
-// The caller claims the link's partial data (PartialDownloads::claim) before starting.
-class FileTransfer final : public QObject, private RangeFetch::Owner {
-    Q_OBJECT
-    Q_DISABLE_COPY_MOVE(FileTransfer)
-
+// The caller claims the link's partial data (PartialDownloads::claim) before starting, and
+// keeps the claim until the end is reported. Destroying a running transfer stops it and keeps
+// what was received, for the next run to continue; it reports nothing more.
+class FileTransfer final {
 public:
     // `expectedSize` is the catalogue's size (0 or less: unknown), used for the space checks
-    // and to judge the body's length; `destinationFolder` is where the image will be put.
-    FileTransfer(QNetworkAccessManager *network, QUrl url, qint64 expectedSize, QString destinationFolder,
-                 QObject *parent);
-    ~FileTransfer() override;
+    // and to judge the body's length; `destinationFolder` is where the image will be put;
+    // `certificates` (PEM) are those the application trusts.
+    FileTransfer(QUrl url, qint64 expectedSize, QString destinationFolder, QByteArray certificates,
+                 TransferReporter reporter);
+    ~FileTransfer();
+    FileTransfer(const FileTransfer &) = delete;
+    FileTransfer &operator=(const FileTransfer &) = delete;
 
-    // Checks the space (for the data and, on another volume, for the image), opens the partial data and sends
-    // the first request; anything that fails here is reported through failed like any other transfer error.
+    // Checks the space (for the data and, on another volume, for the image), opens the partial
+    // data and sends the first request, on the transfer's thread; anything that fails there is
+    // reported like any other transfer error.
     void start();
-    // The user's cancel: stops, discards the partial data, and emits failed with the network
-    // layer's cancellation error.
-    void abort();
+    // The user's cancel: stops, discards the partial data, and reports the network layer's
+    // cancellation error.
+    void cancel();
 
     // The URL the transfer was created with, whatever redirects it followed.
     const QUrl &originalURL() const { return m_originalURL; }
@@ -56,49 +78,53 @@ public:
     static void removeLegacyPartialFiles(const QString &folder);
 
     struct Testing {
-        // How long a transfer may receive nothing before it fails as timed out.
+        // How long a connection may receive nothing before the transfer fails as timed out.
         static void setStallTimeout(std::chrono::milliseconds timeout);
     };
 
-signals:
-    // Bytes of the file on disk so far and the whole size (-1 when unknown); sent in steps, so
-    // that a fast transfer does not flood its receiver.
-    void progressed(qint64 received, qint64 total);
-    // The whole body is on disk at `partialPath`, closed and flushed, its record complete.
-    void bodySaved(const QString &partialPath);
-    void failed(const Failure &failure);
-
 private:
-    void answered(RangeFetch *fetch, const RangeAnswer &answer) override;
-    void received(qint64 bytes) override;
-    void segmentDone(RangeFetch *fetch) override;
-    void fetchFailed(RangeFetch *fetch, const Failure &failure) override;
+    enum class Command { none, cancel, quit };
 
-    // Starts a connection on the segment; new connections after the first get their own
-    // network access manager, so each has its own thread and no per-host connection limit.
-    void launch(int segment, QNetworkAccessManager *network);
+    void run();
+    bool open();
+    void turn();
+    void handle(RangeFetch *fetch, const FetchEvent &event);
+    void answered(RangeFetch *fetch, const RangeAnswer &answer);
+    void segmentDone(RangeFetch *fetch);
+    void launch(int segment);
+    void remove(RangeFetch *fetch);
     // A connection for another segment: an untouched gap first, otherwise half of the largest.
     bool addConnection();
-    void restartFromZero(qint64 size);
+    // False when the data could not be emptied (the transfer has failed then).
+    bool restartFromZero(qint64 size);
     void sample();
-    // Doubles the connections while that raises the throughput enough.
     void adjustConnections();
     void reportProgress(bool force);
     void saveRecord();
     void keepOnlyWhatCanResume();
     void finish();
     void fail(const Failure &failure);
+    // Lets every connection hand over what has already arrived, then closes them all.
+    void drainAndStop();
+    // The errno of a failed close, 0 when it went well.
+    int closeData();
     void stopAll();
+    void report(TransferReport report);
 
-    QNetworkAccessManager *m_network;
     QUrl m_originalURL;
     qint64 m_expectedSize;
     QString m_destinationFolder;
+    FetchSettings m_settings;
+    TransferReporter m_reporter;
     QString m_partialPath;
-    QFile m_file;
+    int m_descriptor = -1;
+    CURLM *m_multi = nullptr;
+    std::thread m_thread;
+    std::atomic<Command> m_command{Command::none};
+
     RangePlan m_plan;
     ResumeRecord m_record;
-    QList<RangeFetch *> m_fetches;
+    std::vector<std::unique_ptr<RangeFetch>> m_fetches;
     bool m_rangesConfirmed = false;
     bool m_done = false;
     // A fresh download that stayed one plain request: its body is judged by its digest alone,
@@ -106,18 +132,15 @@ private:
     bool m_resumedHeldData = false;
     bool m_cancelled = false;
 
-    // Progress is reported in steps of this many bytes and at the end.
-    qint64 m_received = 0;
+    using Clock = std::chrono::steady_clock;
     qint64 m_reported = -1;
-    QElapsedTimer m_sinceReport;
+    Clock::time_point m_lastReport;
+    Clock::time_point m_lastSample;
+    int m_samplesSinceSave = 0;
 
     // Connections are added while each addition still raises the throughput.
-    QTimer m_sampler;
-    QElapsedTimer m_sinceSample;
-    qint64 m_bytesAtSample = 0;
+    ConnectionPolicy m_policy;
     int m_samplesSinceChange = 0;
-    double m_rateBeforeChange = 0;
-    int m_lastAdded = 0;
-    bool m_growing = true;
-    int m_samplesSinceSave = 0;
+    qint64 m_bytesAtMeasurement = 0;
+    Clock::time_point m_measurementStart;
 };

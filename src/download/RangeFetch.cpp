@@ -1,35 +1,20 @@
 #include "download/RangeFetch.h"
 
+#include "download/CurlFailure.h"
 #include "download/FileSystemError.h"
 
-#include <QNetworkAccessManager>
 #include <QNetworkReply>
-#include <QNetworkRequest>
 
 #include <cerrno>
 #include <unistd.h>
 
 namespace {
 
-// How much the network layer may buffer ahead of the disk per connection, so that memory
-// stays flat when the disk is slower than the link.
-constexpr qint64 readBufferSize = 4 * 1024 * 1024;
-// Data is taken from the network layer in batches of at least this size (or when the owner
-// asks): every read from a bounded reply wakes the network layer's thread, so reading each
-// small chunk as it arrives costs more in thread wake-ups than the chunk is worth.
-constexpr qint64 batchSize = 1024 * 1024;
-// How much is written to the file in one call.
-constexpr qint64 chunkSize = 2 * 1024 * 1024;
-
-// Errors that Qt derives from the HTTP status of a response that did arrive. Such a response
-// is refused by its status as soon as it is seen; these only say that it arrived.
-bool isHttpStatusError(QNetworkReply::NetworkError error)
-{
-    const int code = int(error);
-    return (code >= QNetworkReply::ContentAccessDenied && code <= QNetworkReply::UnknownContentError &&
-            error != QNetworkReply::ContentReSendError) ||
-           (code >= QNetworkReply::InternalServerError && code <= QNetworkReply::UnknownServerError);
-}
+// curl's receive buffer per connection: large enough that each write to the file is worth
+// its system call, small enough that sixteen connections stay within a few megabytes.
+constexpr long receiveBufferSize = 256 * 1024;
+// The same limit the rest of the application's network requests have.
+constexpr long maximumRedirects = 50;
 
 // "bytes 100-199/1000" → first byte 100, size 1000 (size -1 for "*").
 std::optional<std::pair<qint64, qint64>> parseContentRange(const QByteArray &value)
@@ -48,6 +33,15 @@ std::optional<std::pair<qint64, qint64>> parseContentRange(const QByteArray &val
     if (!firstOk)
         return std::nullopt;
     return std::pair{first, sizeOk ? size : qint64(-1)};
+}
+
+// The value of a header of the final response (after redirects); empty when absent.
+QByteArray header(CURL *handle, const char *name)
+{
+    curl_header *found = nullptr;
+    if (curl_easy_header(handle, name, 0, CURLH_HEADER, -1, &found) != CURLHE_OK || !found)
+        return {};
+    return QByteArray(found->value).trimmed();
 }
 
 } // namespace
@@ -71,183 +65,190 @@ std::optional<QString> writeAt(int fileDescriptor, const char *data, qint64 size
     return std::nullopt;
 }
 
-RangeFetch::RangeFetch(Owner &owner, RangePlan &plan, int segment, int fileDescriptor, QObject *parent)
-    : QObject(parent), m_owner(owner), m_plan(plan), m_segment(segment), m_descriptor(fileDescriptor)
-{
-    m_lastData.start();
-}
+RangeFetch::RangeFetch(CURLM *multi, RangePlan &plan, int segment, int fileDescriptor)
+    : m_multi(multi), m_plan(plan), m_segment(segment), m_descriptor(fileDescriptor)
+{}
 
 RangeFetch::~RangeFetch()
 {
-    stop();
+    if (m_handle) {
+        curl_multi_remove_handle(m_multi, m_handle);
+        curl_easy_cleanup(m_handle);
+    }
+    curl_slist_free_all(m_headers);
 }
 
-void RangeFetch::start(QNetworkAccessManager *network, const QUrl &url, const QByteArray &ifRange)
+void RangeFetch::start(const FetchSettings &settings, const QByteArray &ifRange)
 {
     const Segment &segment = m_plan.segment(m_segment);
-    QNetworkRequest request(url);
-    // Follows http→http and https→https redirects, but never from https down to http.
-    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::NoLessSafeRedirectPolicy);
-    // One large stream gains nothing from multiplexing, and HTTP/1.1 keeps Qt's fastest path.
-    request.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
-    QByteArray range = "bytes=" + QByteArray::number(segment.position) + '-';
+    QByteArray range = "Range: bytes=" + QByteArray::number(segment.position) + '-';
     if (segment.end >= 0)
         range += QByteArray::number(segment.end - 1);
-    request.setRawHeader("Range", range);
+    m_headers = curl_slist_append(m_headers, range.constData());
     if (!ifRange.isEmpty())
-        request.setRawHeader("If-Range", ifRange);
+        m_headers = curl_slist_append(m_headers, QByteArray("If-Range: " + ifRange).constData());
 
-    m_buffer.resize(chunkSize);
-    m_lastData.start();
-    m_network = network;
-    m_reply = network->get(request);
-    m_reply->setReadBufferSize(readBufferSize);
-    connect(m_reply, &QNetworkReply::metaDataChanged, this, &RangeFetch::handleMetaData);
-    connect(m_reply, &QNetworkReply::readyRead, this, &RangeFetch::handleReadyRead);
-    connect(m_reply, &QNetworkReply::finished, this, &RangeFetch::handleFinished);
+    m_handle = curl_easy_init();
+    const QByteArray url = settings.url.toEncoded();
+    curl_easy_setopt(m_handle, CURLOPT_URL, url.constData());
+    curl_easy_setopt(m_handle, CURLOPT_HTTPHEADER, m_headers);
+    // One large stream gains nothing from multiplexing.
+    curl_easy_setopt(m_handle, CURLOPT_HTTP_VERSION, long(CURL_HTTP_VERSION_1_1));
+    // Follows http→http, http→https and https→https redirects, never from https down to http.
+    curl_easy_setopt(m_handle, CURLOPT_FOLLOWLOCATION, 1L);
+    curl_easy_setopt(m_handle, CURLOPT_MAXREDIRS, maximumRedirects);
+    curl_easy_setopt(m_handle, CURLOPT_PROTOCOLS_STR, "http,https");
+    curl_easy_setopt(m_handle, CURLOPT_REDIR_PROTOCOLS_STR,
+                     settings.url.scheme() == QLatin1String("https") ? "https" : "http,https");
+    // Like the rest of the application: no proxy from the environment, the same trusted
+    // certificates.
+    curl_easy_setopt(m_handle, CURLOPT_PROXY, "");
+    curl_blob certificates{const_cast<char *>(settings.certificates.constData()),
+                           size_t(settings.certificates.size()), CURL_BLOB_COPY};
+    curl_easy_setopt(m_handle, CURLOPT_CAINFO_BLOB, &certificates);
+    curl_easy_setopt(m_handle, CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(m_handle, CURLOPT_BUFFERSIZE, receiveBufferSize);
+    curl_easy_setopt(m_handle, CURLOPT_WRITEFUNCTION, &RangeFetch::writeCallback);
+    curl_easy_setopt(m_handle, CURLOPT_WRITEDATA, this);
+    curl_easy_setopt(m_handle, CURLOPT_PRIVATE, this);
+    m_stall.dataArrived();
+    curl_multi_add_handle(m_multi, m_handle);
 }
 
-void RangeFetch::stop()
+void RangeFetch::proceed()
 {
-    if (QNetworkReply *reply = m_reply) {
-        m_reply = nullptr;
-        reply->disconnect(this);
-        // A reply that already has an outcome needs no abort, and complains about a second one.
-        if (reply->isRunning() && reply->error() == QNetworkReply::NoError)
-            reply->abort();
-        reply->deleteLater();
+    curl_easy_pause(m_handle, CURLPAUSE_CONT);
+}
+
+size_t RangeFetch::writeCallback(char *data, size_t size, size_t count, void *self)
+{
+    return static_cast<RangeFetch *>(self)->write(data, size * count);
+}
+
+size_t RangeFetch::write(const char *data, size_t size)
+{
+    m_stall.dataArrived();
+    if (m_ended)
+        return 0;
+    if (!m_answered) {
+        m_answered = true;
+        if (const std::optional<QString> refused = refusal()) {
+            long status = 0;
+            curl_easy_getinfo(m_handle, CURLINFO_RESPONSE_CODE, &status);
+            // The code is the HTTP status, for whoever needs more than the text.
+            report({FetchEvent::Kind::failed,
+                    {},
+                    Failure::platform(Failure::Domain::network, *refused, int(status))});
+            return 0;
+        }
+        m_events.push_back({FetchEvent::Kind::answered, readAnswer(), std::nullopt});
+        // The same bytes come back once the transfer has decided where they go.
+        return CURL_WRITEFUNC_PAUSE;
+    }
+
+    const Segment &segment = m_plan.segment(m_segment);
+    const qint64 wanted = segment.end >= 0 ? qMin(qint64(size), segment.remaining()) : qint64(size);
+    qint64 written = 0;
+    if (const auto error = writeAt(m_descriptor, data, wanted, segment.position, written)) {
+        // What did reach the disk counts: a full disk ends the download where it is.
+        m_plan.advance(m_segment, written);
+        report({FetchEvent::Kind::failed, {}, Failure::platform(Failure::Domain::fileSystem, *error, 0)});
+        return 0;
+    }
+    m_plan.advance(m_segment, written);
+    if (m_plan.segment(m_segment).finished()) {
+        report({FetchEvent::Kind::segmentDone, {}, std::nullopt});
+        return 0; // the rest of the response belongs to another connection
+    }
+    return size;
+}
+
+void RangeFetch::finished(CURLcode result)
+{
+    if (m_ended)
+        return;
+    // A response without a body says what it is only now.
+    if (!m_answered && result == CURLE_OK) {
+        m_answered = true;
+        if (const std::optional<QString> refused = refusal()) {
+            long status = 0;
+            curl_easy_getinfo(m_handle, CURLINFO_RESPONSE_CODE, &status);
+            report({FetchEvent::Kind::failed,
+                    {},
+                    Failure::platform(Failure::Domain::network, *refused, int(status))});
+            return;
+        }
+        m_events.push_back({FetchEvent::Kind::answered, readAnswer(), std::nullopt});
+    }
+    if (result != CURLE_OK) {
+        report({FetchEvent::Kind::failed, {}, CurlFailure::describe(result, m_handle)});
+        return;
+    }
+    const Segment &segment = m_plan.segment(m_segment);
+    if (segment.end < 0) {
+        m_plan.close(m_segment);
+        report({FetchEvent::Kind::segmentDone, {}, std::nullopt});
+    } else if (segment.finished()) {
+        report({FetchEvent::Kind::segmentDone, {}, std::nullopt});
+    } else {
+        report({FetchEvent::Kind::failed,
+                {},
+                Failure::platform(Failure::Domain::network,
+                                  QStringLiteral("Сервер закрыл соединение, не передав файл до конца."),
+                                  int(QNetworkReply::RemoteHostClosedError))});
     }
 }
 
-void RangeFetch::abort()
+std::optional<FetchEvent> RangeFetch::takeEvent()
 {
-    // The reply reports the cancellation through finished, synchronously.
-    if (m_reply)
-        m_reply->abort();
+    if (m_events.empty())
+        return std::nullopt;
+    FetchEvent event = std::move(m_events.front());
+    m_events.erase(m_events.begin());
+    return event;
 }
 
-void RangeFetch::handleReadyRead()
+void RangeFetch::report(FetchEvent event)
 {
-    m_lastData.start();
-    const qint64 remaining = m_plan.segment(m_segment).remaining();
-    const qint64 available = m_reply->bytesAvailable();
-    if (!m_answered || available >= batchSize || (remaining >= 0 && available >= remaining))
-        readAvailable();
+    m_ended = true;
+    m_events.push_back(std::move(event));
 }
 
-void RangeFetch::handleMetaData()
+std::optional<QString> RangeFetch::refusal() const
 {
-    if (m_answered || !m_reply || !m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).isValid())
-        return;
-    const int status = m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-    // The network layer follows redirects itself; only the final response describes the body.
-    if (status >= 300 && status < 400 && m_reply->hasRawHeader("Location"))
-        return;
-    m_answered = true;
-    // An error status or a web page (a proxy's or a captive portal's) answers the request but
-    // carries no part of the image.
-    const QByteArray type =
-        m_reply->header(QNetworkRequest::ContentTypeHeader).toByteArray().trimmed().toLower();
-    std::optional<QString> refusal;
-    if (status >= 400)
-        refusal = QStringLiteral("Сервер ответил ошибкой %1 вместо файла образа.").arg(status);
-    else if (type.startsWith("text/html") || type.startsWith("application/xhtml"))
-        refusal = QStringLiteral("Сервер прислал веб-страницу вместо файла образа.");
     // The first plain request keeps the rule of every download: its body, whatever the status,
     // is saved and judged by its digest. A request for bytes after those already held must never
     // replace them with an error page.
-    if (refusal && m_plan.segment(m_segment).position > 0) {
-        stop();
-        // The code is the HTTP status, for whoever needs more than the text.
-        m_owner.fetchFailed(this, Failure::platform(Failure::Domain::network, *refusal, status));
-        return;
-    }
+    if (m_plan.segment(m_segment).position == 0)
+        return std::nullopt;
+    long status = 0;
+    curl_easy_getinfo(m_handle, CURLINFO_RESPONSE_CODE, &status);
+    if (status >= 400)
+        return QStringLiteral("Сервер ответил ошибкой %1 вместо файла образа.").arg(status);
+    // A web page (a proxy's or a captive portal's) answers the request but carries no part of
+    // the image.
+    const QByteArray type = header(m_handle, "Content-Type").toLower();
+    if (type.startsWith("text/html") || type.startsWith("application/xhtml"))
+        return QStringLiteral("Сервер прислал веб-страницу вместо файла образа.");
+    return std::nullopt;
+}
+
+RangeAnswer RangeFetch::readAnswer() const
+{
+    long status = 0;
+    curl_easy_getinfo(m_handle, CURLINFO_RESPONSE_CODE, &status);
     RangeAnswer answer;
-    answer.etag = m_reply->rawHeader("ETag");
-    answer.lastModified = m_reply->rawHeader("Last-Modified");
-    const auto contentRange = parseContentRange(m_reply->rawHeader("Content-Range"));
+    answer.etag = header(m_handle, "ETag");
+    answer.lastModified = header(m_handle, "Last-Modified");
+    const auto contentRange = parseContentRange(header(m_handle, "Content-Range"));
     if (status == 206 && contentRange) {
         answer.partial = true;
         answer.firstByte = contentRange->first;
         answer.size = contentRange->second;
     } else {
-        bool known = false;
-        const qint64 length = m_reply->header(QNetworkRequest::ContentLengthHeader).toLongLong(&known);
-        answer.size = known ? length : -1;
+        curl_off_t length = -1;
+        curl_easy_getinfo(m_handle, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
+        answer.size = length >= 0 ? qint64(length) : -1;
     }
-    m_owner.answered(this, answer);
-}
-
-void RangeFetch::readAvailable()
-{
-    if (!m_answered)
-        handleMetaData();
-    if (!m_answered)
-        return;
-    qint64 total = 0;
-    while (m_reply && m_reply->bytesAvailable() > 0) {
-        const Segment &segment = m_plan.segment(m_segment);
-        qint64 wanted = m_buffer.size();
-        if (segment.end >= 0)
-            wanted = qMin(wanted, segment.remaining());
-        if (wanted <= 0)
-            break;
-        const qint64 read = m_reply->read(m_buffer.data(), wanted);
-        if (read <= 0)
-            break;
-        qint64 written = 0;
-        if (const auto error = writeAt(m_descriptor, m_buffer.constData(), read, segment.position, written)) {
-            // What did reach the disk counts: a full disk ends the download where it is.
-            m_plan.advance(m_segment, written);
-            if (written > 0)
-                m_owner.received(written);
-            stop();
-            m_owner.fetchFailed(this, Failure::platform(Failure::Domain::fileSystem, *error, 0));
-            return;
-        }
-        m_plan.advance(m_segment, read);
-        total += read;
-    }
-    if (total > 0)
-        m_owner.received(total);
-    if (m_reply && m_plan.segment(m_segment).finished()) {
-        stop();
-        m_owner.segmentDone(this);
-    }
-}
-
-void RangeFetch::handleFinished()
-{
-    if (!m_reply)
-        return;
-    const QNetworkReply::NetworkError error = m_reply->error();
-    const bool bodyArrived =
-        error == QNetworkReply::NoError ||
-        (isHttpStatusError(error) && m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).isValid());
-    if (!bodyArrived) {
-        // What did arrive before the failure is kept for the next attempt.
-        if (error != QNetworkReply::OperationCanceledError)
-            readAvailable();
-        if (!m_reply)
-            return; // the bytes completed the segment after all, or could not be written
-        const Failure failure =
-            Failure::platform(Failure::Domain::network, m_reply->errorString(), int(error));
-        stop();
-        m_owner.fetchFailed(this, failure);
-        return;
-    }
-    readAvailable();
-    if (!m_reply)
-        return; // finished its segment or failed while reading the rest
-    stop();
-    const Segment &segment = m_plan.segment(m_segment);
-    if (segment.end < 0) {
-        m_plan.close(m_segment);
-        m_owner.segmentDone(this);
-    } else if (!segment.finished()) {
-        m_owner.fetchFailed(
-            this, Failure::platform(Failure::Domain::network,
-                                    QStringLiteral("Сервер закрыл соединение, не передав файл до конца."),
-                                    int(QNetworkReply::RemoteHostClosedError)));
-    }
+    return answer;
 }

@@ -2,17 +2,15 @@
 
 #include "app/Failure.h"
 #include "download/RangePlan.h"
+#include "download/StallDetector.h"
 
 #include <QByteArray>
-#include <QElapsedTimer>
-#include <QObject>
-#include <QPointer>
 #include <QUrl>
 
-#include <optional>
+#include <curl/curl.h>
 
-class QNetworkAccessManager;
-class QNetworkReply;
+#include <optional>
+#include <vector>
 
 // What a response said about the body it carries.
 struct RangeAnswer {
@@ -23,59 +21,77 @@ struct RangeAnswer {
     QByteArray lastModified;
 };
 
-// One connection filling one segment of the plan: writes each chunk at its offset into the
-// shared data file and advances the segment, stopping by itself at the segment's end (which
-// may move closer while it runs, when the segment is split for another connection).
-//
-// The owner is told through plain callbacks on the same thread. An error status (4xx, 5xx) or
-// a web page fails the fetch before anything of it is written.
-class RangeFetch final : public QObject {
-    Q_OBJECT
-    Q_DISABLE_COPY_MOVE(RangeFetch)
-
-public:
-    struct Owner {
-        virtual ~Owner() = default;
-        virtual void answered(RangeFetch *fetch, const RangeAnswer &answer) = 0;
-        virtual void received(qint64 bytes) = 0;
+// What a fetch has to tell its transfer. The transfer collects these after each turn of the
+// connections, never from inside one, so it may stop or replace any fetch in response.
+struct FetchEvent {
+    enum class Kind {
+        // The response's head arrived. The fetch waits, writing nothing, until the transfer
+        // lets it go on (proceed) or stops it.
+        answered,
         // The segment is filled, or the body of unknown length has ended.
-        virtual void segmentDone(RangeFetch *fetch) = 0;
-        virtual void fetchFailed(RangeFetch *fetch, const Failure &failure) = 0;
+        segmentDone,
+        failed,
     };
+    Kind kind;
+    RangeAnswer answer;
+    std::optional<Failure> failure;
+};
 
-    RangeFetch(Owner &owner, RangePlan &plan, int segment, int fileDescriptor, QObject *parent);
-    ~RangeFetch() override;
+// How every request of one download is made.
+struct FetchSettings {
+    QUrl url;
+    // The certificates the application trusts, in PEM.
+    QByteArray certificates;
+};
+
+// One connection filling one segment of the plan: writes each chunk at its offset into the
+// shared data file as it arrives and advances the segment, stopping by itself at the
+// segment's end (which may move closer while it runs, when the segment is split for another
+// connection). Nothing is buffered beyond curl's own receive buffer: when the disk is slower
+// than the network, the writes hold the connection back.
+//
+// An error status (4xx, 5xx) or a web page in answer to a request for bytes after the first
+// fails the fetch before anything of it is written.
+class RangeFetch final {
+public:
+    RangeFetch(CURLM *multi, RangePlan &plan, int segment, int fileDescriptor);
+    ~RangeFetch();
+    RangeFetch(const RangeFetch &) = delete;
+    RangeFetch &operator=(const RangeFetch &) = delete;
 
     // Asks for the segment's missing bytes with a Range header, guarded by `ifRange` when not
-    // empty; a server that knows no ranges answers with the whole body, which the owner
+    // empty; a server that knows no ranges answers with the whole body, which the transfer
     // accepts in its place.
-    void start(QNetworkAccessManager *network, const QUrl &url, const QByteArray &ifRange);
-    // Stops without reporting anything.
-    void stop();
-    // Stops, letting the network layer report its cancellation through fetchFailed.
-    void abort();
+    void start(const FetchSettings &settings, const QByteArray &ifRange);
+    // After answered: the body goes on into the (possibly reassigned) segment.
+    void proceed();
+    // curl ended this fetch's request.
+    void finished(CURLcode result);
+    // The oldest event not yet collected.
+    std::optional<FetchEvent> takeEvent();
 
-    QNetworkAccessManager *network() const { return m_network; }
+    CURL *handle() const { return m_handle; }
     int segment() const { return m_segment; }
     void setSegment(int segment) { m_segment = segment; }
-    qint64 millisecondsSinceData() const { return m_lastData.elapsed(); }
-    // Writes whatever has arrived so far.
-    void readAvailable();
+    const StallDetector &stall() const { return m_stall; }
 
 private:
-    void handleReadyRead();
-    void handleMetaData();
-    void handleFinished();
+    static size_t writeCallback(char *data, size_t size, size_t count, void *self);
+    size_t write(const char *data, size_t size);
+    RangeAnswer readAnswer() const;
+    std::optional<QString> refusal() const;
+    void report(FetchEvent event);
 
-    Owner &m_owner;
+    CURLM *m_multi;
+    CURL *m_handle = nullptr;
+    curl_slist *m_headers = nullptr;
     RangePlan &m_plan;
     int m_segment;
     int m_descriptor;
-    QNetworkAccessManager *m_network = nullptr;
-    QPointer<QNetworkReply> m_reply;
-    QByteArray m_buffer;
-    QElapsedTimer m_lastData;
+    StallDetector m_stall;
     bool m_answered = false;
+    bool m_ended = false; // reported its end: whatever curl says later changes nothing
+    std::vector<FetchEvent> m_events;
 };
 
 // Writes all of `data` at `offset`; otherwise the Russian description of what went wrong, with

@@ -217,11 +217,13 @@ void FileTransfer::turn()
             return std::any_of(m_fetches.begin(), m_fetches.end(),
                                [fetch](const auto &live) { return live.get() == fetch; });
         };
-        while (!m_done && alive()) {
-            const std::optional<FetchEvent> event = fetch->takeEvent();
-            if (!event)
-                break;
-            handle(fetch, *event);
+        // Letting a fetch go on may hand it data, and so further events, at once.
+        for (std::vector<FetchEvent> events; !m_done && alive() && !(events = fetch->takeEvents()).empty();) {
+            for (const FetchEvent &event : events) {
+                if (m_done || !alive())
+                    break;
+                handle(fetch, event);
+            }
         }
         if (m_done)
             return;

@@ -199,15 +199,6 @@ void RangeFetch::finished(CURLcode result)
     }
 }
 
-std::optional<FetchEvent> RangeFetch::takeEvent()
-{
-    if (m_events.empty())
-        return std::nullopt;
-    FetchEvent event = std::move(m_events.front());
-    m_events.erase(m_events.begin());
-    return event;
-}
-
 void RangeFetch::report(FetchEvent event)
 {
     m_ended = true;

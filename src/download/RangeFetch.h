@@ -10,6 +10,7 @@
 #include <curl/curl.h>
 
 #include <optional>
+#include <utility>
 #include <vector>
 
 // What a response said about the body it carries.
@@ -67,8 +68,8 @@ public:
     void proceed();
     // curl ended this fetch's request.
     void finished(CURLcode result);
-    // The oldest event not yet collected.
-    std::optional<FetchEvent> takeEvent();
+    // The events not yet collected, oldest first.
+    std::vector<FetchEvent> takeEvents() { return std::exchange(m_events, {}); }
 
     CURL *handle() const { return m_handle; }
     int segment() const { return m_segment; }

@@ -1,6 +1,6 @@
 #include "DownloadTestHarness.h"
 
-#include "download/CacheFileName.h"
+#include "app/records/CacheFileName.h"
 #include "support/TestFiles.h"
 
 #include <QDirIterator>

@@ -1,5 +1,5 @@
-#include "restore/RestoreLogFile.h"
 #include "restore/RestoreManager.h"
+#include "restore/command/RestoreLogFile.h"
 #include "support/FakeTools.h"
 #include "support/StandardInputFrom.h"
 #include "support/TestFiles.h"

@@ -1,4 +1,3 @@
-#include "download/ChecksumTool.h"
 #include "download/DownloadProgress.h"
 #include "download/RangePlan.h"
 
@@ -31,13 +30,6 @@ private slots:
             QCOMPARE(*fraction, double(received) / double(total));
             QCOMPARE(DownloadProgress::statusText(*fraction), status);
         }
-    }
-
-    // The ordinary "digest  path" answer is what every download test reads.
-    void digestIsTheFirstPieceOfTheToolOutput()
-    {
-        QCOMPARE(ChecksumTool::firstPiece(QStringLiteral("   ab12 x")), QStringLiteral("ab12"));
-        QCOMPARE(ChecksumTool::firstPiece(QStringLiteral("   ")), QString());
     }
 
     // Connections are added by halving the largest piece still being fetched; gaps left by an

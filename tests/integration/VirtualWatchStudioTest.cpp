@@ -175,8 +175,8 @@ private slots:
         LogView logView(studio.model(), studio.restore());
         auto *shown = logView.findChild<LogTextView *>();
         QVERIFY(shown);
+        RestoreConfirmationSheet sheet(studio.model(), studio.monitor(), studio.restore());
         if (throughTheWindow) {
-            RestoreConfirmationSheet sheet(studio.model(), studio.monitor(), studio.restore());
             sheet.show();
             auto *phrase = sheet.findChild<QLineEdit *>(QStringLiteral("confirmationPhrase"));
             QVERIFY(phrase);
@@ -185,6 +185,8 @@ private slots:
                                     Qt::NoModifier);
             QTest::mouseClick(sheet.findChild<QWidget *>(QStringLiteral("beginRestoreButton")),
                               Qt::LeftButton);
+            // The confirmation checks the image first; the restore runs once it is launched.
+            QTRY_VERIFY_WITH_TIMEOUT(studio.restore()->isRestoring() || studio.restore()->lastError(), 30000);
         } else {
             studio.startRestore();
         }

@@ -13,7 +13,6 @@ namespace {
 
 const QString noDeviceHint = QStringLiteral("Подключите сервисный кабель и включите Recovery/DFU");
 const QString unreadableHint = QStringLiteral("Устройство найдено, но Recovery/DFU не удалось прочитать");
-const QString notAWatchHint = QStringLiteral("Подключённое Recovery/DFU-устройство не является Apple Watch");
 const QString recoveryReadyHint = QStringLiteral("Recovery/DFU готов к восстановлению");
 const QString kisReadyHint = QStringLiteral("KIS/DFU готов к восстановлению");
 const QString kisUnreadableHint =
@@ -39,42 +38,33 @@ class DeviceMonitorTest : public QObject {
     Q_OBJECT
 
 private slots:
+    // A Recovery/DFU device on the bus is identified by irecovery -q; Configurator is not asked.
+    // DFU and a device that is no watch: as the real irecovery reads them (VirtualWatchStudioTest).
     void recoveryOutcomes_data()
     {
         QTest::addColumn<QByteArrayList>("bus");
         QTest::addColumn<bool>("hasIrecovery");
-        QTest::addColumn<QByteArray>("identification");
-        QTest::addColumn<int>("status");
         QTest::addColumn<QString>("productType"); // empty: no watch
         QTest::addColumn<QString>("hint");
-
-        const QByteArray recovery = testData("irecovery-q-recovery.txt");
-        QTest::newRow("nothing on the bus")
-            << QByteArrayList{} << true << recovery << 0 << QString() << noDeviceHint;
-        QTest::newRow("Recovery") << QByteArrayList{"12a8", "1281"} << true << recovery << 0 << "Watch6,18"
+        QTest::newRow("nothing on the bus") << QByteArrayList{} << true << QString() << noDeviceHint;
+        QTest::newRow("Recovery") << QByteArrayList{"12a8", "1281"} << true << "Watch6,18"
                                   << recoveryReadyHint;
-        QTest::newRow("DFU") << QByteArrayList{"1227"} << true << testData("irecovery-q-dfu.txt") << 0
-                             << "Watch7,1" << recoveryReadyHint;
-        QTest::newRow("not a watch") << QByteArrayList{"1281"} << true << QByteArray("PRODUCT: iPhone10,3\n")
-                                     << 0 << QString() << notAWatchHint;
-        QTest::newRow("irecovery missing")
-            << QByteArrayList{"1281"} << false << recovery << 0 << QString() << unreadableHint;
+        QTest::newRow("irecovery missing") << QByteArrayList{"1281"} << false << QString() << unreadableHint;
     }
 
     void recoveryOutcomes()
     {
         QFETCH(QByteArrayList, bus);
         QFETCH(bool, hasIrecovery);
-        QFETCH(QByteArray, identification);
-        QFETCH(int, status);
         QFETCH(QString, productType);
         QFETCH(QString, hint);
 
         TestPaths paths;
         attachUsbDevices(paths, bus);
+        const QByteArray identification = testData("irecovery-q-recovery.txt");
         const QString irecovery = paths.tool(QStringLiteral("bin/irecovery"));
         if (hasIrecovery)
-            FakeTools::write(irecovery, FakeToolBehaviour::printing(identification, status));
+            FakeTools::write(irecovery, FakeToolBehaviour::printing(identification));
         FakeTools::write(paths.cfgutil(), FakeToolBehaviour::printing(testData("cfgutil-list.json")));
 
         DeviceMonitor monitor;

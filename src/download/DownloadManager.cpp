@@ -150,7 +150,6 @@ void DownloadManager::start(const WatchFirmware &firmware, DownloadCompletion co
     setErrorText(std::nullopt);
     setStatusText(QStringLiteral("Загрузка с CDN Apple…"));
 
-    FileTransfer::removeLegacyPartialFiles(ToolLocator::cacheDirectory());
     PartialDownloads::removeStale(std::nullopt, {firmware.downloadURL});
 
     // Reports come from the transfer's thread; each becomes a job on this object's thread, and

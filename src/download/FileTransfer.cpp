@@ -4,7 +4,6 @@
 #include "download/FileSystemError.h"
 #include "download/FreeSpace.h"
 
-#include <QDir>
 #include <QFile>
 #include <QNetworkReply>
 
@@ -493,13 +492,4 @@ void FileTransfer::report(TransferReport report)
     if (report.kind == TransferReport::Kind::progressed && m_command == Command::cancel)
         return;
     m_reporter(std::move(report));
-}
-
-void FileTransfer::removeLegacyPartialFiles(const QString &folder)
-{
-    const QDir directory(folder);
-    const QStringList names =
-        directory.entryList({QStringLiteral(".corvalin-*.part")}, QDir::Files | QDir::Hidden | QDir::System);
-    for (const QString &name : names)
-        QFile::remove(directory.filePath(name));
 }

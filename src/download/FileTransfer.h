@@ -73,10 +73,6 @@ public:
     // The URL the transfer was created with, whatever redirects it followed.
     const QUrl &originalURL() const { return m_originalURL; }
 
-    // Removes the hidden partial files that earlier versions kept in the firmware folder; no
-    // transfer writes there any more.
-    static void removeLegacyPartialFiles(const QString &folder);
-
     struct Testing {
         // How long a connection may receive nothing before the transfer fails as timed out.
         static void setStallTimeout(std::chrono::milliseconds timeout);

@@ -1,3 +1,4 @@
+#include "download/ConnectionPolicy.h"
 #include "download/DownloadProgress.h"
 #include "download/RangePlan.h"
 
@@ -67,6 +68,28 @@ private slots:
         QCOMPARE(plan.segments(), expected);
         QCOMPARE(plan.held(), heldBefore);
         QVERIFY(!plan.complete());
+    }
+
+    // The throughput measured after each change (MiB/s) and the connection counts it leads to.
+    void connectionCountFollowsTheMeasuredGain_data()
+    {
+        QTest::addColumn<QList<double>>("rates");
+        QTest::addColumn<QList<int>>("counts");
+        QTest::newRow("capped per connection: fast to the limit")
+            << QList<double>{20, 80, 320} << QList{4, 16, 16};
+        QTest::newRow("link full: the added ones close") << QList<double>{900, 850, 2000} << QList{4, 1, 1};
+        QTest::newRow("too little gain: kept, no more") << QList<double>{100, 110, 500} << QList{4, 4, 4};
+        QTest::newRow("gain without a cap: doubles") << QList<double>{100, 200, 100} << QList{4, 8, 4};
+    }
+    void connectionCountFollowsTheMeasuredGain()
+    {
+        QFETCH(QList<double>, rates);
+        QFETCH(QList<int>, counts);
+        ConnectionPolicy policy;
+        QList<int> seen{1};
+        for (const double rate : rates)
+            seen << policy.next(seen.last(), rate * 1024 * 1024);
+        QCOMPARE(seen.mid(1), counts);
     }
 };
 

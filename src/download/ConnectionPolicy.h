@@ -1,7 +1,7 @@
 #pragma once
 
 // How many connections one download uses. Starting from one, the count grows while each
-// growth still raises the throughput enough; the growth that gained nothing is taken back.
+// growth still raises the throughput enough; the growth that gained too little is taken back.
 // When every connection added brought its full share, the server caps each connection rather
 // than the link being full, so the count grows faster.
 class ConnectionPolicy {

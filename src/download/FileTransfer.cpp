@@ -31,8 +31,11 @@ constexpr auto progressInterval = std::chrono::milliseconds(100);
 // next ones measure.
 constexpr int warmUpSamples = 1;
 constexpr int measuredSamples = 2;
-// A range is never split into pieces smaller than this.
+// A range is split for a further connection only into pieces of at least this size; near the
+// end, a connection that has finished its range takes half of another down to the smaller
+// size, so that the last bytes do not trickle in over one connection.
 constexpr qint64 minimumPiece = 4 * 1024 * 1024;
+constexpr qint64 minimumFinalPiece = 1024 * 1024;
 // The record on disk lags the data by at most this many samples.
 constexpr int samplesPerSave = 7;
 
@@ -340,7 +343,7 @@ void FileTransfer::segmentDone(RangeFetch *fetch)
     // The connection count stays what the measurements chose: this one takes other work.
     std::optional<int> next = m_plan.takeGap();
     if (!next && m_rangesConfirmed)
-        next = m_plan.split(minimumPiece);
+        next = m_plan.split(minimumFinalPiece);
     if (next)
         launch(*next);
 }

@@ -76,10 +76,9 @@ private slots:
         QTest::addColumn<QList<double>>("rates");
         QTest::addColumn<QList<int>>("counts");
         QTest::newRow("capped per connection: fast to the limit")
-            << QList<double>{20, 80, 320} << QList{4, 16, 16};
-        QTest::newRow("link full: the added ones close") << QList<double>{900, 850, 2000} << QList{4, 1, 1};
-        QTest::newRow("too little gain: kept, no more") << QList<double>{100, 110, 500} << QList{4, 4, 4};
-        QTest::newRow("gain without a cap: doubles") << QList<double>{100, 200, 100} << QList{4, 8, 4};
+            << QList<double>{20, 40, 160, 320} << QList{2, 8, 16, 16};
+        QTest::newRow("link full: the added one closes") << QList<double>{900, 950, 2000} << QList{2, 1, 1};
+        QTest::newRow("gain without a cap: doubles") << QList<double>{100, 150, 160} << QList{2, 4, 2};
     }
     void connectionCountFollowsTheMeasuredGain()
     {

@@ -48,7 +48,7 @@ namespace CurlFailure {
 Failure cancelled()
 {
     return network(QNetworkReply::OperationCanceledError,
-                   QCoreApplication::translate("QNetworkReply", "Operation canceled"));
+                   QCoreApplication::translate("QNetworkReplyHttpImpl", "Operation canceled"));
 }
 
 Failure describe(CURLcode code, CURL *handle)
@@ -83,7 +83,10 @@ Failure describe(CURLcode code, CURL *handle)
         return network(QNetworkReply::SslHandshakeFailedError, qhttp("SSL handshake failed"));
     case CURLE_BAD_CONTENT_ENCODING:
     case CURLE_WEIRD_SERVER_REPLY: return network(QNetworkReply::ProtocolFailure, qhttp("Data corrupted"));
-    default: return network(QNetworkReply::UnknownNetworkError, qhttp("HTTP request failed"));
+    default:
+        // Qt's own text for this case has no translation.
+        return network(QNetworkReply::UnknownNetworkError,
+                       QCoreApplication::translate("QIODevice", "Unknown error"));
     }
 }
 

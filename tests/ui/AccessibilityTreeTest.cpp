@@ -3,6 +3,7 @@
 #include "support/LocalHttpServer.h"
 #include "support/TestPaths.h"
 #include "ui/Theme.h"
+#include "ui/UiTestSupport.h"
 #include "ui/screens/BusySpinner.h"
 #include "ui/screens/RestoreConfirmationSheet.h"
 #include "ui/shell/MainWindow.h"
@@ -83,12 +84,7 @@ private slots:
     {
         TestPaths paths;
         LocalHttpServer server;
-        server.setResponse(
-            QStringLiteral("/main.json"),
-            HttpResponse::ok(QByteArray("[{'version':'8.8.1','build':'19U512','deviceMap':['Watch3,1'],"
-                                        "'signed':true,'sources':[{'type':'ipsw','deviceMap':['Watch3,1'],"
-                                        "'links':[{'url':'https://127.0.0.1/Watch3,1.ipsw'}]}]}]")
-                                 .replace('\'', '"')));
+        server.setResponse(QStringLiteral("/main.json"), HttpResponse::ok(catalogueOf({"Watch3,1"})));
         MainWindow window(
             new StudioModel(server.url(QStringLiteral("/main.json")), {QStringLiteral("127.0.0.1")}));
         window.show();
@@ -126,7 +122,7 @@ private slots:
     void everyDialogNamesItsControlsInRussian()
     {
         TestPaths paths;
-        MainWindow window(new StudioModel(QUrl(QStringLiteral("http://127.0.0.1:9/")), {}));
+        MainWindow window(offlineModel());
         window.show();
         QVERIFY(QTest::qWaitForWindowExposed(&window));
         StudioModel *model = window.rootView()->model();

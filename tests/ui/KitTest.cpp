@@ -14,6 +14,7 @@
 #include "ui/StudioButton.h"
 #include "ui/StudioCard.h"
 #include "ui/Theme.h"
+#include "ui/UiTestSupport.h"
 #include "ui/shell/MainWindow.h"
 #include "ui/shell/RestoreQuitDialog.h"
 #include "ui/shell/StudioRootView.h"
@@ -80,13 +81,7 @@ class KitTest final : public QObject {
     Q_OBJECT
 
 private slots:
-    void initTestCase()
-    {
-        Theme::applyDarkAppearance(*qApp);
-        const QString base = qEnvironmentVariable("CORVALIN_TEST_OUTPUT", QDir::tempPath());
-        m_folder = QDir(base).filePath(QStringLiteral("render"));
-        QVERIFY(QDir().mkpath(m_folder));
-    }
+    void initTestCase() { Theme::applyDarkAppearance(*qApp); }
 
     // The backdrop runs from the start colour in the top-leading corner of the detail column to the
     // end colour in the bottom-trailing one, behind every screen alike.
@@ -94,7 +89,7 @@ private slots:
     {
         TestPaths paths;
         placeBrandPicture(paths);
-        StudioRootView root(new StudioModel(QUrl(QStringLiteral("http://127.0.0.1:9/")), {}));
+        StudioRootView root(offlineModel());
         root.resize(1280, 800);
         const QWidget *detail = root.findChild<QWidget *>(QStringLiteral("detailColumn"));
         QVERIFY(detail);
@@ -106,7 +101,7 @@ private slots:
             {std::nullopt, QStringLiteral("none")}};
         for (const auto &[section, name] : sections) {
             root.model()->setNavigation(section);
-            save(&root, QStringLiteral("shell-") + name);
+            renderAt1xAnd2x(&root, QStringLiteral("shell-") + name);
             const QImage image = root.grab().toImage();
             const QRect area(detail->mapTo(&root, QPoint(0, 0)), detail->size());
             for (const auto &[point, wanted] :
@@ -125,18 +120,18 @@ private slots:
     void alerts()
     {
         UnsignedFirmwareAlert unsignedAlert;
-        save(&unsignedAlert, QStringLiteral("unsigned-alert"));
+        renderAt1xAnd2x(&unsignedAlert, QStringLiteral("unsigned-alert"));
         RestoreQuitDialog quitDialog;
-        save(&quitDialog, QStringLiteral("restore-quit-dialog"));
+        renderAt1xAnd2x(&quitDialog, QStringLiteral("restore-quit-dialog"));
 
         TestPaths paths;
         placeBrandPicture(paths);
         QCoreApplication::setApplicationVersion(QStringLiteral("1.0.0"));
-        MainWindow window(new StudioModel(QUrl(QStringLiteral("http://127.0.0.1:9/")), {}));
+        MainWindow window(offlineModel());
         window.findChild<QMenu *>(QStringLiteral("applicationMenu"))->actions().constFirst()->trigger();
         auto *about = window.findChild<QMessageBox *>(QStringLiteral("aboutBox"));
         QVERIFY(about);
-        save(about, QStringLiteral("about-box"));
+        renderAt1xAnd2x(about, QStringLiteral("about-box"));
     }
 
     void everyKitComponent()
@@ -194,9 +189,9 @@ private slots:
         gallery.resize(720, gallery.sizeHint().height());
         gallery.show();
         QVERIFY(QTest::qWaitForWindowExposed(&gallery));
-        save(&gallery, QStringLiteral("kit-gallery"));
+        renderAt1xAnd2x(&gallery, QStringLiteral("kit-gallery"));
         for (const auto &[name, widget] : std::as_const(parts))
-            save(widget, QStringLiteral("kit-") + name);
+            renderAt1xAnd2x(widget, QStringLiteral("kit-") + name);
     }
 
     void everyUsedSymbolResolvesToATintedCrispGlyph()
@@ -261,7 +256,6 @@ private slots:
         // Glyph edges are smoothed a little differently once drawn into the dimming layer; everything
         // else is the enabled pixel at the dimming opacity.
         qint64 enabledSum = 0;
-        qint64 disabledSum = 0;
         int matching = 0;
         for (int y = 0; y < enabled.height(); ++y) {
             for (int x = 0; x < enabled.width(); ++x) {
@@ -272,14 +266,11 @@ private slots:
                 };
                 matching += dimmed(qRed) && dimmed(qGreen) && dimmed(qBlue) ? 1 : 0;
                 enabledSum += qRed(was) + qGreen(was) + qBlue(was);
-                disabledSum += qRed(is) + qGreen(is) + qBlue(is);
             }
         }
         QVERIFY(enabledSum > 20 * enabled.width() * enabled.height()); // something was drawn
         QVERIFY2(matching >= enabled.width() * enabled.height() * 9 / 10,
                  qPrintable(QString::number(matching)));
-        QVERIFY2(qAbs(qreal(disabledSum) / enabledSum - Theme::Opacity::disabledControl) < 0.05,
-                 qPrintable(QString::number(qreal(disabledSum) / enabledSum)));
 
         QTest::mousePress(button, Qt::LeftButton);
         QVERIFY(!button->isDown());
@@ -312,30 +303,6 @@ private slots:
         QVERIFY(placeholder.alpha() < Theme::textPrimary().alpha()); // still reads as a placeholder
     }
 
-    void onlyKeyboardFocusShowsARing()
-    {
-        QWidget window;
-        auto *layout = new QHBoxLayout(&window);
-        auto *button = new StudioButton(SecondaryButtonStyle{}, QStringLiteral("Проверить"));
-        auto *other = new StudioButton(SecondaryButtonStyle{}, QStringLiteral("Другая"));
-        layout->addWidget(button);
-        layout->addWidget(other);
-        window.show();
-        QApplication::setActiveWindow(&window);
-        QVERIFY(QTest::qWaitForWindowActive(&window));
-        // The window's first focus follows whatever input came last, an earlier test's key included.
-        other->setFocus(Qt::MouseFocusReason);
-
-        button->setFocus(Qt::MouseFocusReason);
-        QVERIFY(button->hasFocus());
-        QVERIFY(!FocusRing::isVisible(button));
-        other->setFocus(Qt::TabFocusReason);
-        QVERIFY(FocusRing::isVisible(other));
-        QVERIFY(!FocusRing::isVisible(button));
-        button->setFocus(Qt::ActiveWindowFocusReason);
-        QVERIFY(!FocusRing::isVisible(button));
-    }
-
     void brandIconUsesTheBundledPictureOnlyWhenItLoads()
     {
         TestPaths paths;
@@ -366,30 +333,6 @@ private:
             QDir(paths.resources()).filePath(QStringLiteral("CorvalinStudio-Owl-1024.png"));
         QVERIFY(QFile::copy(QStringLiteral(CORVALIN_BRAND_PICTURE), target));
     }
-
-    void save(QWidget *widget, const QString &name)
-    {
-        widget->ensurePolished();
-        if (widget->isWindow() && !widget->isVisible()) {
-            widget->show();
-            QVERIFY(QTest::qWaitForWindowExposed(widget));
-        }
-        for (const int ratio : {1, 2}) {
-            QImage image(widget->size() * ratio, QImage::Format_ARGB32_Premultiplied);
-            image.setDevicePixelRatio(ratio);
-            image.fill(Qt::black);
-            // A child is drawn by its parent, which is what applies its graphics effect (the
-            // dimming of a disabled control), as on screen.
-            if (widget->isWindow())
-                widget->render(&image);
-            else
-                widget->parentWidget()->render(&image, {}, widget->geometry(), QWidget::DrawChildren);
-            const QString file = QDir(m_folder).filePath(QStringLiteral("%1@%2x.png").arg(name).arg(ratio));
-            QVERIFY2(image.save(file), qPrintable(file));
-        }
-    }
-
-    QString m_folder;
 };
 
 QTEST_MAIN(KitTest)

@@ -2,17 +2,11 @@
 #include "support/TestPaths.h"
 #include "ui/ActionRow.h"
 #include "ui/BrandPicture.h"
-#include "ui/CheckLine.h"
-#include "ui/ErrorBanner.h"
 #include "ui/FocusRing.h"
 #include "ui/Icons.h"
-#include "ui/PageHeader.h"
 #include "ui/PlainButton.h"
-#include "ui/StatusLabel.h"
-#include "ui/StudioBackground.h"
 #include "ui/StudioBrandIcon.h"
 #include "ui/StudioButton.h"
-#include "ui/StudioCard.h"
 #include "ui/Theme.h"
 #include "ui/UiTestSupport.h"
 #include "ui/shell/MainWindow.h"
@@ -24,12 +18,10 @@
 #include <QDir>
 #include <QHBoxLayout>
 #include <QImage>
-#include <QLabel>
 #include <QMenu>
 #include <QMessageBox>
 #include <QScopeGuard>
 #include <QTest>
-#include <QVBoxLayout>
 
 // Every symbol name the application draws, screens and shell alike.
 static const QStringList usedSymbols =
@@ -75,8 +67,8 @@ static qreal contrast(QColor over, QColor under)
     return (std::max(lighter, darker) + 0.05) / (std::min(lighter, darker) + 0.05);
 }
 
-// The kit's parts, and the shell and every component drawn into PNG files under the build folder, at
-// device pixel ratios 1 and 2, for people to look at.
+// The kit's parts; the shell, its dialogs and the buttons in every style and state are drawn into PNG
+// files under the build folder, at device pixel ratios 1 and 2, for people to look at.
 class KitTest final : public QObject {
     Q_OBJECT
 
@@ -134,66 +126,6 @@ private slots:
         renderAt1xAnd2x(about, QStringLiteral("about-box"));
     }
 
-    void everyKitComponent()
-    {
-        TestPaths paths;
-        placeBrandPicture(paths);
-        auto *card = new StudioCard;
-        card->contentLayout()->addWidget(new QLabel(QStringLiteral("Карточка с содержимым")));
-        card->contentLayout()->addWidget(new CheckLine(QStringLiteral("Образ поддерживает модель"), false));
-        card->contentLayout()->addWidget(
-            new CheckLine(QStringLiteral("Все данные на часах будут стёрты"), true));
-        QList<std::pair<QString, QWidget *>> parts{
-            {QStringLiteral("page-header"),
-             new PageHeader(QStringLiteral("AppleDB · CDN Apple"), QStringLiteral("Каталог прошивок"),
-                            QStringLiteral("Полные Restore.ipsw с проверкой модели и контрольной суммы"),
-                            new StudioButton(SecondaryButtonStyle{}, QStringLiteral("Обновить"),
-                                             QStringLiteral("arrow.clockwise")))},
-            {QStringLiteral("card-with-check-lines"), card},
-            {QStringLiteral("action-row"),
-             new ActionRow(QStringLiteral("doc.badge.plus"), Theme::studioRose(),
-                           QStringLiteral("Выбрать IPSW"), QStringLiteral("Локальный полный образ"))},
-            {QStringLiteral("action-row-in-plain-button"),
-             new PlainButton(new ActionRow(QStringLiteral("square.and.arrow.down"), Theme::studioAccent(),
-                                           QStringLiteral("Найти прошивку"),
-                                           QStringLiteral("0 моделей в каталоге")),
-                             QStringLiteral("Найти прошивку"))},
-            {QStringLiteral("status-label"),
-             new StatusLabel(QStringLiteral("Подпись"), QStringLiteral("checkmark.seal.fill"),
-                             Theme::studioAccent())},
-            {QStringLiteral("error-banner"),
-             new ErrorBanner(QStringLiteral("Контрольная сумма SHA-256 не совпадает."))},
-            {QStringLiteral("brand-icon"), new StudioBrandIcon(72)}};
-        const QList<std::pair<QString, ButtonStyle>> styles{
-            {QStringLiteral("primary"), PrimaryButtonStyle{}},
-            {QStringLiteral("secondary"), SecondaryButtonStyle{}},
-            {QStringLiteral("danger"), DangerButtonStyle{}}};
-        for (const auto &[kind, style] : styles) {
-            for (const QString &state :
-                 {QString(), QStringLiteral("-pressed"), QStringLiteral("-disabled")}) {
-                auto *button = new StudioButton(style, QStringLiteral("Проверить и прошить"),
-                                                QStringLiteral("bolt.fill"));
-                button->setDown(state == u"-pressed");
-                button->setEnabled(state != u"-disabled");
-                parts.append({QStringLiteral("button-") + kind + state, button});
-            }
-        }
-
-        StudioBackground gallery;
-        auto *column = new QVBoxLayout(&gallery);
-        column->setContentsMargins(28, 28, 28, 28);
-        column->setSpacing(14);
-        for (const auto &part : std::as_const(parts))
-            column->addWidget(part.second, 0,
-                              qobject_cast<StudioBrandIcon *>(part.second) ? Qt::AlignLeft : Qt::Alignment());
-        gallery.resize(720, gallery.sizeHint().height());
-        gallery.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&gallery));
-        renderAt1xAnd2x(&gallery, QStringLiteral("kit-gallery"));
-        for (const auto &[name, widget] : std::as_const(parts))
-            renderAt1xAnd2x(widget, QStringLiteral("kit-") + name);
-    }
-
     void everyUsedSymbolResolvesToATintedCrispGlyph()
     {
         const QColor tint = Theme::studioAccent();
@@ -221,6 +153,7 @@ private slots:
 
     // A disabled control looks like a native disabled one: the whole enabled drawing, dimmed
     // (every pixel the same colour at lower opacity), the arrow pointer, and no press feedback.
+    // Each button is rendered as it is, pressed and disabled.
     void disabledButtonsAreDimmedAsAWhole_data()
     {
         QTest::addColumn<int>("style"); // -1 is a plain button around an action row
@@ -249,10 +182,16 @@ private slots:
         QVERIFY(QTest::qWaitForWindowExposed(&window));
         QCOMPARE(button->cursor().shape(), Qt::PointingHandCursor);
         const QImage enabled = renderOnBlack(button);
+        const QString name = QStringLiteral("kit-button-") + QString::fromLatin1(QTest::currentDataTag());
+        renderAt1xAnd2x(button, name);
+        button->setDown(true);
+        renderAt1xAnd2x(button, name + QStringLiteral("-pressed"));
+        button->setDown(false);
 
         button->setEnabled(false);
         QCOMPARE(button->cursor().shape(), Qt::ArrowCursor);
         const QImage disabled = renderOnBlack(button);
+        renderAt1xAnd2x(button, name + QStringLiteral("-disabled"));
         // Glyph edges are smoothed a little differently once drawn into the dimming layer; everything
         // else is the enabled pixel at the dimming opacity.
         qint64 enabledSum = 0;

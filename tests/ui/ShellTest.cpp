@@ -39,7 +39,6 @@
 #include <QMenu>
 #include <QMessageBox>
 #include <QMimeData>
-#include <QPainter>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTest>
@@ -56,30 +55,6 @@ void flushDeletes()
 }
 
 const QString cancelLine = QStringLiteral("Пользователь запросил остановку процесса.");
-
-// The focused control as drawn, with the room around it where rings of boxes and fields fall.
-// A text field's inside is left out: its caret shows the focus there, not a ring.
-QImage focusArea(QWidget &window, QWidget *stop)
-{
-    const QRect own(stop->mapTo(&window, QPoint()), stop->size());
-    const QRect area = own.adjusted(-20, -20, 20, 20) & window.rect();
-    QImage image = window.grab(area).toImage();
-    if (qobject_cast<QLineEdit *>(stop)) {
-        QPainter painter(&image);
-        painter.fillRect(own.translated(-area.topLeft()), Qt::black);
-    }
-    return image;
-}
-
-// Whether the stop's ring is drawn: it looks different without the focus.
-bool ringIsDrawn(QWidget &window, QWidget *stop)
-{
-    const QImage focused = focusArea(window, stop);
-    stop->clearFocus();
-    const QImage unfocused = focusArea(window, stop);
-    stop->setFocus(Qt::TabFocusReason);
-    return focused != unfocused;
-}
 
 // A restore tool that prints a line every tenth of a second; `onInterrupt` is its trap.
 QString writeTickingTool(const TestPaths &paths, const QByteArray &onInterrupt)
@@ -431,42 +406,6 @@ private slots:
             model->restoreManager()->logText().contains(QStringLiteral("Выбран локальный файл: ") + image));
     }
 
-    // Tab visits every control of the window once per round; each stop is on screen and shows that
-    // it has focus (AccessibilityTreeTest checks their names).
-    void tabWalksOnlyVisibleNamedStops()
-    {
-        MainWindow window(offlineModel());
-        window.resize(1280, 800);
-        QVERIFY(showActive(window));
-        StudioModel *model = window.rootView()->model();
-        QTRY_VERIFY(!model->isLoadingCatalog());
-        for (const NavigationSection section : Navigation::allCases()) {
-            model->setNavigation(section);
-            QWidget *first = window.rootView()->sidebar()->row(NavigationSection::overview);
-            first->clearFocus();
-            first->setFocus(Qt::TabFocusReason);
-            QList<QWidget *> seen;
-            for (int step = 0; step < 60; ++step) {
-                QWidget *stop = QApplication::focusWidget();
-                QVERIFY(stop);
-                if (seen.contains(stop))
-                    break;
-                seen.append(stop);
-                const QString where = Navigation::rawValue(section) + QStringLiteral(": ") +
-                                      QString::fromLatin1(stop->metaObject()->className()) +
-                                      QLatin1Char(' ') + stop->objectName();
-                QVERIFY2(stop->isVisible() && stop->isEnabled() && !stop->visibleRegion().isEmpty(),
-                         qPrintable(where));
-                QVERIFY2(ringIsDrawn(window, stop), qPrintable(where));
-                QTest::keyClick(stop, Qt::Key_Tab);
-            }
-            QVERIFY(seen.size() > 6); // the sidebar's five and the screen's own
-        }
-        // With no restore running the window closes without asking.
-        QVERIFY(window.close());
-        QVERIFY(!window.findChild<RestoreQuitDialog *>());
-    }
-
     // Focus the program moves in answer to a key shows its ring and stays on the page: "Скачать"
     // hands it to the download's "Отменить", a quick action to the new screen, and tabbing into
     // the catalogue starts at the selected firmware. After a click no control keeps a focus it
@@ -563,6 +502,10 @@ private slots:
         auto *restore = window.findChild<RestoreManager *>();
         window.show();
         QVERIFY(QTest::qWaitForWindowExposed(&window));
+        // With no restore running the window closes without asking.
+        QVERIFY(window.close());
+        QVERIFY(!guard->dialog());
+        window.show();
         QCoro::waitFor(restore->startRestore(std::nullopt, kisWatch));
         QTRY_VERIFY(restore->logText().endsWith(QStringLiteral("tick\n")));
 

@@ -72,10 +72,6 @@ public:
     QString folder() const { return m_folder; }
 
 private:
-    void settle() const;
-    void writeState(const QList<std::pair<QByteArray, QByteArray>> &values, bool replace);
-    void writeUsbView(Mode mode);
-
     const TestPaths &m_paths;
     QString m_folder;
 };

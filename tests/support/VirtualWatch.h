@@ -69,8 +69,6 @@ public:
     // Whether the log has a line that starts with `prefix`.
     bool logged(const QString &prefix) const;
 
-    QString folder() const { return m_folder; }
-
 private:
     const TestPaths &m_paths;
     QString m_folder;

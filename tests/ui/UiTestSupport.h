@@ -1,7 +1,7 @@
 #pragma once
 
-#include "app/StudioModel.h"
-#include "device/ConnectedWatch.h"
+#include "app/model/StudioModel.h"
+#include "app/records/ConnectedWatch.h"
 
 #include <QApplication>
 #include <QDir>

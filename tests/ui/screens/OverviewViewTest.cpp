@@ -28,7 +28,7 @@ class OverviewViewTest : public QObject {
 private slots:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
 
-    void withNothingAttachedLoadedOrRunning()
+    void withNothingAttachedLoadedOrRunningAndItsQuickActions()
     {
         ScreenStudio studio;
         Overview overview(studio.model());
@@ -49,12 +49,8 @@ private slots:
         QVERIFY(overview.shows("catalogErrorBanner"));
         QCOMPARE(overview.part<ErrorBanner>("catalogErrorBanner")->text(),
                  QStringLiteral("Каталог прошивок имеет неизвестный формат."));
-    }
 
-    void quickActionsNavigateOrChooseAnImage()
-    {
-        ScreenStudio studio;
-        Overview overview(studio.model());
+        // The quick actions navigate, or open the chooser and go to the restore.
         overview.click("quickActionCatalog");
         QCOMPARE(studio.model()->navigation(), NavigationSection::catalog);
         overview.click("quickActionRestore");

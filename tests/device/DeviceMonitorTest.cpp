@@ -157,9 +157,6 @@ private slots:
             << true << testData("cfgutil-list-empty.json") << 0 << kisUnreadableHint;
         QTest::newRow("warning line before the JSON")
             << true << QByteArray("WARNING: slow\n") + valid << 0 << kisUnreadableHint;
-        QTest::newRow("ECID as a number")
-            << true << QByteArray(R"({"Output":{"x":{"deviceType":"Watch5,9","ECID":703710}}})") << 0
-            << kisUnreadableHint;
     }
 
     void kisFailures()
@@ -214,33 +211,6 @@ private slots:
         QVERIFY(monitor.connectedWatch());
         QCOMPARE(monitor.connectedWatch()->mode, QStringLiteral("DFU via Debug USB (KIS)"));
         QCOMPARE(monitor.connectionHint(), kisReadyHint);
-    }
-
-    // The loop runs in real time (a check, then 3 seconds of rest), so this counts checks over a
-    // few seconds with bounds wide enough for a slow machine.
-    void startingTwiceRunsOneLoopThatOutlivesNoMonitor()
-    {
-        TestPaths paths;
-        attachUsbDevices(paths, {"1281"});
-        const QString irecovery = FakeTools::write(paths.tool(QStringLiteral("bin/irecovery")),
-                                                   FakeToolBehaviour::printing("PRODUCT: Watch6,1\n"));
-
-        auto *monitor = new DeviceMonitor;
-        monitor->start();
-        QVERIFY(monitor->isChecking()); // the first check does not wait
-        monitor->start();
-        QTRY_VERIFY(monitor->connectedWatch());
-
-        // One loop checks at once and again after 3 seconds; two would have checked 4 times.
-        QTest::qWait(4500);
-        const int runs = FakeTools::runCount(irecovery);
-        QVERIFY2(runs >= 1 && runs <= 2, qPrintable(QString::number(runs)));
-
-        QTRY_COMPARE(monitor->isChecking(), false);
-        delete monitor;
-        const int runsBeforeDestruction = FakeTools::runCount(irecovery);
-        QTest::qWait(3500);
-        QCOMPARE(FakeTools::runCount(irecovery), runsBeforeDestruction);
     }
 };
 

@@ -41,9 +41,6 @@ private slots:
         row("object at top level", "{}", "массив");
         row("record not an object", "[{'version':'1','build':'A'},7]", "запись 1");
         row("missing version", "[{'version':'1','build':'A'},{'build':'B'}]", "запись 1, ключ «version»");
-        row("number in deviceMap", "[{'version':'1','build':'A','deviceMap':['Watch6,1',6]}]", "«deviceMap»");
-        row("source without type", "[{'version':'1','build':'A','sources':[{'links':[]}]}]",
-            "запись 0, ключ «sources[0].type»");
         row("fractional size", withSource("'size':1.5"), "запись 1, ключ «sources[0].size»");
         row("size just past 64 bits", withSource("'size':9223372036854775808"), "«sources[0].size»");
         // Both round to a 64-bit integer as doubles, which must not make them one.

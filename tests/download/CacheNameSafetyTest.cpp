@@ -60,7 +60,6 @@ private slots:
         row("Qt resource path", base + ":probe.ipsw", ":probe.ipsw", false);
         row("parent folder", base + "..", "..", false);
         row("bare host", host, "", false);
-        row("root only", host + '/', "", false);
     }
     void plainNamesOnly()
     {

@@ -51,7 +51,7 @@ class KitTest final : public QObject {
 private slots:
     void initTestCase() { Theme::applyDarkAppearance(*qApp); }
 
-    void shellInEverySection()
+    void shellInEverySectionAndItsDialogs()
     {
         TestPaths paths;
         placeBrandPicture(paths);
@@ -68,17 +68,11 @@ private slots:
             renderAt1xAnd2x(&root, QStringLiteral("shell-") + name);
         }
         QVERIFY(root.findChild<StudioBrandIcon *>()->showsBundleImage());
-    }
 
-    void alerts()
-    {
         UnsignedFirmwareAlert unsignedAlert;
         renderAt1xAnd2x(&unsignedAlert, QStringLiteral("unsigned-alert"));
         RestoreQuitDialog quitDialog;
         renderAt1xAnd2x(&quitDialog, QStringLiteral("restore-quit-dialog"));
-
-        TestPaths paths;
-        placeBrandPicture(paths);
         QCoreApplication::setApplicationVersion(QStringLiteral("1.0.0"));
         MainWindow window(offlineModel());
         window.findChild<QMenu *>(QStringLiteral("applicationMenu"))->actions().constFirst()->trigger();

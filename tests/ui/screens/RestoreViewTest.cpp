@@ -48,7 +48,7 @@ class RestoreViewTest : public QObject {
 private slots:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
 
-    void recoveryWatchNeedsAnImage()
+    void recoveryWatchNeedsAnImageThenTheRowFollowsTheRun()
     {
         ScreenStudio studio;
         Restore restore(studio.model());
@@ -67,6 +67,25 @@ private slots:
             QStringLiteral("Watch6,1_10.2_21S364_Restore_with_a_rather_long_name_for_two_lines.ipsw"));
         QVERIFY(restore.canStart());
         ScreenStudio::render(&restore.view, QStringLiteral("restore-ready"));
+
+        // The action row follows the image check and the restore.
+        RestoreManager *manager = studio.model()->restoreManager();
+        studio.installRestoreTool(true, true);
+        auto validation = manager->validate(*studio.model()->selectedIPSW(), QStringLiteral("Watch6,1"));
+        QVERIFY(manager->isValidating());
+        QVERIFY(!restore.canStart());
+        QVERIFY(QCoro::waitFor(std::move(validation)));
+        QVERIFY(restore.canStart());
+
+        studio.startRestore();
+        QVERIFY(restore.shows("stopRestoreButton"));
+        QVERIFY(!restore.shows("startRestoreButton"));
+        restore.click("stopRestoreButton");
+        QTRY_VERIFY(!manager->isRestoring());
+        QVERIFY(restore.canStart());
+        // The interrupted tool's failure stays on screen.
+        QVERIFY(restore.shows("restoreErrorBanner"));
+        QCOMPARE(restore.part<ErrorBanner>("restoreErrorBanner")->text(), manager->lastError().value());
     }
 
     void kisWatchMayGoWithoutAnImage()
@@ -86,32 +105,6 @@ private slots:
         QVERIFY(restore.shows("restoreImageName"));
         QVERIFY(!restore.shows("restoreConfiguratorImage"));
         QCOMPARE(restore.transportCheck(), QStringLiteral("Загрузка последней подписываемой версии Apple"));
-    }
-
-    void actionRowFollowsValidatingAndRestoring()
-    {
-        ScreenStudio studio;
-        Restore restore(studio.model());
-        studio.attachRecoveryWatch();
-        studio.chooseImage(QStringLiteral("watchOS_10.ipsw"));
-        RestoreManager *manager = studio.model()->restoreManager();
-
-        studio.installRestoreTool(true, true);
-        auto validation = manager->validate(*studio.model()->selectedIPSW(), QStringLiteral("Watch6,1"));
-        QVERIFY(manager->isValidating());
-        QVERIFY(!restore.canStart());
-        QVERIFY(QCoro::waitFor(std::move(validation)));
-        QVERIFY(restore.canStart());
-
-        studio.startRestore();
-        QVERIFY(restore.shows("stopRestoreButton"));
-        QVERIFY(!restore.shows("startRestoreButton"));
-        restore.click("stopRestoreButton");
-        QTRY_VERIFY(!manager->isRestoring());
-        QVERIFY(restore.canStart());
-        // The interrupted tool's failure stays on screen.
-        QVERIFY(restore.shows("restoreErrorBanner"));
-        QCOMPARE(restore.part<ErrorBanner>("restoreErrorBanner")->text(), manager->lastError().value());
     }
 
     // Only the exact word enables the start. Neither the start button without a watch nor Return

@@ -65,7 +65,7 @@ private slots:
         QCOMPARE(studio.model()->navigation(), NavigationSection::restore);
     }
 
-    void selectedFirmwareCardOffersOneNextStep()
+    void selectedFirmwareCardOffersOneNextStepAndShowsItsDownload()
     {
         ScreenStudio studio;
         Overview overview(studio.model());
@@ -89,17 +89,7 @@ private slots:
                      "Актуальная подписываемая сборка watchOS 10.6.1 (21U580) доступна только как OTA."));
         ScreenStudio::render(&overview.view, QStringLiteral("overview-unsigned-firmware"));
 
-        studio.chooseImage(QStringLiteral("local.ipsw"));
-        QVERIFY(!overview.shows("downloadButton"));
-        overview.click("toRestoreButton");
-        QCOMPARE(studio.model()->navigation(), NavigationSection::restore);
-    }
-
-    void aRunningDownloadShowsItsCardUntilCancelled()
-    {
-        ScreenStudio studio;
-        Overview overview(studio.model());
-        studio.loadCatalog();
+        // A running download shows its card until it is cancelled.
         studio.attachRecoveryWatch();
         studio.startStalledDownload();
         QVERIFY(overview.shows("downloadProgress"));
@@ -111,6 +101,11 @@ private slots:
         QVERIFY(!studio.model()->downloader()->isDownloading());
         QVERIFY(!overview.shows("downloadProgress"));
         QVERIFY(overview.part("downloadButton")->isEnabled());
+
+        studio.chooseImage(QStringLiteral("local.ipsw"));
+        QVERIFY(!overview.shows("downloadButton"));
+        overview.click("toRestoreButton");
+        QCOMPARE(studio.model()->navigation(), NavigationSection::restore);
     }
 };
 

@@ -38,24 +38,41 @@ class DeviceMonitorTest : public QObject {
     Q_OBJECT
 
 private slots:
-    // A Recovery/DFU device on the bus is identified by irecovery -q; Configurator is not asked.
-    // DFU and a device that is no watch: as the real irecovery reads them (VirtualWatchStudioTest).
-    void recoveryOutcomes_data()
+    // One check as the monitor publishes it. A Recovery/DFU device on the bus is identified by
+    // irecovery -q and Configurator is not asked; for a KIS device Configurator is asked, and
+    // irecovery is not when Configurator names no watch. DFU and a device that is no watch: as the
+    // real irecovery reads them (VirtualWatchStudioTest).
+    void oneCheck_data()
     {
         QTest::addColumn<QByteArrayList>("bus");
         QTest::addColumn<bool>("hasIrecovery");
+        QTest::addColumn<QByteArray>("list"); // what Configurator prints; empty: it is not installed
+        QTest::addColumn<int>("status");
         QTest::addColumn<QString>("productType"); // empty: no watch
         QTest::addColumn<QString>("hint");
-        QTest::newRow("nothing on the bus") << QByteArrayList{} << true << QString() << noDeviceHint;
-        QTest::newRow("Recovery") << QByteArrayList{"12a8", "1281"} << true << "Watch6,18"
+        const QByteArray valid = testData("cfgutil-list.json");
+        const QByteArrayList kis{"1881"};
+        QTest::newRow("nothing on the bus")
+            << QByteArrayList{} << true << valid << 0 << QString() << noDeviceHint;
+        QTest::newRow("Recovery") << QByteArrayList{"12a8", "1281"} << true << valid << 0 << "Watch6,18"
                                   << recoveryReadyHint;
-        QTest::newRow("irecovery missing") << QByteArrayList{"1281"} << false << QString() << unreadableHint;
+        QTest::newRow("irecovery missing")
+            << QByteArrayList{"1281"} << false << valid << 0 << QString() << unreadableHint;
+        QTest::newRow("KIS, Configurator not installed")
+            << kis << true << QByteArray() << 0 << QString() << noConfiguratorHint;
+        QTest::newRow("KIS, non-zero status") << kis << true << valid << 2 << QString() << kisUnreadableHint;
+        QTest::newRow("KIS, no device listed")
+            << kis << true << testData("cfgutil-list-empty.json") << 0 << QString() << kisUnreadableHint;
+        QTest::newRow("KIS, warning line before the JSON")
+            << kis << true << "WARNING: slow\n" + valid << 0 << QString() << kisUnreadableHint;
     }
 
-    void recoveryOutcomes()
+    void oneCheck()
     {
         QFETCH(QByteArrayList, bus);
         QFETCH(bool, hasIrecovery);
+        QFETCH(QByteArray, list);
+        QFETCH(int, status);
         QFETCH(QString, productType);
         QFETCH(QString, hint);
 
@@ -65,7 +82,8 @@ private slots:
         const QString irecovery = paths.tool(QStringLiteral("bin/irecovery"));
         if (hasIrecovery)
             FakeTools::write(irecovery, FakeToolBehaviour::printing(identification));
-        FakeTools::write(paths.cfgutil(), FakeToolBehaviour::printing(testData("cfgutil-list.json")));
+        if (!list.isEmpty())
+            FakeTools::write(paths.cfgutil(), FakeToolBehaviour::printing(list, status));
 
         DeviceMonitor monitor;
         Published published(monitor);
@@ -78,10 +96,11 @@ private slots:
                  (QStringList{"checking", "idle", productType.isEmpty() ? "no watch" : "watch", "hint"}));
         if (monitor.connectedWatch())
             QCOMPARE(monitor.connectedWatch()->rawOutput, QString::fromUtf8(identification));
-        QCOMPARE(FakeTools::runCount(paths.cfgutil()), 0);
-        const bool identifies = hint != noDeviceHint;
-        QCOMPARE(FakeTools::runCount(irecovery), identifies && hasIrecovery ? 1 : 0);
-        if (identifies && hasIrecovery)
+        const bool kisOnBus = bus.contains("1881");
+        QCOMPARE(FakeTools::runCount(paths.cfgutil()), kisOnBus && !list.isEmpty() ? 1 : 0);
+        const bool identifies = !kisOnBus && !bus.isEmpty() && hasIrecovery;
+        QCOMPARE(FakeTools::runCount(irecovery), identifies ? 1 : 0);
+        if (identifies)
             QCOMPARE(FakeTools::recordedArguments(irecovery), QStringList{QStringLiteral("-q")});
     }
 
@@ -143,49 +162,6 @@ private slots:
         QCOMPARE(monitor.connectionHint(), noDeviceHint);
     }
 
-    void kisFailures_data()
-    {
-        QTest::addColumn<bool>("hasConfigurator");
-        QTest::addColumn<QByteArray>("list");
-        QTest::addColumn<int>("status");
-        QTest::addColumn<QString>("hint");
-
-        const QByteArray valid = testData("cfgutil-list.json");
-        QTest::newRow("Configurator not installed") << false << valid << 0 << noConfiguratorHint;
-        QTest::newRow("non-zero status") << true << valid << 2 << kisUnreadableHint;
-        QTest::newRow("no device listed")
-            << true << testData("cfgutil-list-empty.json") << 0 << kisUnreadableHint;
-        QTest::newRow("warning line before the JSON")
-            << true << QByteArray("WARNING: slow\n") + valid << 0 << kisUnreadableHint;
-        QTest::newRow("ECID as a number")
-            << true << QByteArray(R"({"Output":{"x":{"deviceType":"Watch5,9","ECID":703710}}})") << 0
-            << kisUnreadableHint;
-    }
-
-    void kisFailures()
-    {
-        QFETCH(bool, hasConfigurator);
-        QFETCH(QByteArray, list);
-        QFETCH(int, status);
-        QFETCH(QString, hint);
-
-        TestPaths paths;
-        attachUsbDevices(paths, {"1881"});
-        const QString irecovery = FakeTools::write(paths.tool(QStringLiteral("bin/irecovery")),
-                                                   FakeToolBehaviour::printing("PRODUCT: Watch5,9\n"));
-        if (hasConfigurator)
-            FakeTools::write(paths.cfgutil(), FakeToolBehaviour::printing(list, status));
-
-        DeviceMonitor monitor;
-        Published published(monitor);
-        QCoro::waitFor(monitor.poll());
-
-        QCOMPARE(published.log, (QStringList{"checking", "idle", "no watch", "hint"}));
-        QCOMPARE(monitor.connectionHint(), hint);
-        QCOMPARE(FakeTools::runCount(paths.cfgutil()), hasConfigurator ? 1 : 0);
-        QCOMPARE(FakeTools::runCount(irecovery), 0);
-    }
-
     void overlappingChecksBothFinishAndTheLastOneWins()
     {
         TestPaths paths;
@@ -214,33 +190,6 @@ private slots:
         QVERIFY(monitor.connectedWatch());
         QCOMPARE(monitor.connectedWatch()->mode, QStringLiteral("DFU via Debug USB (KIS)"));
         QCOMPARE(monitor.connectionHint(), kisReadyHint);
-    }
-
-    // The loop runs in real time (a check, then 3 seconds of rest), so this counts checks over a
-    // few seconds with bounds wide enough for a slow machine.
-    void startingTwiceRunsOneLoopThatOutlivesNoMonitor()
-    {
-        TestPaths paths;
-        attachUsbDevices(paths, {"1281"});
-        const QString irecovery = FakeTools::write(paths.tool(QStringLiteral("bin/irecovery")),
-                                                   FakeToolBehaviour::printing("PRODUCT: Watch6,1\n"));
-
-        auto *monitor = new DeviceMonitor;
-        monitor->start();
-        QVERIFY(monitor->isChecking()); // the first check does not wait
-        monitor->start();
-        QTRY_VERIFY(monitor->connectedWatch());
-
-        // One loop checks at once and again after 3 seconds; two would have checked 4 times.
-        QTest::qWait(4500);
-        const int runs = FakeTools::runCount(irecovery);
-        QVERIFY2(runs >= 1 && runs <= 2, qPrintable(QString::number(runs)));
-
-        QTRY_COMPARE(monitor->isChecking(), false);
-        delete monitor;
-        const int runsBeforeDestruction = FakeTools::runCount(irecovery);
-        QTest::qWait(3500);
-        QCOMPARE(FakeTools::runCount(irecovery), runsBeforeDestruction);
     }
 };
 

@@ -5,7 +5,6 @@
 #include "support/FakeTools.h"
 #include "support/TestFiles.h"
 #include "support/TestPaths.h"
-#include "tools/DeviceTable.h"
 
 #include <QCoroTask>
 #include <QDir>
@@ -115,30 +114,6 @@ private slots:
         QCOMPARE(FakeTools::recordedArguments(paths.ioreg()), (QStringList{"-p", "IOUSB", "-l", "-w0"}));
     }
 
-    // A line of irecovery's device table: four words, then the name as it stands.
-    void deviceTableLine_data()
-    {
-        QTest::addColumn<QString>("line");
-        QTest::addColumn<QStringList>("pieces");
-        QTest::newRow("plain") << QStringLiteral("Watch6,1 n157bap 0x08 0x8301 Apple Watch Series 6 (40mm)")
-                               << QStringList{"Watch6,1", "n157bap", "0x08", "0x8301",
-                                              "Apple Watch Series 6 (40mm)"};
-        QTest::newRow("runs of spaces before the name")
-            << QStringLiteral("  Watch6,1   m  b   c  Name  with  spaces ")
-            << QStringList{"Watch6,1", "m", "b", "c", " Name  with  spaces "};
-        QTest::newRow("separator then nothing")
-            << QStringLiteral("a b c d ") << QStringList{"a", "b", "c", "d"};
-        QTest::newRow("carriage return stays")
-            << QStringLiteral("a b c d e\r") << QStringList{"a", "b", "c", "d", "e\r"};
-    }
-
-    void deviceTableLine()
-    {
-        QFETCH(QString, line);
-        QFETCH(QStringList, pieces);
-        QCOMPARE(DeviceTable::splitLine(line), pieces);
-    }
-
     void configuratorList_data()
     {
         QTest::addColumn<QString>("output");
@@ -150,6 +125,11 @@ private slots:
             << QStringLiteral(
                    R"({"Output":{"a":[1],"b":{"deviceType":7},"c":{"deviceType":"Watch6,1","ECID":"1"}}})")
             << QStringList{"Watch6,1", "1"};
+        QTest::newRow("the first watch decides, even with a number for its ECID")
+            << QStringLiteral(
+                   R"({"Output":{"a":{"deviceType":"Watch5,9","ECID":7},"b":{"deviceType":"Watch6,1",)"
+                   R"("ECID":"1"}}})")
+            << QStringList{};
         QTest::newRow("top level not an object")
             << QStringLiteral(R"([{"deviceType":"Watch5,9","ECID":"0x1"}])") << QStringList{};
     }

@@ -57,7 +57,7 @@ class StudioModelTest : public QObject {
 private slots:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
 
-    void refreshChoosesTheDefaultModelOnlyWithoutASelection()
+    void refreshSelectsOnlyWithoutASelectionAndKeepsTheListOnFailure()
     {
         Studio studio;
         studio.serve({{"Watch2,3", "6.0", "17R1"}, {"Watch3,1", "8.0", "19R1"}, {"Watch3,2", "8.0", "19R1"}});
@@ -72,6 +72,23 @@ private slots:
         studio.refresh();
         QCOMPARE(*studio.model()->selectedFirmware(), previous);
         QVERIFY(!studio.model()->firmware().contains(previous));
+
+        // A failed refresh keeps the list and the selection and reports the error; the next
+        // refresh clears it as it starts.
+        const QList<WatchFirmware> list = studio.model()->firmware();
+        studio.catalogServer.setResponse(studio.catalogPath, HttpResponse::withStatus(404));
+        QSignalSpy loading(studio.model(), &StudioModel::isLoadingCatalogChanged);
+        studio.refresh();
+        const QString description = QStringLiteral("Каталог прошивок имеет неизвестный формат.");
+        QCOMPARE(studio.model()->catalogError(), std::optional(description));
+        QCOMPARE(studio.logLines().last(), QStringLiteral("Ошибка каталога: ") + description);
+        QCOMPARE(studio.model()->firmware(), list);
+        QCOMPARE(*studio.model()->selectedFirmware(), previous);
+        QCOMPARE(loading.size(), 2);
+        QVERIFY(!studio.model()->isLoadingCatalog());
+        studio.serve({{"Watch3,1", "8.1", "19R2"}});
+        studio.refresh();
+        QVERIFY(!studio.model()->catalogError());
 
         Studio withoutSeries3;
         withoutSeries3.serve({{"Watch4,1", "9.0", "20R1"}, {"Watch5,1", "9.0", "20R1"}});
@@ -132,64 +149,6 @@ private slots:
         model.setManualIPSWChooser([] { return ManualIPSWChoice{}; });
         model.chooseManualIPSW();
         QCOMPARE(model.restoreManager()->logText(), log);
-    }
-
-    void aFailedRefreshKeepsTheListAndReportsTheError()
-    {
-        Studio studio;
-        studio.serve({{"Watch3,1", "8.0", "19R1"}});
-        studio.refresh();
-        const QList<WatchFirmware> list = studio.model()->firmware();
-
-        studio.catalogServer.setResponse(studio.catalogPath, HttpResponse::withStatus(404));
-        QSignalSpy loading(studio.model(), &StudioModel::isLoadingCatalogChanged);
-        studio.refresh();
-        const QString description = QStringLiteral("Каталог прошивок имеет неизвестный формат.");
-        QCOMPARE(studio.model()->catalogError(), std::optional(description));
-        QCOMPARE(studio.logLines().last(), QStringLiteral("Ошибка каталога: ") + description);
-        QCOMPARE(studio.model()->firmware(), list);
-        QCOMPARE(studio.model()->selectedFirmware()->productType, QStringLiteral("Watch3,1"));
-        QCOMPARE(loading.size(), 2);
-        QVERIFY(!studio.model()->isLoadingCatalog());
-
-        // The next refresh clears the error as it starts.
-        studio.serve({{"Watch3,1", "8.0", "19R1"}});
-        studio.refresh();
-        QVERIFY(!studio.model()->catalogError());
-    }
-
-    // The note under a firmware whose newest signed build is another one; the overview shows it for
-    // another build.
-    void currentNote_data()
-    {
-        QTest::addColumn<std::optional<QString>>("signedVersion");
-        QTest::addColumn<std::optional<QString>>("signedBuild");
-        QTest::addColumn<std::optional<QString>>("note");
-        const auto some = [](const char *text) { return std::optional<QString>(QString::fromUtf8(text)); };
-        QTest::newRow("both absent") << std::optional<QString>() << std::optional<QString>()
-                                     << std::optional<QString>();
-        QTest::newRow("build absent")
-            << some("10.6.1") << std::optional<QString>() << std::optional<QString>();
-        QTest::newRow("same build, other version")
-            << some("9.9") << some("21R360") << std::optional<QString>();
-        QTest::newRow("case differs only")
-            << some("10.0.2") << some("21r360")
-            << some("Актуальная подписываемая сборка watchOS 10.0.2 (21r360) доступна только как OTA.");
-        QTest::newRow("empty texts are present")
-            << some("") << some("")
-            << some("Актуальная подписываемая сборка watchOS  () доступна только как OTA.");
-    }
-
-    void currentNote()
-    {
-        QFETCH(std::optional<QString>, signedVersion);
-        QFETCH(std::optional<QString>, signedBuild);
-        QFETCH(std::optional<QString>, note);
-        WatchFirmware firmware{};
-        firmware.build = QStringLiteral("21R360");
-        firmware.currentSignedVersion = signedVersion;
-        firmware.currentSignedBuild = signedBuild;
-        QCOMPARE(firmware.currentNote(), note);
     }
 
     void searchMatchesModelNameAndVersionOnly()

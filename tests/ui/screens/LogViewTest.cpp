@@ -14,16 +14,9 @@
 
 namespace {
 
-struct Log {
-    explicit Log(StudioModel *model) : view(model, model->restoreManager())
-    {
-        view.resize(detailSize);
-        view.show();
-    }
-    LogTextView *text() const { return part<LogTextView>(view, "logText"); }
-    bool shows(const char *name) const { return ::shows(view, name); }
-
-    LogView view;
+struct Log : Screen<LogView> {
+    explicit Log(StudioModel *model) : Screen(model, model->restoreManager()) { view.show(); }
+    LogTextView *text() const { return part<LogTextView>("logText"); }
 };
 
 } // namespace
@@ -34,7 +27,7 @@ class LogViewTest : public QObject {
 private slots:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
 
-    void followsTheEndOfAGrowingLog()
+    void followsTheEndOfAGrowingLogAndCopiesIt()
     {
         ScreenStudio studio;
         Log log(studio.model());
@@ -51,18 +44,13 @@ private slots:
         restore->appendLog(QStringLiteral("newest"));
         QTRY_COMPARE(scroll->value(), scroll->maximum());
         QCOMPARE(log.text()->text(), restore->logText());
-    }
 
-    void copyButtonAndSelectionCopyTheLog()
-    {
-        ScreenStudio studio;
-        Log log(studio.model());
-        RestoreManager *restore = studio.model()->restoreManager();
         // A line far wider than the box wraps into rows instead of being cut.
         restore->appendLog(QString(2000, u'ж'));
         restore->appendLog(QStringLiteral("last"));
         QTRY_COMPARE(log.text()->text(), restore->logText());
 
+        scroll->setValue(0);
         QTest::mouseDClick(log.text()->viewport(), Qt::LeftButton, {}, QPoint(5, 2));
         QCOMPARE(log.text()->selectedText(), QStringLiteral("Corvalin Studio готов к работе."));
         QTest::keySequence(log.text(), QKeySequence::SelectAll);
@@ -88,7 +76,7 @@ private slots:
 
         QGuiApplication::clipboard()->setText(QStringLiteral("something else"));
         restore->appendLog(QStringLiteral("Проверка watchOS_10.ipsw…"));
-        auto *copy = part<StudioButton>(log.view, "copyLogButton");
+        auto *copy = log.part<StudioButton>("copyLogButton");
         QTest::mouseClick(copy, Qt::LeftButton);
         QCOMPARE(QGuiApplication::clipboard()->text(), restore->logText());
         QVERIFY(QGuiApplication::clipboard()->text().endsWith(QStringLiteral("…\n")));

@@ -16,18 +16,8 @@
 
 namespace {
 
-struct Overview {
-    explicit Overview(StudioModel *model) : view(model, model->deviceMonitor(), model->downloader())
-    {
-        view.resize(detailSize);
-    }
-
-    template <typename T = QWidget> T *part(const char *name) const { return ::part<T>(view, name); }
-    QString text(const char *name) const { return part<QLabel>(name)->text(); }
-    bool shows(const char *name) const { return ::shows(view, name); }
-    void click(const char *name) const { QTest::mouseClick(part(name), Qt::LeftButton); }
-
-    OverviewView view;
+struct Overview : Screen<OverviewView> {
+    explicit Overview(StudioModel *model) : Screen(model, model->deviceMonitor(), model->downloader()) {}
 };
 
 } // namespace
@@ -38,7 +28,7 @@ class OverviewViewTest : public QObject {
 private slots:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
 
-    void withNothingAttachedLoadedOrRunning()
+    void withNothingAttachedLoadedOrRunningAndItsQuickActions()
     {
         ScreenStudio studio;
         Overview overview(studio.model());
@@ -59,12 +49,8 @@ private slots:
         QVERIFY(overview.shows("catalogErrorBanner"));
         QCOMPARE(overview.part<ErrorBanner>("catalogErrorBanner")->text(),
                  QStringLiteral("Каталог прошивок имеет неизвестный формат."));
-    }
 
-    void quickActionsNavigateOrChooseAnImage()
-    {
-        ScreenStudio studio;
-        Overview overview(studio.model());
+        // The quick actions navigate, or open the chooser and go to the restore.
         overview.click("quickActionCatalog");
         QCOMPARE(studio.model()->navigation(), NavigationSection::catalog);
         overview.click("quickActionRestore");
@@ -79,7 +65,7 @@ private slots:
         QCOMPARE(studio.model()->navigation(), NavigationSection::restore);
     }
 
-    void selectedFirmwareCardOffersOneNextStep()
+    void selectedFirmwareCardOffersOneNextStepAndShowsItsDownload()
     {
         ScreenStudio studio;
         Overview overview(studio.model());
@@ -103,17 +89,7 @@ private slots:
                      "Актуальная подписываемая сборка watchOS 10.6.1 (21U580) доступна только как OTA."));
         ScreenStudio::render(&overview.view, QStringLiteral("overview-unsigned-firmware"));
 
-        studio.chooseImage(QStringLiteral("local.ipsw"));
-        QVERIFY(!overview.shows("downloadButton"));
-        overview.click("toRestoreButton");
-        QCOMPARE(studio.model()->navigation(), NavigationSection::restore);
-    }
-
-    void aRunningDownloadShowsItsCardUntilCancelled()
-    {
-        ScreenStudio studio;
-        Overview overview(studio.model());
-        studio.loadCatalog();
+        // A running download shows its card until it is cancelled.
         studio.attachRecoveryWatch();
         studio.startStalledDownload();
         QVERIFY(overview.shows("downloadProgress"));
@@ -125,6 +101,11 @@ private slots:
         QVERIFY(!studio.model()->downloader()->isDownloading());
         QVERIFY(!overview.shows("downloadProgress"));
         QVERIFY(overview.part("downloadButton")->isEnabled());
+
+        studio.chooseImage(QStringLiteral("local.ipsw"));
+        QVERIFY(!overview.shows("downloadButton"));
+        overview.click("toRestoreButton");
+        QCOMPARE(studio.model()->navigation(), NavigationSection::restore);
     }
 };
 

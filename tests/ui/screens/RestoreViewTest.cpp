@@ -15,19 +15,11 @@
 
 namespace {
 
-struct Restore {
-    explicit Restore(StudioModel *model) : view(model, model->deviceMonitor(), model->restoreManager())
-    {
-        view.resize(detailSize);
-    }
-    QString transportCheck() const { return part<CheckLine>(view, "transportCheck")->text(); }
-    QString deviceState() const { return part<SymbolLabel>(view, "restoreDeviceState")->text(); }
-    bool canStart() const
-    {
-        return shows(view, "startRestoreButton") && part(view, "startRestoreButton")->isEnabled();
-    }
-
-    RestoreView view;
+struct Restore : Screen<RestoreView> {
+    explicit Restore(StudioModel *model) : Screen(model, model->deviceMonitor(), model->restoreManager()) {}
+    QString transportCheck() const { return part<CheckLine>("transportCheck")->text(); }
+    QString deviceState() const { return part<SymbolLabel>("restoreDeviceState")->text(); }
+    bool canStart() const { return shows("startRestoreButton") && part("startRestoreButton")->isEnabled(); }
 };
 
 struct Sheet {
@@ -56,54 +48,28 @@ class RestoreViewTest : public QObject {
 private slots:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
 
-    void recoveryWatchNeedsAnImage()
+    void recoveryWatchNeedsAnImageThenTheRowFollowsTheRun()
     {
         ScreenStudio studio;
         Restore restore(studio.model());
         QCOMPARE(restore.deviceState(), QStringLiteral("Нужен сервисный кабель"));
-        QVERIFY(shows(restore.view, "restoreNoImage"));
+        QVERIFY(restore.shows("restoreNoImage"));
         QCOMPARE(restore.transportCheck(), QStringLiteral("Полная проверка структуры Restore.ipsw"));
-        QVERIFY(!shows(restore.view, "restoreErrorBanner"));
+        QVERIFY(!restore.shows("restoreErrorBanner"));
         ScreenStudio::render(&restore.view, QStringLiteral("restore-empty"));
         studio.attachRecoveryWatch();
         QCOMPARE(restore.deviceState(), QStringLiteral("Recovery/DFU обнаружен"));
         QVERIFY(!restore.canStart());
         studio.startRestore(); // refused without an image
-        QVERIFY(shows(restore.view, "restoreErrorBanner"));
+        QVERIFY(restore.shows("restoreErrorBanner"));
         ScreenStudio::render(&restore.view, QStringLiteral("restore-error"));
         studio.chooseImage(
             QStringLiteral("Watch6,1_10.2_21S364_Restore_with_a_rather_long_name_for_two_lines.ipsw"));
         QVERIFY(restore.canStart());
         ScreenStudio::render(&restore.view, QStringLiteral("restore-ready"));
-    }
 
-    void kisWatchMayGoWithoutAnImage()
-    {
-        ScreenStudio studio;
-        Restore restore(studio.model());
-        studio.attachKISWatch();
-        ScreenStudio::render(&restore.view, QStringLiteral("restore-kis"));
-        QVERIFY(shows(restore.view, "restoreConfiguratorImage"));
-        QCOMPARE(restore.transportCheck(), QStringLiteral("Загрузка последней подписываемой версии Apple"));
-        QCOMPARE(restore.deviceState(), QStringLiteral("Recovery/DFU обнаружен"));
-        QVERIFY(restore.canStart());
-        QTest::mouseClick(part(restore.view, "startRestoreButton"), Qt::LeftButton);
-        QVERIFY(studio.model()->showRestoreConfirmation());
-
-        studio.chooseImage(QStringLiteral("watchOS_10.ipsw"));
-        QVERIFY(shows(restore.view, "restoreImageName"));
-        QVERIFY(!shows(restore.view, "restoreConfiguratorImage"));
-        QCOMPARE(restore.transportCheck(), QStringLiteral("Загрузка последней подписываемой версии Apple"));
-    }
-
-    void actionRowFollowsValidatingAndRestoring()
-    {
-        ScreenStudio studio;
-        Restore restore(studio.model());
-        studio.attachRecoveryWatch();
-        studio.chooseImage(QStringLiteral("watchOS_10.ipsw"));
+        // The action row follows the image check and the restore.
         RestoreManager *manager = studio.model()->restoreManager();
-
         studio.installRestoreTool(true, true);
         auto validation = manager->validate(*studio.model()->selectedIPSW(), QStringLiteral("Watch6,1"));
         QVERIFY(manager->isValidating());
@@ -112,52 +78,62 @@ private slots:
         QVERIFY(restore.canStart());
 
         studio.startRestore();
-        QVERIFY(shows(restore.view, "stopRestoreButton"));
-        QVERIFY(!shows(restore.view, "startRestoreButton"));
-        QTest::mouseClick(part(restore.view, "stopRestoreButton"), Qt::LeftButton);
+        QVERIFY(restore.shows("stopRestoreButton"));
+        QVERIFY(!restore.shows("startRestoreButton"));
+        restore.click("stopRestoreButton");
         QTRY_VERIFY(!manager->isRestoring());
         QVERIFY(restore.canStart());
         // The interrupted tool's failure stays on screen.
-        QVERIFY(shows(restore.view, "restoreErrorBanner"));
-        QCOMPARE(part<ErrorBanner>(restore.view, "restoreErrorBanner")->text(), manager->lastError().value());
+        QVERIFY(restore.shows("restoreErrorBanner"));
+        QCOMPARE(restore.part<ErrorBanner>("restoreErrorBanner")->text(), manager->lastError().value());
     }
 
-    void onlyTheExactWordEnablesTheStart_data()
+    void kisWatchMayGoWithoutAnImage()
     {
-        QTest::addColumn<QString>("typed");
-        QTest::addColumn<bool>("enabled");
-        QTest::newRow("exact") << QStringLiteral("ПРОШИТЬ") << true;
-        QTest::newRow("trailing space") << QStringLiteral("ПРОШИТЬ ") << false;
-        QTest::newRow("lower case") << QStringLiteral("прошить") << false;
-    }
-    void onlyTheExactWordEnablesTheStart()
-    {
-        QFETCH(QString, typed);
         ScreenStudio studio;
-        Sheet sheet(studio.model());
-        sheet.type(typed);
-        QTEST(sheet.canBegin(), "enabled");
+        Restore restore(studio.model());
+        studio.attachKISWatch();
+        ScreenStudio::render(&restore.view, QStringLiteral("restore-kis"));
+        QVERIFY(restore.shows("restoreConfiguratorImage"));
+        QCOMPARE(restore.transportCheck(), QStringLiteral("Загрузка последней подписываемой версии Apple"));
+        QCOMPARE(restore.deviceState(), QStringLiteral("Recovery/DFU обнаружен"));
+        QVERIFY(restore.canStart());
+        restore.click("startRestoreButton");
+        QVERIFY(studio.model()->showRestoreConfirmation());
+
+        studio.chooseImage(QStringLiteral("watchOS_10.ipsw"));
+        QVERIFY(restore.shows("restoreImageName"));
+        QVERIFY(!restore.shows("restoreConfiguratorImage"));
+        QCOMPARE(restore.transportCheck(), QStringLiteral("Загрузка последней подписываемой версии Apple"));
     }
 
-    // Neither the start button without a watch nor Return with one starts anything.
+    // Only the exact word enables the start. Neither the start button without a watch nor Return
+    // with one starts anything.
     void reopenedSheetIsEmptyAndOnlyTheButtonStarts()
     {
         ScreenStudio studio;
         studio.chooseImage(QStringLiteral("watchOS_10.ipsw"));
         Sheet sheet(studio.model());
+        auto *phrase = part<QLineEdit>(sheet.sheet, "confirmationPhrase");
+        for (const QString &wrong : {QStringLiteral("ПРОШИТЬ "), QStringLiteral("прошить")}) {
+            sheet.type(wrong);
+            QVERIFY2(!sheet.canBegin(), qPrintable(wrong));
+            phrase->clear();
+        }
         sheet.type(QStringLiteral("ПРОШИТЬ"));
+        QVERIFY(sheet.canBegin());
         ScreenStudio::render(&sheet.sheet, QStringLiteral("sheet-typed"));
         sheet.begin();
         QVERIFY(sheet.sheet.isVisible());
         studio.attachRecoveryWatch();
-        QTest::keyClick(part(sheet.sheet, "confirmationPhrase"), Qt::Key_Return);
+        QTest::keyClick(phrase, Qt::Key_Return);
         QVERIFY(sheet.sheet.isVisible());
         QCOMPARE(studio.model()->navigation(), NavigationSection::overview);
 
         QTest::mouseClick(part(sheet.sheet, "cancelRestoreButton"), Qt::LeftButton);
         QVERIFY(!sheet.sheet.isVisible());
         sheet.sheet.show();
-        QCOMPARE(part<QLineEdit>(sheet.sheet, "confirmationPhrase")->text(), QString());
+        QCOMPARE(phrase->text(), QString());
         QVERIFY(!sheet.canBegin());
         ScreenStudio::render(&sheet.sheet, QStringLiteral("sheet-empty"));
     }

@@ -21,9 +21,9 @@ std::atomic<std::chrono::milliseconds::rep> stallTimeout{
 
 // How long the thread sleeps at most when no connection has anything: the pace of the checks
 // below and of the answer to a cancel that arrives with nothing else to wake it.
-constexpr int pollMilliseconds = 50;
+constexpr int pollMilliseconds = 25;
 // Stalls are checked, the connection count reconsidered and the record saved at this pace.
-constexpr auto sampleInterval = std::chrono::milliseconds(100);
+constexpr auto sampleInterval = std::chrono::milliseconds(50);
 // Progress reaches the receiver at most this often (and at the end): each report costs the
 // receiver a job on its thread, while a slow link should still move the bar.
 constexpr auto progressInterval = std::chrono::milliseconds(100);
@@ -37,7 +37,7 @@ constexpr int measuredSamples = 2;
 constexpr qint64 minimumPiece = 4 * 1024 * 1024;
 constexpr qint64 minimumFinalPiece = 1024 * 1024;
 // The record on disk lags the data by at most this many samples.
-constexpr int samplesPerSave = 7;
+constexpr int samplesPerSave = 14;
 
 void initialiseCurl()
 {

@@ -1,6 +1,6 @@
 #include "Bench.h"
 
-#include "app/StudioModel.h"
+#include "app/model/StudioModel.h"
 #include "support/LocalHttpServer.h"
 #include "support/TestPaths.h"
 #include "ui/Theme.h"

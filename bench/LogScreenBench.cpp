@@ -1,7 +1,7 @@
 #include "Bench.h"
 #include "RestoreProgressOutput.h"
 
-#include "app/StudioModel.h"
+#include "app/model/StudioModel.h"
 #include "restore/RestoreManager.h"
 #include "support/FakeTools.h"
 #include "support/TestPaths.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/Result.h"
+#include "app/records/Result.h"
 #include "catalog/AppleDBRecords.h"
 
 #include <QByteArray>

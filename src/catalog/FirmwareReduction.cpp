@@ -1,10 +1,10 @@
 #include "catalog/FirmwareReduction.h"
 
+#include "app/records/CacheFileName.h"
 #include "catalog/CatalogOrdering.h"
 #include "catalog/FirmwareCandidate.h"
 #include "catalog/PreferredLink.h"
 #include "catalog/SemanticVersion.h"
-#include "download/CacheFileName.h"
 #include "tools/DeviceTable.h"
 
 #include <optional>

@@ -1,8 +1,8 @@
 #include "device/DeviceMonitor.h"
 
-#include "device/IdentificationListing.h"
 #include "device/UsbListing.h"
 #include "device/UsbProductMatch.h"
+#include "device/identity/IdentificationListing.h"
 #include "tools/ProcessRunner.h"
 #include "tools/ToolLocator.h"
 

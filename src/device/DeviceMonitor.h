@@ -1,6 +1,6 @@
 #pragma once
 
-#include "device/ConnectedWatch.h"
+#include "app/records/ConnectedWatch.h"
 
 #include <QCoroTask>
 #include <QList>

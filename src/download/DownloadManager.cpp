@@ -1,7 +1,7 @@
 #include "download/DownloadManager.h"
 
+#include "app/records/CacheFileName.h"
 #include "download/CacheEntry.h"
-#include "download/CacheFileName.h"
 #include "download/CacheInstall.h"
 #include "download/ChecksumTool.h"
 #include "download/DownloadProgress.h"

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "app/Result.h"
-#include "app/WatchFirmware.h"
+#include "app/records/Result.h"
+#include "app/records/WatchFirmware.h"
 
 #include <QCoroTask>
 #include <QObject>

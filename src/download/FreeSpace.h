@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/Failure.h"
+#include "app/records/Failure.h"
 
 #include <QString>
 #include <QtGlobal>

@@ -1,6 +1,6 @@
 #include "restore/RestoreManager.h"
 
-#include "app/StudioError.h"
+#include "app/records/StudioError.h"
 #include "restore/IpswInfo.h"
 #include "tools/ProcessRunner.h"
 #include "tools/ToolLocator.h"

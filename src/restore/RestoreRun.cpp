@@ -3,8 +3,8 @@
 #include "restore/RestoreManager.h"
 
 #include "restore/ChildInterrupt.h"
-#include "restore/RestoreCommandLine.h"
-#include "restore/RestoreDestinations.h"
+#include "restore/command/RestoreCommandLine.h"
+#include "restore/command/RestoreDestinations.h"
 #include "tools/ToolLocator.h"
 
 #include <QDir>

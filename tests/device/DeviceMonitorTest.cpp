@@ -13,7 +13,6 @@ namespace {
 
 const QString noDeviceHint = QStringLiteral("Подключите сервисный кабель и включите Recovery/DFU");
 const QString unreadableHint = QStringLiteral("Устройство найдено, но Recovery/DFU не удалось прочитать");
-const QString notAWatchHint = QStringLiteral("Подключённое Recovery/DFU-устройство не является Apple Watch");
 const QString recoveryReadyHint = QStringLiteral("Recovery/DFU готов к восстановлению");
 const QString kisReadyHint = QStringLiteral("KIS/DFU готов к восстановлению");
 const QString kisUnreadableHint =
@@ -39,42 +38,33 @@ class DeviceMonitorTest : public QObject {
     Q_OBJECT
 
 private slots:
+    // A Recovery/DFU device on the bus is identified by irecovery -q; Configurator is not asked.
+    // DFU and a device that is no watch: as the real irecovery reads them (VirtualWatchStudioTest).
     void recoveryOutcomes_data()
     {
         QTest::addColumn<QByteArrayList>("bus");
         QTest::addColumn<bool>("hasIrecovery");
-        QTest::addColumn<QByteArray>("identification");
-        QTest::addColumn<int>("status");
         QTest::addColumn<QString>("productType"); // empty: no watch
         QTest::addColumn<QString>("hint");
-
-        const QByteArray recovery = testData("irecovery-q-recovery.txt");
-        QTest::newRow("nothing on the bus")
-            << QByteArrayList{} << true << recovery << 0 << QString() << noDeviceHint;
-        QTest::newRow("Recovery") << QByteArrayList{"12a8", "1281"} << true << recovery << 0 << "Watch6,18"
+        QTest::newRow("nothing on the bus") << QByteArrayList{} << true << QString() << noDeviceHint;
+        QTest::newRow("Recovery") << QByteArrayList{"12a8", "1281"} << true << "Watch6,18"
                                   << recoveryReadyHint;
-        QTest::newRow("DFU") << QByteArrayList{"1227"} << true << testData("irecovery-q-dfu.txt") << 0
-                             << "Watch7,1" << recoveryReadyHint;
-        QTest::newRow("not a watch") << QByteArrayList{"1281"} << true << QByteArray("PRODUCT: iPhone10,3\n")
-                                     << 0 << QString() << notAWatchHint;
-        QTest::newRow("irecovery missing")
-            << QByteArrayList{"1281"} << false << recovery << 0 << QString() << unreadableHint;
+        QTest::newRow("irecovery missing") << QByteArrayList{"1281"} << false << QString() << unreadableHint;
     }
 
     void recoveryOutcomes()
     {
         QFETCH(QByteArrayList, bus);
         QFETCH(bool, hasIrecovery);
-        QFETCH(QByteArray, identification);
-        QFETCH(int, status);
         QFETCH(QString, productType);
         QFETCH(QString, hint);
 
         TestPaths paths;
         attachUsbDevices(paths, bus);
+        const QByteArray identification = testData("irecovery-q-recovery.txt");
         const QString irecovery = paths.tool(QStringLiteral("bin/irecovery"));
         if (hasIrecovery)
-            FakeTools::write(irecovery, FakeToolBehaviour::printing(identification, status));
+            FakeTools::write(irecovery, FakeToolBehaviour::printing(identification));
         FakeTools::write(paths.cfgutil(), FakeToolBehaviour::printing(testData("cfgutil-list.json")));
 
         DeviceMonitor monitor;
@@ -95,24 +85,42 @@ private slots:
             QCOMPARE(FakeTools::recordedArguments(irecovery), QStringList{QStringLiteral("-q")});
     }
 
+    // A KIS watch wins over a Recovery device, is named from irecovery's device table (or plainly
+    // when the table has no full line for it) and is not asked for again while it stays published.
+    void kisWinsAndIsNotAskedAgainWhilePublished_data()
+    {
+        QTest::addColumn<QByteArray>("deviceTable");
+        QTest::addColumn<QByteArray>("list");
+        QTest::addColumn<QStringList>("identity"); // product type, model, name, ECID
+        QTest::newRow("named by the table")
+            << testData("irecovery-devices-excerpt.txt") << testData("cfgutil-list.json")
+            << QStringList{"Watch7,5", "n210ap", "Apple Watch Ultra 2", "0xB24F61A9C0D5E"};
+        QTest::newRow("table without a full line for it")
+            << QByteArray("Watch5,9 n1 0x1 0x2\nWatch5,9x n2 0x3 0x4 Other\n")
+            << QByteArray(R"({"Output":{"x":{"deviceType":"Watch5,9","ECID":"0xABCDE"}}})")
+            << QStringList{"Watch5,9", "—", "Apple Watch", "0xABCDE"};
+    }
     void kisWinsAndIsNotAskedAgainWhilePublished()
     {
+        QFETCH(QByteArray, deviceTable);
+        QFETCH(QByteArray, list);
+        QFETCH(QStringList, identity);
         TestPaths paths;
         attachUsbDevices(paths, {"1281", "1881"});
-        const QString irecovery =
-            FakeTools::write(paths.tool(QStringLiteral("bin/irecovery")),
-                             FakeToolBehaviour::printing(testData("irecovery-devices-excerpt.txt")));
-        FakeTools::write(paths.cfgutil(), FakeToolBehaviour::printing(testData("cfgutil-list.json")));
+        const QString irecovery = FakeTools::write(paths.tool(QStringLiteral("bin/irecovery")),
+                                                   FakeToolBehaviour::printing(deviceTable));
+        FakeTools::write(paths.cfgutil(), FakeToolBehaviour::printing(list));
 
         DeviceMonitor monitor;
         QCoro::waitFor(monitor.poll());
-        const ConnectedWatch expected{"Watch7,5",
-                                      "n210ap",
-                                      "Apple Watch Ultra 2",
-                                      "DFU via Debug USB (KIS)",
-                                      "0xB24F61A9C0D5E",
-                                      "PRODUCT: Watch7,5\nMODEL: n210ap\nNAME: Apple Watch Ultra 2\n"
-                                      "MODE: DFU via Debug USB (KIS)\nECID: 0xB24F61A9C0D5E",
+        const QString mode = QStringLiteral("DFU via Debug USB (KIS)");
+        const ConnectedWatch expected{identity[0],
+                                      identity[1],
+                                      identity[2],
+                                      mode,
+                                      identity[3],
+                                      "PRODUCT: " + identity[0] + "\nMODEL: " + identity[1] + "\nNAME: " +
+                                          identity[2] + "\nMODE: " + mode + "\nECID: " + identity[3],
                                       WatchTransport::kis};
         QCOMPARE(monitor.connectedWatch(), std::optional(expected));
         QCOMPARE(monitor.connectionHint(), kisReadyHint);
@@ -176,25 +184,6 @@ private slots:
         QCOMPARE(monitor.connectionHint(), hint);
         QCOMPARE(FakeTools::runCount(paths.cfgutil()), hasConfigurator ? 1 : 0);
         QCOMPARE(FakeTools::runCount(irecovery), 0);
-    }
-
-    void identityFallsBackWhenTheTableHasNoFullLine()
-    {
-        TestPaths paths;
-        attachUsbDevices(paths, {"1881"});
-        FakeTools::write(paths.tool(QStringLiteral("bin/irecovery")),
-                         FakeToolBehaviour::printing("Watch5,9 n1 0x1 0x2\nWatch5,9x n2 0x3 0x4 Other\n"));
-        FakeTools::write(
-            paths.cfgutil(),
-            FakeToolBehaviour::printing(R"({"Output":{"x":{"deviceType":"Watch5,9","ECID":"0xABCDE"}}})"));
-
-        DeviceMonitor monitor;
-        QCoro::waitFor(monitor.poll());
-        QVERIFY(monitor.connectedWatch());
-        QCOMPARE(monitor.connectedWatch()->model, QStringLiteral("—"));
-        QCOMPARE(monitor.connectedWatch()->name, QStringLiteral("Apple Watch"));
-        QCOMPARE(monitor.connectedWatch()->ecid, QStringLiteral("0xABCDE"));
-        QCOMPARE(monitor.connectionHint(), kisReadyHint);
     }
 
     void overlappingChecksBothFinishAndTheLastOneWins()

@@ -1,7 +1,7 @@
 #include "device/ConfiguratorDeviceList.h"
-#include "device/IdentificationListing.h"
 #include "device/UsbListing.h"
 #include "device/UsbProductMatch.h"
+#include "device/identity/IdentificationListing.h"
 #include "support/FakeTools.h"
 #include "support/TestFiles.h"
 #include "support/TestPaths.h"

@@ -1,6 +1,6 @@
 #include "DownloadTestHarness.h"
 
-#include "download/CacheFileName.h"
+#include "app/records/CacheFileName.h"
 #include "support/TestFiles.h"
 
 #include <QDirIterator>
@@ -140,7 +140,6 @@ private slots:
         row("escaped percent", "a%2F.ipsw", "/fw/a%252F.ipsw", {});
         // One file on macOS's file system, which ignores the form of accented letters.
         row("other Unicode normalisation", "%C3%A9.ipsw", "/fw/e%CC%81.ipsw", {});
-        row("trailing slash", "Watch7,1_Restore.ipsw", "/fw/Watch7,1_Restore.ipsw/", noPlainName);
         // One file on macOS's file system, which ignores letter case by default.
         row("other letter case", "watch7,1_restore.ipsw", "/fw/Watch7,1_Restore.ipsw",
             QStringLiteral("В папке прошивок уже есть «watch7,1_restore.ipsw», имя которого отличается от "

@@ -3,10 +3,10 @@
 // JSON parser's offsets stay true.
 #include "FuzzInput.h"
 
+#include "app/records/CacheFileName.h"
 #include "catalog/AppleDBDecoder.h"
 #include "catalog/ExactIntegers.h"
 #include "catalog/FirmwareReduction.h"
-#include "download/CacheFileName.h"
 
 #include <QSet>
 

@@ -5,8 +5,8 @@
 
 #include "catalog/FirmwareReduction.h"
 #include "device/ConfiguratorDeviceList.h"
-#include "device/IdentificationListing.h"
 #include "device/UsbProductMatch.h"
+#include "device/identity/IdentificationListing.h"
 #include "download/ChecksumTool.h"
 #include "restore/IpswInfo.h"
 #include "tools/DeviceTable.h"

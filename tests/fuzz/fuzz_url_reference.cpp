@@ -1,9 +1,9 @@
 // Download links: the reference syntax, the host as written, and the name a link saves under.
 #include "FuzzInput.h"
 
+#include "app/records/CacheFileName.h"
 #include "catalog/PreferredLink.h"
 #include "catalog/UrlReference.h"
-#include "download/CacheFileName.h"
 
 #include <QUrl>
 

@@ -1,19 +1,16 @@
 // The application against the real irecovery and idevicerestore of the Tools folder, with no
-// watch attached: what these tools print and how they exit is taken as it comes, not as a fake
-// would imitate it.
+// watch attached: the device names irecovery knows and idevicerestore's reading of images, taken
+// as the tools print them. Runs against a watch are VirtualWatchStudioTest's.
 #include "support/RealTools.h"
 #include "catalog/CatalogLoad.h"
 #include "device/DeviceMonitor.h"
-#include "device/FakeUsbBus.h"
 #include "restore/RestoreManager.h"
 #include "support/LocalHttpServer.h"
 #include "support/RestoreImage.h"
 #include "support/TestFiles.h"
 #include "support/TestPaths.h"
-#include "tools/ToolLocator.h"
 
 #include <QCoroTask>
-#include <QFile>
 #include <QHash>
 #include <QStandardPaths>
 #include <QTest>
@@ -23,7 +20,6 @@
 namespace {
 
 const QString damaged = QStringLiteral("Файл повреждён, является OTA или не поддерживается.");
-const QString startingLine = QStringLiteral("Запуск восстановления. Журнал: ");
 
 using ImageFiles = RestoreImage::Files;
 
@@ -102,17 +98,6 @@ private slots:
         }
     }
 
-    void dfuDeviceThatIrecoveryCannotReachIsReportedUnreadable()
-    {
-        attachUsbDevices(*m_paths, {"1227"});
-        DeviceMonitor monitor;
-        QCoro::waitFor(monitor.poll());
-        QCOMPARE(monitor.connectedWatch(), std::nullopt);
-        QCOMPARE(monitor.connectionHint(),
-                 QStringLiteral("Устройство найдено, но Recovery/DFU не удалось прочитать"));
-        QVERIFY(!monitor.isChecking());
-    }
-
     void validation_data()
     {
         QTest::addColumn<ImageFiles>("files");
@@ -156,35 +141,6 @@ private slots:
         QVERIFY2(lines.contains(toolSays), qPrintable(manager.logText()));
         QCOMPARE(manager.logText().endsWith(QStringLiteral("Совместимость подтверждена: Watch7,1.\n")),
                  accepted);
-    }
-
-    void restoreWithNoWatchAttachedEndsWithTheToolsStatus()
-    {
-        const QString image = m_paths->downloads() + QStringLiteral("/watchOS_10.0.2.ipsw");
-        QVERIFY(RestoreImage::write(image, series9));
-        const ConnectedWatch watch{QStringLiteral("Watch7,1"),     QStringLiteral("n207sap"),
-                                   QStringLiteral("Apple Watch"),  QStringLiteral("Recovery/DFU"),
-                                   QStringLiteral("0x1A2B3C4D5E"), QString()};
-        RestoreManager manager;
-
-        QCoro::waitFor(manager.startRestore(image, watch));
-        QVERIFY(manager.isRestoring());
-        QTRY_VERIFY_WITH_TIMEOUT(!manager.isRestoring(), 60000);
-
-        const QString log = manager.logText();
-        const QString failure = QStringLiteral("Восстановление завершилось с ошибкой 1.");
-        QVERIFY2(log.contains(QStringLiteral("Unable to discover device mode")), qPrintable(log));
-        QVERIFY2(log.endsWith(failure + u'\n'), qPrintable(log));
-        QCOMPARE(manager.lastError(), std::optional<QString>(failure));
-        QVERIFY(!manager.completedSuccessfully());
-
-        const qsizetype start = log.indexOf(startingLine);
-        QVERIFY(start >= 0);
-        const QString logFile = log.mid(start + startingLine.size()).section(u'\n', 0, 0);
-        QCOMPARE(QFileInfo(logFile).absolutePath(), ToolLocator::logsDirectory());
-        QFile written(logFile);
-        QVERIFY2(written.open(QIODevice::ReadOnly), qPrintable(logFile));
-        QVERIFY(written.readAll().contains("Unable to discover device mode"));
     }
 };
 

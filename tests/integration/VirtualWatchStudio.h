@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/StudioFixture.h"
+#include "app/model/StudioFixture.h"
 #include "support/RestoreImage.h"
 #include "support/SigningServer.h"
 #include "support/VirtualWatch.h"

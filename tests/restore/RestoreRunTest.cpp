@@ -1,5 +1,5 @@
-#include "restore/RestoreLogFile.h"
 #include "restore/RestoreManager.h"
+#include "restore/command/RestoreLogFile.h"
 #include "support/FakeTools.h"
 #include "support/StandardInputFrom.h"
 #include "support/TestFiles.h"
@@ -144,44 +144,27 @@ private slots:
         QCOMPARE(FakeTools::runCount(paths.cfgutil()), 0);
     }
 
-    void cancellingWhenIdleOnlyLogs()
-    {
-        RestoreManager manager;
-        QSignalSpy restoring(&manager, &RestoreManager::isRestoringChanged);
-        QSignalSpy error(&manager, &RestoreManager::lastErrorChanged);
-        manager.cancelRestore();
-        QCOMPARE(manager.logText(), initialLog + cancelLine + u'\n');
-        QCOMPARE(restoring.count() + error.count(), 0);
-    }
-
-    void eachChunkBecomesItsOwnLines()
-    {
-        TestPaths paths;
-        FakeToolBehaviour pieces;
-        // A line written in two pieces, and a two-byte character split between the pieces.
-        pieces.chunks = {"Progress 5", "0%\n", "a\xd0", "\xb2z\n"};
-        pieces.secondsBetweenChunks = 0.5;
-        FakeTools::write(paths.cfgutil(), pieces);
-        RestoreManager manager;
-
-        runToEnd(manager, std::nullopt, kisWatch);
-        const QStringList lines = linesAfterStart(manager);
-        QCOMPARE(lines.mid(3),
-                 (QStringList{QStringLiteral("Progress 5"), QStringLiteral("0%"), QStringLiteral("a\uFFFD"),
-                              QStringLiteral("\uFFFDz"), successLine}));
-    }
-
-    void everyByteArrivesBeforeTheClosingLine()
+    // Reads end mid-line (a line written in two pieces, a two-byte character split between
+    // them) and each chunk becomes its own line; under a flood every byte still arrives before
+    // the closing line.
+    void outputReachesTheLogWhole()
     {
         TestPaths paths;
         QByteArray flood;
         for (int i = 0; i < 40000; ++i)
             flood += "progress line " + QByteArray::number(i) + '\n';
-        FakeTools::write(paths.cfgutil(), FakeToolBehaviour::printing(flood, 3));
+        FakeToolBehaviour output;
+        output.chunks = {"Progress 5", "0%\n", "a\xd0", "\xb2z\n", flood};
+        output.secondsBetweenChunks = 0.5;
+        output.exitStatus = 3;
+        FakeTools::write(paths.cfgutil(), output);
         RestoreManager manager;
 
         runToEnd(manager, std::nullopt, kisWatch);
-        // Reads end mid-line and each such chunk gets a line feed, so compare without them.
+        QCOMPARE(linesAfterStart(manager).mid(3, 4),
+                 (QStringList{QStringLiteral("Progress 5"), QStringLiteral("0%"), QStringLiteral("a\uFFFD"),
+                              QStringLiteral("\uFFFDz")}));
+        // Line feeds added after chunks that end mid-line aside.
         const QString closing = QStringLiteral("Восстановление завершилось с ошибкой 3.");
         QVERIFY(QString(manager.logText())
                     .remove(u'\n')
@@ -282,6 +265,11 @@ private slots:
         QCOMPARE(::kill(pid_t(processId), 0), -1);               // gone, and reaped
         manager.stopBeforeExit(std::chrono::milliseconds(1500)); // nothing runs: nothing happens
         QVERIFY(manager.logText().endsWith(ending + u'\n'));
+        restoring.clear();
+        error.clear();
+        manager.cancelRestore(); // nothing runs: only the request is logged
+        QVERIFY(manager.logText().endsWith(ending + u'\n' + cancelLine + u'\n'));
+        QCOMPARE(restoring.count() + error.count(), 0);
     }
 
     void toolOutlivingTheManagerIsLeftAlone()

@@ -69,8 +69,6 @@ public:
     // Whether the log has a line that starts with `prefix`.
     bool logged(const QString &prefix) const;
 
-    QString folder() const { return m_folder; }
-
 private:
     void settle() const;
     void writeState(const QList<std::pair<QByteArray, QByteArray>> &values, bool replace);

@@ -59,7 +59,8 @@ private slots:
     }
 
     // Both streams in the order written, decoded as UTF-8, read until every writer has closed
-    // the pipe (a child's own background job counts), with the status or the ending signal.
+    // the pipe (a child's own background job counts), with the status or the ending signal; the
+    // child reads the application's standard input.
     void outputAndStatusAreCollected_data()
     {
         QTest::addColumn<FakeToolBehaviour>("behaviour");
@@ -83,6 +84,9 @@ private slots:
         background.extraShell = "(sleep 0.4; echo late) &";
         QTest::newRow("background job writes after the exit")
             << background << 0 << QStringLiteral("early\nlate\n");
+        FakeToolBehaviour reader;
+        reader.extraShell = "cat";
+        QTest::newRow("reads the application's standard input") << reader << 0 << QStringLiteral("typed\n");
     }
     void outputAndStatusAreCollected()
     {
@@ -93,24 +97,12 @@ private slots:
         const QString tool = FakeTools::write(paths.tool(QStringLiteral("bin/talker")), behaviour);
         const QStringList arguments{QStringLiteral("a b"), QStringLiteral("$HOME"), QString()};
 
+        // What the application was given as its input, not a pipe nobody writes.
+        const StandardInputFrom input(QDir(paths.root()).filePath(QStringLiteral("input.txt")), "typed\n");
         const ProcessResult result = runNow(tool, arguments);
         QCOMPARE(result.status, status);
         QCOMPARE(result.output, output);
         QCOMPARE(FakeTools::recordedArguments(tool), arguments);
-    }
-
-    void childInheritsStandardInput()
-    {
-        TestPaths paths;
-        FakeToolBehaviour reader;
-        reader.extraShell = "cat";
-        const QString tool = FakeTools::write(paths.tool(QStringLiteral("bin/reader")), reader);
-
-        const StandardInputFrom redirected(QDir(paths.root()).filePath(QStringLiteral("input.txt")),
-                                           "typed by the user\n");
-        const ProcessResult result = runNow(tool);
-        QCOMPARE(result.status, 0);
-        QCOMPARE(result.output, QStringLiteral("typed by the user\n"));
     }
 };
 

@@ -1,4 +1,4 @@
-#include "app/StudioModel.h"
+#include "app/model/StudioModel.h"
 #include "support/TestPaths.h"
 #include "ui/ActionRow.h"
 #include "ui/BrandPicture.h"

@@ -1,6 +1,6 @@
 #include "ui/screens/CatalogSearchField.h"
 
-#include "app/StudioModel.h"
+#include "app/model/StudioModel.h"
 #include "ui/PlainButton.h"
 #include "ui/SymbolView.h"
 #include "ui/Theme.h"

@@ -1,6 +1,6 @@
 #include "ui/screens/CatalogStateCard.h"
 
-#include "app/StudioModel.h"
+#include "app/model/StudioModel.h"
 #include "ui/StudioCard.h"
 #include "ui/Theme.h"
 #include "ui/screens/BusySpinner.h"

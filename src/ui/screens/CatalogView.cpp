@@ -1,6 +1,6 @@
 #include "ui/screens/CatalogView.h"
 
-#include "app/StudioModel.h"
+#include "app/model/StudioModel.h"
 #include "ui/PageHeader.h"
 #include "ui/StudioButton.h"
 #include "ui/Theme.h"

@@ -1,7 +1,7 @@
 #include "ui/screens/DownloadedImageIndex.h"
 
-#include "app/StudioModel.h"
-#include "download/CacheFileName.h"
+#include "app/model/StudioModel.h"
+#include "app/records/CacheFileName.h"
 #include "download/DownloadManager.h"
 #include "tools/ToolLocator.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/WatchFirmware.h"
+#include "app/records/WatchFirmware.h"
 
 #include <QObject>
 #include <QSet>

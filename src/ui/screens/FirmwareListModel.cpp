@@ -1,7 +1,7 @@
 #include "ui/screens/FirmwareListModel.h"
 
-#include "app/FirmwareSearch.h"
-#include "app/StudioModel.h"
+#include "app/model/FirmwareSearch.h"
+#include "app/model/StudioModel.h"
 #include "download/DownloadManager.h"
 #include "ui/screens/DownloadedImageIndex.h"
 #include "ui/screens/FirmwareRow.h"

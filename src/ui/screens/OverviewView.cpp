@@ -1,6 +1,6 @@
 #include "ui/screens/OverviewView.h"
 
-#include "app/StudioModel.h"
+#include "app/model/StudioModel.h"
 #include "device/DeviceMonitor.h"
 #include "download/DownloadManager.h"
 #include "ui/ErrorBanner.h"

@@ -1,6 +1,6 @@
 #include "ui/screens/QuickActionsCard.h"
 
-#include "app/StudioModel.h"
+#include "app/model/StudioModel.h"
 #include "ui/ActionRow.h"
 #include "ui/PlainButton.h"
 #include "ui/StudioCard.h"

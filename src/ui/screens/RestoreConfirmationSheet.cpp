@@ -1,6 +1,6 @@
 #include "ui/screens/RestoreConfirmationSheet.h"
 
-#include "app/StudioModel.h"
+#include "app/model/StudioModel.h"
 #include "device/DeviceMonitor.h"
 #include "restore/RestoreManager.h"
 #include "ui/StudioButton.h"

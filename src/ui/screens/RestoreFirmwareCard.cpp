@@ -1,6 +1,6 @@
 #include "ui/screens/RestoreFirmwareCard.h"
 
-#include "app/StudioModel.h"
+#include "app/model/StudioModel.h"
 #include "device/DeviceMonitor.h"
 #include "ui/StudioButton.h"
 #include "ui/StudioCard.h"

@@ -1,6 +1,6 @@
 #include "ui/screens/SelectedFirmwareCard.h"
 
-#include "app/StudioModel.h"
+#include "app/model/StudioModel.h"
 #include "download/DownloadManager.h"
 #include "ui/StudioButton.h"
 #include "ui/StudioCard.h"

@@ -1,6 +1,6 @@
 #include "ui/shell/CorvalinStudioApp.h"
 
-#include "app/StudioModel.h"
+#include "app/model/StudioModel.h"
 #include "ui/Theme.h"
 #include "ui/shell/AlreadyRunningMessage.h"
 #include "ui/shell/ApplicationSetup.h"

@@ -1,6 +1,6 @@
 #include "ui/shell/MainWindow.h"
 
-#include "app/StudioModel.h"
+#include "app/model/StudioModel.h"
 #include "ui/BrandPicture.h"
 #include "ui/shell/IpswFileDialog.h"
 #include "ui/shell/MessageBoxLook.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/StudioModel.h"
+#include "app/model/StudioModel.h"
 
 #include <functional>
 

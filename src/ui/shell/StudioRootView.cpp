@@ -1,6 +1,6 @@
 #include "ui/shell/StudioRootView.h"
 
-#include "app/StudioModel.h"
+#include "app/model/StudioModel.h"
 #include "device/DeviceMonitor.h"
 #include "ui/FocusRing.h"
 #include "ui/StudioBackground.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/NavigationSection.h"
+#include "app/records/NavigationSection.h"
 
 #include <QList>
 #include <QWidget>

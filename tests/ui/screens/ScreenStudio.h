@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/StudioFixture.h"
+#include "app/model/StudioFixture.h"
 
 #include <QString>
 #include <QWidget>

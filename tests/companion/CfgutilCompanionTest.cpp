@@ -1,0 +1,217 @@
+#include "restore/command/RestoreDestinations.h"
+#include "support/FakeTools.h"
+#include "support/RealTools.h"
+#include "support/TestFiles.h"
+#include "support/TestPaths.h"
+#include "tools/ToolLocator.h"
+
+#include <QDir>
+#include <QProcess>
+#include <QTest>
+
+#include <memory>
+
+namespace {
+
+using MaybeTool = std::optional<FakeToolBehaviour>; // none: the tool is missing
+
+MaybeTool printingOnStandardError(const QByteArray &line, int status)
+{
+    FakeToolBehaviour behaviour;
+    behaviour.extraShell = "echo '" + line + "' >&2";
+    behaviour.exitStatus = status;
+    return behaviour;
+}
+
+struct Finished {
+    int status = -1;
+    QByteArray standardOutput;
+    QByteArray standardError;
+};
+
+Finished runCompanion(const QString &companion, const QStringList &arguments,
+                      const QProcessEnvironment &environment = QProcessEnvironment::systemEnvironment())
+{
+    QProcess process;
+    process.setProcessEnvironment(environment);
+    process.start(companion, arguments);
+    if (!process.waitForFinished(30000) || process.exitStatus() != QProcess::NormalExit)
+        return {};
+    return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
+}
+
+// The tool ran with the application's environment rules for the tools folder it sits in.
+void verifyToolEnvironment(const TestPaths &paths, const QString &tool)
+{
+    const QProcessEnvironment environment = FakeTools::recordedEnvironment(tool);
+    QCOMPARE(environment.value(QStringLiteral("LC_ALL")), QStringLiteral("C"));
+    QCOMPARE(environment.value(ToolLocator::librarySearchVariable()).split(u':').first(),
+             paths.tool(QStringLiteral("lib")));
+}
+
+// What the companion prints for one device; the document is compact, its keys in order.
+QByteArray listingOf(const QByteArray &ecid, const QByteArray &deviceType)
+{
+    const QByteArray quoted = '"' + ecid + '"';
+    const QByteArray type = deviceType.isEmpty() ? QByteArray() : ",\"deviceType\":\"" + deviceType + '"';
+    return "{\"Command\":\"list\",\"Devices\":[" + quoted + "],\"Output\":{" + quoted +
+           ":{\"ECID\":" + quoted + type + "}},\"Type\":\"CommandOutput\"}\n";
+}
+
+} // namespace
+
+class CfgutilCompanionTest : public QObject {
+    Q_OBJECT
+
+private:
+    std::unique_ptr<TestPaths> m_paths;
+    QString m_companion;
+
+    // bin/<name> in the test's tools folder, a fake tool there unless it is to be missing.
+    QString fakeTool(const char *name, const MaybeTool &behaviour) const
+    {
+        const QString path = m_paths->tool(QStringLiteral("bin/") + QLatin1String(name));
+        if (behaviour)
+            FakeTools::write(path, *behaviour);
+        return path;
+    }
+
+private slots:
+    // The built companion, copied into the tools folder of a test tree: it finds the tools placed
+    // beside it there, fake or real, and the application finds it where it looks on Linux. The
+    // application hands it the log file and the cache folder; HOME and the XDG variables, from
+    // which the companion would work out folders of its own, point at a decoy folder of the tree,
+    // so a restore writing there instead is seen (and nothing reaches the real home).
+    void init()
+    {
+        m_paths = std::make_unique<TestPaths>();
+        m_companion = m_paths->tool(QStringLiteral("bin/cfgutil"));
+        QVERIFY(QFile::copy(QStringLiteral(CORVALIN_CFGUTIL), m_companion));
+        m_paths->setConfiguratorTool(m_companion);
+        const QString decoy = QDir(m_paths->root()).filePath(QStringLiteral("decoy"));
+        qputenv("HOME", decoy.toLocal8Bit());
+        qputenv("XDG_DATA_HOME", decoy.toLocal8Bit());
+        qputenv("XDG_CONFIG_HOME", decoy.toLocal8Bit());
+    }
+    void cleanup() { m_paths.reset(); }
+
+    // A KIS watch listed by the real irecovery goes through the companion into the device monitor
+    // in VirtualWatchStudioTest, and no watch in the real-tools run below; the fakes stand in for
+    // the other answers irecovery may give.
+    void listing_data()
+    {
+        QTest::addColumn<MaybeTool>("irecovery");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QByteArray>("standardOutput");
+        QTest::addColumn<QByteArray>("complaint"); // how standard error begins
+
+        const auto printing = [](const QByteArray &output, int status = 0) {
+            return MaybeTool(FakeToolBehaviour::printing(output, status));
+        };
+        QTest::newRow("Recovery watch") << printing(testData("irecovery-q-recovery.txt")) << 0
+                                        << listingOf("0xE1A52C8F4303A", "Watch6,18") << QByteArray();
+        QTest::newRow("device this irecovery does not know")
+            << printing(testData("irecovery-q-unknown-device.txt")) << 0 << listingOf("0x3F7C1E2D4A6B8", {})
+            << QByteArray();
+        // The application reads both streams as one: a failure must not look like a list.
+        QTest::newRow("irecovery missing")
+            << MaybeTool() << 1 << QByteArray() << QByteArray("cfgutil: irecovery not found at ");
+        QTest::newRow("another irecovery error")
+            << printingOnStandardError("ERROR: Operation unsupported by driver", 255) << 1 << QByteArray()
+            << QByteArray(
+                   "cfgutil: irecovery -q failed with status 255: ERROR: Operation unsupported by driver");
+        QTest::newRow("listing without an ECID")
+            << printing("PRODUCT: Watch7,5\nECID: none\n") << 1 << QByteArray()
+            << QByteArray("cfgutil: irecovery -q printed no readable ECID");
+    }
+
+    void listing()
+    {
+        QFETCH(MaybeTool, irecovery);
+        QFETCH(int, status);
+        QFETCH(QByteArray, standardOutput);
+        QFETCH(QByteArray, complaint);
+
+        const QString tool = fakeTool("irecovery", irecovery);
+
+        const Finished run = runCompanion(m_companion, {"--format", "JSON", "list"});
+        QCOMPARE(run.status, status);
+        QCOMPARE(run.standardOutput, standardOutput);
+        QVERIFY2(run.standardError.startsWith(complaint) &&
+                     (run.standardError.isEmpty() == complaint.isEmpty()),
+                 run.standardError.constData());
+        if (irecovery) {
+            QCOMPARE(FakeTools::recordedArguments(tool), QStringList{QStringLiteral("-q")});
+            verifyToolEnvironment(*m_paths, tool);
+        }
+    }
+
+    void commandLines_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<bool>("hasRestoreTool");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QString>("restoreTarget"); // idevicerestore's last argument; empty: not run
+
+        const QStringList restore{"--ecid", "0xB24F61A9C0D5E", "--progress", "restore"};
+        QTest::newRow("latest signed firmware") << restore << true << 0 << "--latest";
+        QTest::newRow("with an image") << restore + QStringList{"--ipsw", "/images/watch os.ipsw"} << true
+                                       << 3 << "/images/watch os.ipsw";
+        QTest::newRow("idevicerestore missing") << restore << false << 127 << QString();
+        QTest::newRow("no arguments") << QStringList{} << true << 64 << QString();
+    }
+
+    void commandLines()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(bool, hasRestoreTool);
+        QFETCH(int, status);
+        QFETCH(QString, restoreTarget);
+
+        FakeToolBehaviour restoring = FakeToolBehaviour::printing("Progress: 1%\n", status);
+        restoring.extraShell = "echo 'Waiting for device' >&2";
+        const QString tool = fakeTool("idevicerestore", hasRestoreTool ? MaybeTool(restoring) : std::nullopt);
+
+        const RestoreDestinations destinations{QDir(m_paths->root()).filePath("logs/restore-now.log"),
+                                               QDir(m_paths->root()).filePath("cache")};
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        destinations.handDown(environment);
+        const Finished run = runCompanion(m_companion, arguments, environment);
+        QCOMPARE(run.status, status);
+        QCOMPARE(FakeTools::runCount(tool), restoreTarget.isEmpty() ? 0 : 1);
+        if (status == 64)
+            QVERIFY(run.standardError.startsWith("usage: cfgutil --format JSON list\n"));
+        if (status == 127)
+            QVERIFY(run.standardError.startsWith("cfgutil: cannot run " + tool.toUtf8()));
+        if (restoreTarget.isEmpty())
+            return;
+
+        // Both streams come through untouched: the companion has become idevicerestore.
+        QCOMPARE(run.standardOutput, QByteArray("Progress: 1%\n"));
+        QCOMPARE(run.standardError, QByteArray("Waiting for device\n"));
+        QCOMPARE(
+            FakeTools::recordedArguments(tool),
+            (QStringList{"--ecid", "0xB24F61A9C0D5E", "--erase", "--plain-progress", "--cache-path",
+                         destinations.cacheDirectory, "--logfile=" + destinations.logFile, restoreTarget}));
+        verifyToolEnvironment(*m_paths, tool);
+    }
+
+    // With the real tools and no watch attached, irecovery finds nothing and the companion lists
+    // nothing, which the device monitor reads as a KIS watch it could not read.
+    void realToolsWithoutAWatchListNothing()
+    {
+        if (RealTools::folder().isEmpty())
+            QSKIP(RealTools::unavailableMessage());
+        QVERIFY(RealTools::installInto(*m_paths));
+
+        const Finished run = runCompanion(m_companion, {"--format", "JSON", "list"});
+        QCOMPARE(run.status, 0);
+        QCOMPARE(run.standardError, QByteArray());
+        QCOMPARE(run.standardOutput,
+                 QByteArray(R"({"Command":"list","Devices":[],"Output":{},"Type":"CommandOutput"})"
+                            "\n"));
+    }
+};
+
+QTEST_GUILESS_MAIN(CfgutilCompanionTest)
+#include "CfgutilCompanionTest.moc"

@@ -1,0 +1,686 @@
+#include "app/model/StudioModel.h"
+#include "download/DownloadManager.h"
+#include "restore/RestoreManager.h"
+#include "support/FakeTools.h"
+#include "support/LocalHttpServer.h"
+#include "support/TestPaths.h"
+#include "tools/ToolLocator.h"
+#include "ui/FocusRing.h"
+#include "ui/StudioButton.h"
+#include "ui/Theme.h"
+#include "ui/screens/CatalogView.h"
+#include "ui/screens/LogView.h"
+#include "ui/screens/OverviewView.h"
+#include "ui/screens/RestoreConfirmationSheet.h"
+#include "ui/screens/RestoreView.h"
+#include "ui/shell/AlreadyRunningMessage.h"
+#include "ui/shell/CommandLine.h"
+#include "ui/shell/DesktopOpener.h"
+#include "ui/shell/IpswFileDialog.h"
+#include "ui/shell/MainWindow.h"
+#include "ui/shell/QtTranslations.h"
+#include "ui/shell/RestoreEndNotice.h"
+#include "ui/shell/RestoreQuitDialog.h"
+#include "ui/shell/RestoreQuitGuard.h"
+#include "ui/shell/SidebarRow.h"
+#include "ui/shell/StudioRootView.h"
+#include "ui/shell/StudioSidebar.h"
+#include "ui/shell/SupportLink.h"
+#include "ui/shell/UnsignedFirmwareAlert.h"
+
+#include <QAccessible>
+#include <QApplication>
+#include <QCoroTask>
+#include <QDialogButtonBox>
+#include <QDir>
+#include <QFileOpenEvent>
+#include <QLineEdit>
+#include <QListView>
+#include <QMenu>
+#include <QMessageBox>
+#include <QMimeData>
+#include <QPainter>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QTest>
+#include <QTimer>
+
+#include <csignal>
+#include <functional>
+
+namespace {
+
+void flushDeletes()
+{
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+}
+
+const QString cancelLine = QStringLiteral("Пользователь запросил остановку процесса.");
+
+// The focused control as drawn, with the room around it where rings of boxes and fields fall.
+// A text field's inside is left out: its caret shows the focus there, not a ring.
+QImage focusArea(QWidget &window, QWidget *stop)
+{
+    const QRect own(stop->mapTo(&window, QPoint()), stop->size());
+    const QRect area = own.adjusted(-20, -20, 20, 20) & window.rect();
+    QImage image = window.grab(area).toImage();
+    if (qobject_cast<QLineEdit *>(stop)) {
+        QPainter painter(&image);
+        painter.fillRect(own.translated(-area.topLeft()), Qt::black);
+    }
+    return image;
+}
+
+// Whether the stop's ring is drawn: it looks different without the focus.
+bool ringIsDrawn(QWidget &window, QWidget *stop)
+{
+    const QImage focused = focusArea(window, stop);
+    stop->clearFocus();
+    const QImage unfocused = focusArea(window, stop);
+    stop->setFocus(Qt::TabFocusReason);
+    return focused != unfocused;
+}
+
+const ConnectedWatch kisWatch{QStringLiteral("Watch7,1"),
+                              QStringLiteral("n207sap"),
+                              QStringLiteral("Apple Watch"),
+                              QStringLiteral("DFU via Debug USB (KIS)"),
+                              QStringLiteral("0x1A2B3C4D5E"),
+                              QString(),
+                              WatchTransport::kis};
+
+// A restore tool that prints a line every tenth of a second; `onInterrupt` is its trap.
+QString writeTickingTool(const TestPaths &paths, const QByteArray &onInterrupt)
+{
+    FakeToolBehaviour behaviour;
+    behaviour.extraShell = "trap '" + onInterrupt + "' INT; while :; do echo tick; sleep 0.1; done";
+    return FakeTools::write(paths.cfgutil(), behaviour);
+}
+
+// Its catalogue address answers nothing, so no test waits on the network.
+StudioModel *offlineModel()
+{
+    return new StudioModel(QUrl(QStringLiteral("http://127.0.0.1:9/")), {});
+}
+
+} // namespace
+
+class ShellTest final : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { Theme::applyDarkAppearance(*qApp); }
+
+    void init()
+    {
+        m_paths = std::make_unique<TestPaths>();
+        // Nothing listens there: the first catalogue load fails at once without the network.
+        const QUrl nowhere(QStringLiteral("http://127.0.0.1:9/ios/watchOS/main.json"));
+        m_root = std::make_unique<StudioRootView>(new StudioModel(nowhere, {QStringLiteral("127.0.0.1")}));
+    }
+
+    void cleanup()
+    {
+        m_root.reset();
+        flushDeletes();
+        m_paths.reset();
+    }
+
+    void sectionsSwitchTheScreenAndTheHighlight()
+    {
+        StudioModel *model = m_root->model();
+        StudioSidebar *sidebar = m_root->sidebar();
+        const auto highlighted = [sidebar] {
+            QList<NavigationSection> selected;
+            for (const NavigationSection section : Navigation::allCases()) {
+                if (sidebar->row(section)->isSelected())
+                    selected.append(section);
+            }
+            return selected;
+        };
+
+        QVERIFY(qobject_cast<OverviewView *>(m_root->currentScreen()));
+        QCOMPARE(highlighted(), QList{NavigationSection::overview});
+        // Screens not shown yet are not built; one built late shows the state it missed.
+        QVERIFY(!m_root->findChild<CatalogView *>() && !m_root->findChild<LogView *>() &&
+                !m_root->findChild<RestoreView *>());
+        QCoro::Task<> loading = model->refreshCatalog();
+        QVERIFY(model->isLoadingCatalog());
+
+        QTest::mouseClick(sidebar->row(NavigationSection::catalog), Qt::LeftButton);
+        QCOMPARE(model->navigation(), NavigationSection::catalog);
+        QWidget *catalog = m_root->currentScreen();
+        QVERIFY(qobject_cast<CatalogView *>(catalog));
+        QCOMPARE(highlighted(), QList{NavigationSection::catalog});
+        QWidget *refresh = catalog->findChild<QWidget *>(QStringLiteral("catalogRefreshButton"));
+        QVERIFY(!refresh->isEnabled());
+        QVERIFY(!catalog->findChild<QWidget *>(QStringLiteral("catalogLoading"))->isHidden());
+        QCoro::waitFor(std::move(loading));
+        QVERIFY(refresh->isEnabled());
+
+        QTest::keyClick(sidebar->row(NavigationSection::logs), Qt::Key_Space);
+        QVERIFY(qobject_cast<LogView *>(m_root->currentScreen()));
+        QTest::keyClick(sidebar->row(NavigationSection::catalog), Qt::Key_Space);
+        QCOMPARE(m_root->currentScreen(), catalog); // built once, kept
+
+        // A screen's quick action changes the model; the sidebar follows.
+        model->setNavigation(NavigationSection::restore);
+        QVERIFY(qobject_cast<RestoreView *>(m_root->currentScreen()));
+        QCOMPARE(highlighted(), QList{NavigationSection::restore});
+
+        model->setNavigation(std::nullopt);
+        QVERIFY(qobject_cast<OverviewView *>(m_root->currentScreen()));
+        QVERIFY(highlighted().isEmpty());
+        QCOMPARE(sidebar->selection(), std::nullopt);
+    }
+
+    void unsignedAlertCancelsOrDownloadsAnyway()
+    {
+        LocalHttpServer server;
+        server.setResponse(QStringLiteral("/Watch6_1.ipsw"), HttpResponse::ok("ipsw"));
+        StudioModel *model = m_root->model();
+        WatchFirmware unsigned_{};
+        unsigned_.productType = QStringLiteral("Watch6,1");
+        unsigned_.downloadURL = server.url(QStringLiteral("/Watch6_1.ipsw"));
+        unsigned_.filename = QStringLiteral("Watch6_1.ipsw");
+        model->select(unsigned_);
+        QSignalSpy downloading(model->downloader(), &DownloadManager::isDownloadingChanged);
+
+        model->requestDownloadSelected();
+        QPointer<UnsignedFirmwareAlert> alert = m_root->unsignedAlert();
+        QVERIFY(alert && alert->isVisible());
+        // Cancel first, then the destructive choice, and cancel is what Return gives: its ring says so.
+        QVERIFY(alert->cancelButton()->x() < alert->downloadAnywayButton()->x());
+        QTRY_COMPARE(QApplication::focusWidget(), alert->cancelButton());
+        QVERIFY(FocusRing::isVisible(alert->cancelButton()));
+        // Re-publishing the raised flag keeps the alert that is already up.
+        model->setShowUnsignedWarning(true);
+        QCOMPARE(m_root->unsignedAlert(), alert.data());
+
+        // Cancel, closing the window without a button, and only then the download anyway.
+        const QList<std::function<void(UnsignedFirmwareAlert *)>> answers{
+            [](UnsignedFirmwareAlert *shown) { shown->cancelButton()->click(); },
+            [](UnsignedFirmwareAlert *shown) { shown->close(); },
+            [](UnsignedFirmwareAlert *shown) { shown->downloadAnywayButton()->click(); }};
+        for (qsizetype answer = 0; answer < answers.size(); ++answer) {
+            if (answer > 0)
+                model->requestDownloadSelected();
+            alert = m_root->unsignedAlert();
+            QVERIFY(alert);
+            answers.at(answer)(alert);
+            flushDeletes();
+            QVERIFY(alert.isNull());
+            QVERIFY(!model->showUnsignedWarning());
+            QCOMPARE(downloading.count() > 0, answer == answers.size() - 1);
+        }
+        QTRY_VERIFY(!model->downloader()->isDownloading());
+    }
+
+    void confirmationSheetIsFreshEachTimeAndClearsItsFlag()
+    {
+        StudioModel *model = m_root->model();
+        m_root->show();
+        model->setShowRestoreConfirmation(true);
+        QPointer<RestoreConfirmationSheet> first = m_root->restoreSheet();
+        QVERIFY(first && first->isVisible());
+        model->setShowRestoreConfirmation(true);
+        QCOMPARE(m_root->restoreSheet(), first.data());
+
+        first->reject(); // dismissing the sheet lowers the flag
+        flushDeletes();
+        QVERIFY(first.isNull());
+        QVERIFY(!model->showRestoreConfirmation());
+        QVERIFY(!m_root->restoreSheet());
+
+        model->setShowRestoreConfirmation(true);
+        QPointer<RestoreConfirmationSheet> second = m_root->restoreSheet();
+        QVERIFY(second && second->isVisible());
+        model->setShowRestoreConfirmation(false); // lowering the flag dismisses it
+        flushDeletes();
+        QVERIFY(second.isNull());
+        QVERIFY(!m_root->restoreSheet());
+    }
+
+    // The firmware folder command creates the folder and hands it, like the support link its
+    // address, to the desktop; where the desktop has no opener, a message names the place instead.
+    void desktopOpensThePlaceOrItIsNamed_data()
+    {
+        QTest::addColumn<bool>("opens");
+        QTest::newRow("desktop opens it") << true;
+        QTest::newRow("no opener") << false;
+    }
+    void desktopOpensThePlaceOrItIsNamed()
+    {
+        QFETCH(bool, opens);
+        QList<QUrl> opened;
+        DesktopOpener::Testing::setOpener([&opened, opens](const QUrl &url) {
+            opened.append(url);
+            return opens;
+        });
+        MainWindow window(offlineModel());
+        const QList<QAction *> actions =
+            window.findChild<QMenu *>(QStringLiteral("applicationMenu"))->actions();
+        QCOMPARE(actions.at(1)->text(), QStringLiteral("Открыть папку прошивок"));
+        const QString folder = QDir(m_paths->downloads()).filePath(QStringLiteral("Corvalin Firmware"));
+        QVERIFY(!QFileInfo::exists(folder));
+        actions.at(1)->trigger();
+        window.findChild<SupportLink *>()->click();
+        DesktopOpener::Testing::setOpener({});
+        QCOMPARE(opened,
+                 (QList{QUrl::fromLocalFile(folder), QUrl(QStringLiteral("https://t.me/corvalin_support"))}));
+        QVERIFY(QFileInfo(folder).isDir());
+        const QList<QMessageBox *> messages =
+            window.findChildren<QMessageBox *>(QStringLiteral("unopenedMessage"));
+        QCOMPARE(messages.size(), opens ? 0 : 2);
+        if (opens)
+            return;
+        QCOMPARE(messages.at(0)->text(), QStringLiteral("Не удалось открыть папку прошивок"));
+        QCOMPARE(messages.at(0)->informativeText(),
+                 QStringLiteral("Прошивки лежат в папке ") + QDir::toNativeSeparators(folder));
+        QCOMPARE(messages.at(1)->text(), QStringLiteral("Не удалось открыть ссылку"));
+        QCOMPARE(messages.at(1)->informativeText(),
+                 QStringLiteral("Адрес чата поддержки: https://t.me/corvalin_support"));
+        const QString renders =
+            QDir(qEnvironmentVariable("CORVALIN_TEST_OUTPUT", QDir::tempPath())).filePath("render");
+        QVERIFY(QDir().mkpath(renders));
+        QVERIFY(messages.at(0)->grab().save(renders + QStringLiteral("/shell-unopened-folder.png")));
+        const std::unique_ptr<QMessageBox> running = AlreadyRunningMessage::create();
+        running->show();
+        QCOMPARE(running->text(), QStringLiteral("Corvalin Studio уже запущена"));
+        QVERIFY(running->grab().save(renders + QStringLiteral("/shell-already-running.png")));
+    }
+
+    void imagesFromOutsideTheChooser_data()
+    {
+        QTest::addColumn<QString>("way");
+        QTest::addColumn<QStringList>("files");
+        QTest::addColumn<bool>("taken");
+        const QStringList image{QStringLiteral("Watch7,1.ipsw")};
+        for (const QString &way :
+             {QStringLiteral("drop"), QStringLiteral("command line"), QStringLiteral("open event")}) {
+            QTest::addRow("%s: image", qPrintable(way)) << way << image << true;
+            QTest::addRow("%s: upper-case extension", qPrintable(way))
+                << way << QStringList{"W.IPSW"} << true;
+            QTest::addRow("%s: other file", qPrintable(way)) << way << QStringList{"notes.txt"} << false;
+            QTest::addRow("%s: missing image", qPrintable(way)) << way << QStringList{"gone.ipsw"} << false;
+            QTest::addRow("%s: folder named like an image", qPrintable(way))
+                << way << QStringList{"folder.ipsw"} << false;
+        }
+        QTest::newRow("drop: two images")
+            << QStringLiteral("drop") << QStringList{"Watch7,1.ipsw", "W.IPSW"} << false;
+    }
+
+    // A file dropped on the window or named on the command line is held to the chooser's rule
+    // and, if it passes, taken exactly as the chooser's answer; otherwise nothing changes.
+    void imagesFromOutsideTheChooser()
+    {
+        QFETCH(QString, way);
+        QFETCH(QStringList, files);
+        QFETCH(bool, taken);
+        QDir folder(m_paths->downloads());
+        for (const char *name : {"Watch7,1.ipsw", "W.IPSW", "notes.txt"}) {
+            QFile file(folder.filePath(QString::fromLatin1(name)));
+            QVERIFY(file.open(QIODevice::WriteOnly));
+        }
+        QVERIFY(folder.mkdir(QStringLiteral("folder.ipsw")));
+        auto *model = offlineModel();
+        MainWindow window(model);
+        QSignalSpy selected(model, &StudioModel::selectedIPSWChanged);
+        const qsizetype logBefore = model->restoreManager()->logText().size();
+        const QString first = folder.filePath(files.constFirst());
+
+        if (way == u"drop") {
+            QMimeData data;
+            QList<QUrl> urls;
+            for (const QString &name : files)
+                urls.append(QUrl::fromLocalFile(folder.filePath(name)));
+            data.setUrls(urls);
+            QDragEnterEvent enter(QPoint(10, 10), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+            QApplication::sendEvent(&window, &enter);
+            QCOMPARE(enter.isAccepted(), taken);
+            QDropEvent drop(QPointF(10, 10), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+            QApplication::sendEvent(&window, &drop);
+        } else if (way == u"open event") {
+            QFileOpenEvent open(first);
+            QApplication::sendEvent(qApp, &open);
+        } else {
+            QVERIFY(QDir::setCurrent(folder.path()));
+            const CommandLine::Request request =
+                CommandLine::read({QStringLiteral("corvalin-studio"), files.constFirst()});
+            QVERIFY(!request.error);
+            QCOMPARE(request.file, std::optional(first));
+            QCOMPARE(window.openRestoreImage(*request.file), taken);
+        }
+
+        const QString log = model->restoreManager()->logText().mid(logBefore);
+        if (taken) {
+            QCOMPARE(selected.size(), 1);
+            QCOMPARE(model->selectedIPSW(), std::optional(first));
+            QCOMPARE(log, QStringLiteral("Выбран локальный файл: ") + first + u'\n');
+        } else {
+            QCOMPARE(selected.size(), 0);
+            QVERIFY(!model->selectedIPSW());
+            QCOMPARE(log, way == u"drop"
+                              ? QString()
+                              : QStringLiteral("Файл не открыт: это не образ восстановления .ipsw: ") +
+                                    first + u'\n');
+        }
+    }
+
+    void restoreEndIsAnnouncedWhileTheWindowIsElsewhere_data()
+    {
+        QTest::addColumn<int>("exitStatus");
+        QTest::addColumn<bool>("windowActive");
+        QTest::addColumn<QStringList>("notified");
+        QTest::newRow("success, window elsewhere")
+            << 0 << false << QStringList{"Восстановление завершено", "Часы восстановлены успешно."};
+        QTest::newRow("failure, window elsewhere")
+            << 3 << false
+            << QStringList{"Восстановление не удалось", "Восстановление завершилось с ошибкой 3."};
+        QTest::newRow("success, window active") << 0 << true << QStringList{};
+    }
+
+    void restoreEndIsAnnouncedWhileTheWindowIsElsewhere()
+    {
+        QFETCH(int, exitStatus);
+        QFETCH(bool, windowActive);
+        QFETCH(QStringList, notified);
+        FakeTools::write(m_paths->cfgutil(), FakeToolBehaviour::printing("restoring\n", exitStatus));
+        MainWindow window(offlineModel());
+        QList<QStringList> notifications;
+        window.restoreEndNotice()->setNotifier([&notifications](const QString &summary, const QString &body) {
+            notifications.append({summary, body});
+        });
+        QWidget elsewhere;
+        window.show();
+        elsewhere.show();
+        QWidget *active = windowActive ? static_cast<QWidget *>(&window) : &elsewhere;
+        QApplication::setActiveWindow(active);
+        QVERIFY(QTest::qWaitForWindowActive(active));
+        auto *restore = window.findChild<RestoreManager *>();
+        QCoro::waitFor(restore->startRestore(std::nullopt, kisWatch));
+        QTRY_VERIFY(!restore->isRestoring());
+        QTest::qWait(50);
+        QCOMPARE(notifications, notified.isEmpty() ? QList<QStringList>{} : QList<QStringList>{notified});
+    }
+
+    void chooserTakesOnlyRestoreImages_data()
+    {
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<bool>("accepted");
+        QTest::newRow("image") << QStringLiteral("Watch6_1.ipsw") << true;
+        QTest::newRow("upper-case extension") << QStringLiteral("WATCH.IPSW") << true;
+        QTest::newRow("other file") << QStringLiteral("notes.txt") << false;
+        QTest::newRow("file outside the folder") << QStringLiteral("/etc/hostname") << false;
+        QTest::newRow("extension only in the name") << QStringLiteral("image.ipsw.zip") << false;
+    }
+
+    // The chooser starts in the firmware folder, in Russian, and a typed name must still be an image.
+    void chooserTakesOnlyRestoreImages()
+    {
+        QFETCH(QString, typed);
+        QFETCH(bool, accepted);
+        QVERIFY(QtTranslations::install(*qApp));
+        const QDir folder(m_paths->downloads());
+        for (const char *name : {"Watch6_1.ipsw", "WATCH.IPSW", "notes.txt", "image.ipsw.zip"}) {
+            QFile file(folder.filePath(QString::fromLatin1(name)));
+            QVERIFY(file.open(QIODevice::WriteOnly));
+        }
+        IpswFileDialog dialog(nullptr, folder.path());
+        dialog.setOption(QFileDialog::DontUseNativeDialog);
+        dialog.open();
+        QCOMPARE(QDir(dialog.directory()).canonicalPath(), folder.canonicalPath());
+        const auto *buttons = dialog.findChild<QDialogButtonBox *>();
+        QVERIFY(buttons);
+        QCOMPARE(buttons->button(QDialogButtonBox::Cancel)->text(), QStringLiteral("Отмена"));
+        auto *name = dialog.findChild<QLineEdit *>(QStringLiteral("fileNameEdit"));
+        QVERIFY(name);
+        name->setText(typed);
+        dialog.accept();
+        QCOMPARE(dialog.result() == QDialog::Accepted, accepted);
+        QCOMPARE(dialog.isVisible(), !accepted);
+    }
+
+    // The window's chooser opens and returns at once: no event loop of its own runs while the
+    // dialog is up. Its answer reaches the model when the dialog closes; a cancel changes nothing.
+    void chooserAnswersWhenClosed()
+    {
+        const QDir folder(ToolLocator::cacheDirectory());
+        const QString image = folder.filePath(QStringLiteral("Watch6_1.ipsw"));
+        QFile file(image);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        auto *model = offlineModel();
+        MainWindow window(model);
+        window.show();
+        QSignalSpy selected(model, &StudioModel::selectedIPSWChanged);
+        for (const bool confirm : {false, true}) {
+            model->chooseManualIPSW();
+            auto *dialog = window.findChild<IpswFileDialog *>();
+            QVERIFY(dialog);
+            QTRY_VERIFY(dialog->isVisible());
+            QCOMPARE(dialog->windowModality(), Qt::WindowModal);
+            QCOMPARE(QDir(dialog->directory()).canonicalPath(), folder.canonicalPath());
+            QCOMPARE(selected.size(), 0);
+            if (confirm) {
+                dialog->selectFile(image);
+                dialog->accept();
+            } else {
+                dialog->reject();
+            }
+            flushDeletes();
+            QVERIFY(!window.findChild<IpswFileDialog *>());
+        }
+        QCOMPARE(selected.size(), 1);
+        QCOMPARE(model->selectedIPSW(), std::optional(image));
+        QVERIFY(
+            model->restoreManager()->logText().contains(QStringLiteral("Выбран локальный файл: ") + image));
+    }
+
+    // Tab visits every control of the window once per round; each stop is on screen, shows that
+    // it has focus and carries a name for assistive tools.
+    void tabWalksOnlyVisibleNamedStops()
+    {
+        MainWindow window(offlineModel());
+        window.resize(1280, 800);
+        window.show();
+        QApplication::setActiveWindow(&window);
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        StudioModel *model = window.rootView()->model();
+        QTRY_VERIFY(!model->isLoadingCatalog());
+        for (const NavigationSection section : Navigation::allCases()) {
+            model->setNavigation(section);
+            QWidget *first = window.rootView()->sidebar()->row(NavigationSection::overview);
+            first->clearFocus();
+            first->setFocus(Qt::TabFocusReason);
+            QList<QWidget *> seen;
+            for (int step = 0; step < 60; ++step) {
+                QWidget *stop = QApplication::focusWidget();
+                QVERIFY(stop);
+                if (seen.contains(stop))
+                    break;
+                seen.append(stop);
+                QAccessibleInterface *accessible = QAccessible::queryAccessibleInterface(stop);
+                const QString name = accessible ? accessible->text(QAccessible::Name) : QString();
+                const QString where = Navigation::rawValue(section) + QStringLiteral(": ") +
+                                      QString::fromLatin1(stop->metaObject()->className()) +
+                                      QLatin1Char(' ') + stop->objectName();
+                QVERIFY2(!name.isEmpty(), qPrintable(where));
+                QVERIFY2(stop->isVisible() && stop->isEnabled() && !stop->visibleRegion().isEmpty(),
+                         qPrintable(where));
+                QVERIFY2(ringIsDrawn(window, stop), qPrintable(where));
+                QTest::keyClick(stop, Qt::Key_Tab);
+            }
+            QVERIFY(seen.size() > 6); // the sidebar's five and the screen's own
+        }
+        // With no restore running the window closes without asking.
+        QVERIFY(window.close());
+        QVERIFY(!window.findChild<RestoreQuitDialog *>());
+    }
+
+    // Focus the program moves in answer to a key shows its ring and stays on the page: "Скачать"
+    // hands it to the download's "Отменить", a quick action to the new screen, and tabbing into
+    // the catalogue starts at the selected firmware. After a click no control keeps a focus it
+    // does not show.
+    void keyboardActionsKeepAVisibleFocus()
+    {
+        LocalHttpServer server;
+        HttpResponse stalled = HttpResponse::ok(QByteArray(1000, 'x'));
+        stalled.stallAfterBytes = 100;
+        server.setResponse(QStringLiteral("/Watch6_1.ipsw"), stalled);
+        const QByteArray record =
+            "{'version':'10.2','build':'B','deviceMap':['P'],'signed':true,'sources':"
+            "[{'type':'ipsw','deviceMap':['P'],'links':[{'url':'https://127.0.0.1/P.ipsw'}]}]}";
+        QByteArray catalogue = "[" + QByteArray(record).replace('P', "Watch3,1") + "," +
+                               QByteArray(record).replace('P', "Watch6,1") + "]";
+        server.setResponse(QStringLiteral("/main.json"), HttpResponse::ok(catalogue.replace('\'', '"')));
+        MainWindow window(
+            new StudioModel(server.url(QStringLiteral("/main.json")), {QStringLiteral("127.0.0.1")}));
+        window.show();
+        QApplication::setActiveWindow(&window);
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        StudioModel *model = window.rootView()->model();
+        QTRY_COMPARE(model->firmware().size(), 2);
+        WatchFirmware chosen = model->firmware().at(1);
+        chosen.downloadURL = server.url(QStringLiteral("/Watch6_1.ipsw"));
+        model->select(chosen);
+
+        auto *download = window.findChild<QWidget *>(QStringLiteral("downloadButton"));
+        download->setFocus(Qt::TabFocusReason);
+        QTest::keyClick(download, Qt::Key_Return);
+        QVERIFY(model->downloader()->isDownloading());
+        QWidget *cancel = window.findChild<QWidget *>(QStringLiteral("downloadCancelButton"));
+        QCOMPARE(QApplication::focusWidget(), cancel);
+        QVERIFY(FocusRing::isVisible(cancel));
+        QTest::keyClick(cancel, Qt::Key_Space);
+        QTRY_VERIFY(!model->downloader()->isDownloading());
+
+        // The same through the unsigned warning, answered from the keyboard.
+        chosen.isCatalogSigned = false;
+        model->select(chosen);
+        download->setFocus(Qt::TabFocusReason);
+        QTest::keyClick(download, Qt::Key_Return);
+        UnsignedFirmwareAlert *alert = window.rootView()->unsignedAlert();
+        QVERIFY(alert);
+        QTRY_COMPARE(QApplication::focusWidget(), alert->cancelButton());
+        QTest::keyClick(alert->cancelButton(), Qt::Key_Tab);
+        QTest::keyClick(alert->downloadAnywayButton(), Qt::Key_Return);
+        QVERIFY(model->downloader()->isDownloading());
+        QTRY_COMPARE(window.focusWidget(), cancel);
+        QApplication::setActiveWindow(&window); // what the window manager does once the alert is gone
+        QTRY_COMPARE(QApplication::focusWidget(), cancel);
+        QVERIFY(FocusRing::isVisible(cancel));
+        QTest::keyClick(cancel, Qt::Key_Space);
+        QTRY_VERIFY(!model->downloader()->isDownloading());
+
+        QWidget *catalogAction = window.findChild<QWidget *>(QStringLiteral("quickActionCatalog"));
+        catalogAction->setFocus(Qt::TabFocusReason);
+        QTest::keyClick(catalogAction, Qt::Key_Space);
+        QWidget *catalog = window.rootView()->currentScreen();
+        QVERIFY(qobject_cast<CatalogView *>(catalog));
+        QWidget *landed = QApplication::focusWidget();
+        QVERIFY(landed && catalog->isAncestorOf(landed) && FocusRing::isVisible(landed));
+
+        auto *list = catalog->findChild<QListView *>(QStringLiteral("firmwareList"));
+        list->setFocus(Qt::TabFocusReason);
+        QCOMPARE(list->currentIndex().row(), 1);
+
+        model->setNavigation(NavigationSection::overview);
+        QTest::mouseClick(catalogAction, Qt::LeftButton);
+        landed = QApplication::focusWidget();
+        QVERIFY(!landed || !(landed->focusPolicy() & Qt::TabFocus) || FocusRing::isVisible(landed));
+    }
+
+    // Closing the window while a restore tool runs asks first. Each answer: keep the application
+    // (the default, by Return, Escape or the button), or quit, which interrupts the tool and closes
+    // once it has ended, by itself or, past the bound, killed.
+    void restoreQuitAnswers_data()
+    {
+        QTest::addColumn<QString>("answer");
+        QTest::addColumn<QByteArray>("onInterrupt");
+        QTest::addColumn<QString>("ending"); // empty: the restore goes on
+        QTest::newRow("Return keeps it open") << "return" << QByteArray("exit 0") << QString();
+        QTest::newRow("Escape keeps it open") << "escape" << QByteArray("exit 0") << QString();
+        QTest::newRow("keep button") << "keep" << QByteArray("exit 0") << QString();
+        QTest::newRow("quit: tool ends on the interrupt")
+            << "quit" << QByteArray("echo interrupted; exit 0")
+            << QStringLiteral("interrupted\nВосстановление завершено успешно.\n");
+        QTest::newRow("quit: tool ignores it and is ended past the bound")
+            << "quit" << QByteArray("") << QStringLiteral("Восстановление завершилось с ошибкой 9.\n");
+    }
+    void restoreQuitAnswers()
+    {
+        QFETCH(QString, answer);
+        QFETCH(QByteArray, onInterrupt);
+        QFETCH(QString, ending);
+        const QString tool = writeTickingTool(*m_paths, onInterrupt);
+        MainWindow window(offlineModel());
+        auto *guard = window.findChild<RestoreQuitGuard *>();
+        guard->setStopBound(std::chrono::milliseconds(800));
+        auto *restore = window.findChild<RestoreManager *>();
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        QCoro::waitFor(restore->startRestore(std::nullopt, kisWatch));
+        QTRY_VERIFY(restore->logText().endsWith(QStringLiteral("tick\n")));
+
+        QVERIFY(!window.close());
+        RestoreQuitDialog *dialog = guard->dialog();
+        QVERIFY(dialog);
+        QTRY_VERIFY(dialog->isVisible());
+        QVERIFY(!window.close()); // asked once, not twice
+        QCOMPARE(window.findChildren<RestoreQuitDialog *>().size(), 1);
+        QTRY_COMPARE(QApplication::focusWidget(), dialog->keepButton());
+        QVERIFY(FocusRing::isVisible(dialog->keepButton()));
+        QCOMPARE(dialog->keepButton()->text(), QStringLiteral("Продолжить восстановление"));
+        QCOMPARE(dialog->quitButton()->text(), QStringLiteral("Остановить и выйти"));
+
+        if (answer == u"return")
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+        else if (answer == u"escape")
+            QTest::keyClick(dialog, Qt::Key_Escape);
+        else if (answer == u"keep")
+            QTest::mouseClick(dialog->keepButton(), Qt::LeftButton);
+        else
+            QTest::mouseClick(dialog->quitButton(), Qt::LeftButton);
+
+        if (ending.isEmpty()) {
+            QTRY_VERIFY(!guard->dialog());
+            QTest::qWait(300);
+            QVERIFY(window.isVisible());
+            QVERIFY(restore->isRestoring());
+            QVERIFY(!restore->logText().contains(cancelLine));
+            restore->stopBeforeExit(std::chrono::milliseconds(2000));
+            QVERIFY(!restore->isRestoring());
+            return;
+        }
+        QVERIFY(restore->logText().contains(cancelLine));
+        QTRY_VERIFY_WITH_TIMEOUT(!window.isVisible(), 10000);
+        QVERIFY(!restore->isRestoring());
+        QVERIFY2(restore->logText().endsWith(ending), qPrintable(restore->logText().right(100)));
+        QCOMPARE(FakeTools::runCount(tool), 1);
+    }
+
+    // Last, since it ends the application's event loop: a termination signal leaves the loop
+    // normally, and on the way out the running tool is interrupted and waited for.
+    void terminationSignalStopsTheToolOnTheWayOut()
+    {
+        writeTickingTool(*m_paths, "echo interrupted; exit 0");
+        MainWindow window(offlineModel());
+        auto *restore = window.findChild<RestoreManager *>();
+        QCoro::waitFor(restore->startRestore(std::nullopt, kisWatch));
+        QTRY_VERIFY(restore->logText().endsWith(QStringLiteral("tick\n")));
+
+        QTimer::singleShot(0, [] { ::raise(SIGTERM); });
+        QCOMPARE(QCoreApplication::exec(), 128 + SIGTERM);
+        QVERIFY(!restore->isRestoring());
+        QVERIFY(restore->logText().contains(cancelLine));
+        QVERIFY(
+            restore->logText().endsWith(QStringLiteral("interrupted\nВосстановление завершено успешно.\n")));
+    }
+
+private:
+    std::unique_ptr<TestPaths> m_paths;
+    std::unique_ptr<StudioRootView> m_root;
+};
+
+QTEST_MAIN(ShellTest)
+#include "ShellTest.moc"

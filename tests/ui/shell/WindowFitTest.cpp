@@ -1,0 +1,167 @@
+#include "ui/shell/WindowFit.h"
+#include "app/model/StudioModel.h"
+#include "restore/RestoreManager.h"
+#include "support/FakeTools.h"
+#include "support/LocalHttpServer.h"
+#include "support/TestPaths.h"
+#include "ui/Theme.h"
+#include "ui/shell/MainWindow.h"
+#include "ui/shell/QtTranslations.h"
+#include "ui/shell/StudioRootView.h"
+
+#include <QApplication>
+#include <QCoroTask>
+#include <QDir>
+#include <QMenuBar>
+#include <QPainter>
+#include <QTest>
+
+namespace {
+
+// A GNOME-like desktop: a 32-point panel at the top, a 38-point title bar on every window.
+constexpr int panel = 32;
+const QMargins titleBar(0, 38, 0, 0);
+
+// The available area of a screen of `pixels` at `scale`, in points, below the panel.
+QRect availableArea(QSize pixels, qreal scale)
+{
+    const QSize points = (QSizeF(pixels) / scale).toSize();
+    return QRect(0, panel, points.width(), points.height() - panel);
+}
+
+} // namespace
+
+// The window on laptop screens and scaled displays: the layout's minimum where the screen holds
+// it, the screen's room where it does not, and every screen laid out in that room.
+class WindowFitTest final : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        Theme::applyDarkAppearance(*qApp);
+        QtTranslations::install(*qApp);
+    }
+
+    void fitsTheScreen_data()
+    {
+        QTest::addColumn<QRect>("available");
+        QTest::addColumn<QSize>("minimum");
+        QTest::addColumn<QSize>("opening");
+        QTest::newRow("1920×1200") << availableArea({1920, 1200}, 1) << QSize(1120, 720) << QSize(1280, 820);
+        QTest::newRow("1366×768 laptop")
+            << availableArea({1366, 768}, 1) << QSize(1120, 698) << QSize(1280, 698);
+        QTest::newRow("1920×1080 at 150 %")
+            << availableArea({1920, 1080}, 1.5) << QSize(1120, 650) << QSize(1280, 650);
+        QTest::newRow("1600×1000 at 200 %")
+            << availableArea({1600, 1000}, 2) << QSize(800, 430) << QSize(800, 430);
+        QTest::newRow("no screen reported") << QRect() << QSize(1120, 720) << QSize(1280, 820);
+    }
+
+    void fitsTheScreen()
+    {
+        QFETCH(QRect, available);
+        QFETCH(QSize, minimum);
+        QFETCH(QSize, opening);
+        const QSize wanted = StudioRootView::minimumContentSize();
+        QCOMPARE(WindowFit::minimumSize(wanted, available, titleBar), minimum);
+        QCOMPARE(WindowFit::openingSize({1280, 820}, minimum, available, titleBar), opening);
+    }
+
+    // At the laptop's and the scaled display's room every screen lays out without asking for
+    // more, the menu adds no row of its own, and the renders show what the user gets.
+    void screensUseTheRoomTheyGet_data()
+    {
+        QTest::addColumn<QSize>("room");
+        // The opening sizes the table above expects on those screens.
+        QTest::newRow("1366x768") << QSize(1280, 698);
+        QTest::newRow("1920x1080-150") << QSize(1280, 650);
+        QTest::newRow("1600x1000-200") << QSize(800, 430);
+    }
+
+    void screensUseTheRoomTheyGet()
+    {
+        QFETCH(QSize, room);
+        TestPaths paths;
+        // A catalogue longer than the list's room, so the list scrolls.
+        LocalHttpServer server;
+        QByteArray catalogue = "[";
+        for (int model = 1; model <= 14; ++model) {
+            catalogue +=
+                QStringLiteral("{'version':'10.%1','build':'21S%1','deviceMap':['Watch%1,1'],'signed':%2,"
+                               "'sources':[{'type':'ipsw','deviceMap':['Watch%1,1'],'size':3870000000,"
+                               "'links':[{'url':'https://127.0.0.1/Watch%1.ipsw'}]}]}")
+                    .arg(model)
+                    .arg(model % 3 == 0 ? QStringLiteral("false") : QStringLiteral("true"))
+                    .toUtf8() +
+                (model < 14 ? "," : "]");
+        }
+        server.setResponse(QStringLiteral("/main.json"), HttpResponse::ok(catalogue.replace('\'', '"')));
+        MainWindow window(
+            new StudioModel(server.url(QStringLiteral("/main.json")), {QStringLiteral("127.0.0.1")}));
+        window.setMinimumSize(room);
+        window.resize(room);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        StudioModel *model = window.rootView()->model();
+        QTRY_COMPARE(model->firmware().size(), 14);
+        // The test's screen is not the one above: give the window that room again.
+        window.setMinimumSize(room);
+        window.resize(room);
+        // The tallest states: an unsigned firmware with its cautions, a long log and a restore
+        // running, whose status line sits at the very bottom.
+        WatchFirmware firmware = model->firmware().at(8);
+        firmware.currentSignedVersion = QStringLiteral("10.6.1");
+        firmware.currentSignedBuild = QStringLiteral("21U580");
+        model->select(firmware);
+        RestoreManager *restore = model->restoreManager();
+        for (int line = 1; line <= 120; ++line)
+            restore->appendLog(QStringLiteral("[%1/120] Отправка образа").arg(line));
+        FakeToolBehaviour ticking;
+        ticking.extraShell = "trap 'exit 0' INT; while :; do sleep 0.1; done";
+        FakeTools::write(paths.cfgutil(), ticking);
+        const ConnectedWatch watch{QStringLiteral("Watch6,1"),
+                                   QStringLiteral("n157sap"),
+                                   QStringLiteral("Apple Watch"),
+                                   QStringLiteral("DFU via Debug USB (KIS)"),
+                                   QStringLiteral("0x1A2B3C"),
+                                   QString(),
+                                   WatchTransport::kis};
+        QCoro::waitFor(restore->startRestore(std::nullopt, watch));
+        QVERIFY(restore->isRestoring());
+        QCOMPARE(window.size(), room);
+        QCOMPARE(window.rootView()->size(), room);
+        QVERIFY(!window.menuWidget() || window.menuWidget()->isHidden());
+
+        const QString folder =
+            qEnvironmentVariable("CORVALIN_TEST_OUTPUT", QDir::tempPath()) + QStringLiteral("/render/window");
+        QDir().mkpath(folder);
+        for (const NavigationSection section : Navigation::allCases()) {
+            model->setNavigation(section);
+            QTest::qWait(50);
+            // The list opens at the selection; the keyboard's row, one below it, shows its ring.
+            if (section == NavigationSection::catalog) {
+                auto *list = window.findChild<QWidget *>(QStringLiteral("firmwareList"));
+                list->setFocus(Qt::TabFocusReason);
+                QTest::keyClick(list, Qt::Key_Down);
+            }
+            const QSize needed = window.minimumSizeHint();
+            QVERIFY2(needed.width() <= room.width() && needed.height() <= room.height(),
+                     qPrintable(Navigation::rawValue(section)));
+            for (const int scale : {1, 2}) {
+                QImage image(room * scale, QImage::Format_ARGB32_Premultiplied);
+                image.setDevicePixelRatio(scale);
+                image.fill(Qt::black);
+                window.render(&image);
+                QVERIFY(image.save(QStringLiteral("%1/%2-%3@%4x.png")
+                                       .arg(folder, QString::fromLatin1(QTest::currentDataTag()))
+                                       .arg(int(section))
+                                       .arg(scale)));
+            }
+        }
+        restore->stopBeforeExit(std::chrono::milliseconds(2000));
+    }
+};
+
+QTEST_MAIN(WindowFitTest)
+#include "WindowFitTest.moc"

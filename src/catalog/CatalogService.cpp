@@ -6,6 +6,7 @@
 
 #include <QCoroFuture>
 #include <QCoroNetworkReply>
+#include <QHash>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QNetworkRequest>
@@ -108,17 +109,13 @@ QCoro::Task<Result<QList<WatchFirmware>>> CatalogService::load()
     if (!records)
         co_return records.failure();
 
-    // Names are asked for only once the catalogue is known to be usable.
-    const QHash<QString, QString> names = co_await deviceNames();
+    // Names are asked for only once the catalogue is known to be usable. A tool that cannot run
+    // leaves the table empty, never fails the load.
+    const QHash<QString, QString> names = FirmwareReduction::nameTable(co_await DeviceTable::fetch());
 
     QFuture<QList<WatchFirmware>> reduction =
         QtConcurrent::run([records = std::move(records).value(), names, allowedHosts] {
             return FirmwareReduction::buildFirmwareList(records, names, allowedHosts);
         });
     co_return co_await reduction;
-}
-
-QCoro::Task<QHash<QString, QString>> CatalogService::deviceNames()
-{
-    co_return FirmwareReduction::nameTable(co_await DeviceTable::fetch());
 }

@@ -4,7 +4,6 @@
 #include "app/records/WatchFirmware.h"
 
 #include <QCoroTask>
-#include <QHash>
 #include <QList>
 #include <QObject>
 #include <QStringList>
@@ -37,9 +36,6 @@ public:
     QCoro::Task<Result<QList<WatchFirmware>>> load();
 
 private:
-    // Product type to marketing name from the shipped irecovery; never fails (empty instead).
-    static QCoro::Task<QHash<QString, QString>> deviceNames();
-
     QUrl m_catalogURL;
     QStringList m_allowedHosts;
     QNetworkAccessManager *m_network = nullptr;

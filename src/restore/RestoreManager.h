@@ -78,10 +78,10 @@ private:
     // The argument list of the Configurator transport.
     static QStringList configuratorArguments(const ConnectedWatch &watch,
                                              const std::optional<QString> &imagePath);
-    // Starts the tool and resumes once it runs or has failed to start; its handlers hold this
+    // Starts the tool and returns once it runs or has failed to start; its handlers hold this
     // object weakly and the process deletes itself once it has ended, so a tool outliving the
     // manager is never killed by it.
-    QCoro::Task<> launch(QString program, QStringList arguments, QProcessEnvironment environment);
+    void launch(const QString &program, const QStringList &arguments, const QProcessEnvironment &environment);
     void handleExit(QProcess *process, int exitCode, QProcess::ExitStatus exitStatus);
     void handleLaunchFailure(QProcess *process);
 

@@ -9,37 +9,6 @@
 
 #include <QDir>
 
-#include <coroutine>
-
-namespace {
-
-// Resumes the awaiting coroutine once the process has left the starting state, that is once it
-// runs or has failed to start. The resumption is queued, so Qt has finished reporting the
-// outcome (a failure's error is set) by then. QCoro's signal awaiter is not used here: it hands
-// the signal's private tag on to its handler.
-class LaunchDecided {
-public:
-    explicit LaunchDecided(QProcess *process) : m_process(process) {}
-    bool await_ready() const noexcept { return m_process->state() != QProcess::Starting; }
-    void await_suspend(std::coroutine_handle<> awaiting)
-    {
-        m_connection = QObject::connect(
-            m_process, &QProcess::stateChanged, m_process,
-            [this, awaiting] {
-                QObject::disconnect(m_connection);
-                awaiting.resume();
-            },
-            Qt::QueuedConnection);
-    }
-    void await_resume() const noexcept {}
-
-private:
-    QProcess *m_process;
-    QMetaObject::Connection m_connection;
-};
-
-} // namespace
-
 QCoro::Task<> RestoreManager::startRestore(std::optional<QString> imagePath, ConnectedWatch watch)
 {
     // The only guard: a second call while the first is still validating goes ahead on its own.
@@ -78,7 +47,7 @@ QCoro::Task<> RestoreManager::startRestore(std::optional<QString> imagePath, Con
         appendLog(QStringLiteral("Транспорт: Apple Configurator KIS, ECID ") + watch.ecid + u'.');
         QProcessEnvironment environment = ToolLocator::environment();
         destinations.handDown(environment);
-        co_await launch(*configurator, configuratorArguments(watch, imagePath), environment);
+        launch(*configurator, configuratorArguments(watch, imagePath), environment);
         co_return;
     }
 
@@ -89,8 +58,7 @@ QCoro::Task<> RestoreManager::startRestore(std::optional<QString> imagePath, Con
         co_return;
     }
     const QString tool = QDir(ToolLocator::toolsRoot()).filePath(QStringLiteral("bin/idevicerestore"));
-    co_await launch(tool, RestoreCommandLine::recoveryArguments(destinations, *imagePath),
-                    ToolLocator::environment());
+    launch(tool, RestoreCommandLine::recoveryArguments(destinations, *imagePath), ToolLocator::environment());
 }
 
 void RestoreManager::cancelRestore()
@@ -138,7 +106,8 @@ QStringList RestoreManager::configuratorArguments(const ConnectedWatch &watch,
     return arguments;
 }
 
-QCoro::Task<> RestoreManager::launch(QString program, QStringList arguments, QProcessEnvironment environment)
+void RestoreManager::launch(const QString &program, const QStringList &arguments,
+                            const QProcessEnvironment &environment)
 {
     auto *process = new QProcess;
     process->setProgram(program);
@@ -166,14 +135,12 @@ QCoro::Task<> RestoreManager::launch(QString program, QStringList arguments, QPr
             });
 
     process->start(QIODevice::ReadOnly);
-    // Whether exec succeeded is only known a moment later; waiting for it means that a failed
-    // launch has been handled by the time startRestore returns. The process cannot be deleted
-    // meanwhile: the resumption is queued before any exit could be noticed.
-    co_await LaunchDecided(process);
-    if (process->state() != QProcess::NotRunning || process->error() != QProcess::FailedToStart)
-        co_return; // running, or a crash that still ends with finished
-    if (self)
-        self->handleLaunchFailure(process);
+    // The child reports at once whether its exec succeeded; the wait lasts no longer than that
+    // and handles neither output nor exit, so a failed launch has been dealt with by the time
+    // startRestore returns, and a running tool is left to its handlers.
+    if (process->waitForStarted(-1) || process->error() != QProcess::FailedToStart)
+        return;
+    handleLaunchFailure(process);
     process->deleteLater();
 }
 

@@ -5,9 +5,10 @@
 
 #include <QCoroFuture>
 #include <QFileInfo>
-#include <QPromise>
+#include <QThreadPool>
+#include <QtConcurrent/QtConcurrentRun>
 
-#include <thread>
+#include <limits>
 
 namespace {
 
@@ -21,6 +22,18 @@ ProcessResult runToCompletion(const QString &executable, const QStringList &argu
     return ProcessResult{*outcome.status, QString::fromUtf8(outcome.output)};
 }
 
+// A pool without a limit, so every run has a worker at once and a tool that never ends holds up
+// nothing else; never destroyed, so nothing waits for such a tool when the application exits.
+QThreadPool *workers()
+{
+    static QThreadPool *const pool = [] {
+        auto *created = new QThreadPool;
+        created->setMaxThreadCount(std::numeric_limits<int>::max());
+        return created;
+    }();
+    return pool;
+}
+
 } // namespace
 
 namespace ProcessRunner {
@@ -31,17 +44,8 @@ QCoro::Task<ProcessResult> run(QString executable, QStringList arguments)
     if (!info.isFile() || !info.isExecutable())
         co_return ProcessResult{-1, QStringLiteral("Инструмент не найден: ") + executable};
 
-    // A thread of its own per run rather than a pool's: a tool that never ends then holds up
-    // nothing else, and nothing waits for it when the application exits.
-    QPromise<ProcessResult> promise;
-    QFuture<ProcessResult> result = promise.future();
-    promise.start();
-    std::thread([promise = std::move(promise), executable, arguments,
-                 environment = ToolLocator::environment().toStringList()]() mutable {
-        promise.addResult(runToCompletion(executable, arguments, environment));
-        promise.finish();
-    }).detach();
-    co_return co_await result;
+    co_return co_await QtConcurrent::run(workers(), runToCompletion, executable, arguments,
+                                         ToolLocator::environment().toStringList());
 }
 
 } // namespace ProcessRunner

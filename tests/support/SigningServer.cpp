@@ -7,7 +7,6 @@
 #include <QSslSocket>
 #include <QTcpServer>
 
-#include <functional>
 #include <utility>
 
 namespace {
@@ -42,12 +41,10 @@ qint64 contentLength(const QByteArray &head)
 } // namespace
 
 // Reads one request per connection: a CONNECT becomes a TLS tunnel whose inner request is read
-// next; any other request is handed on with its body, to be answered on its socket.
+// next; any other request is handed to the server with its body, to be answered on its socket.
 class SigningServer::Listener final : public QTcpServer {
 public:
-    using Receiving = std::function<void(QSslSocket *socket, const QByteArray &body)>;
-
-    explicit Listener(Receiving receiving) : m_receiving(std::move(receiving))
+    explicit Listener(SigningServer *server) : m_server(server)
     {
         if (!listen(QHostAddress::LocalHost))
             qFatal("The signing-server stand-in could not listen: %s", qPrintable(errorString()));
@@ -80,16 +77,13 @@ private:
             socket->startServerEncryption();
             return;
         }
-        m_receiving(socket, received.mid(end + 4, contentLength(head)));
+        m_server->received(socket, received.mid(end + 4, contentLength(head)));
     }
 
-    Receiving m_receiving;
+    SigningServer *m_server;
 };
 
-SigningServer::SigningServer(Answer answer)
-    : m_listener(std::make_unique<Listener>(
-          [this](QSslSocket *socket, const QByteArray &body) { received(socket, body); })),
-      m_answer(answer)
+SigningServer::SigningServer(Answer answer) : m_listener(std::make_unique<Listener>(this)), m_answer(answer)
 {
     const QByteArray proxy = "http://127.0.0.1:" + QByteArray::number(m_listener->serverPort());
     for (const char *name : proxyVariables)

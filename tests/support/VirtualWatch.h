@@ -70,10 +70,6 @@ public:
     bool logged(const QString &prefix) const;
 
 private:
-    void settle() const;
-    void writeState(const QList<std::pair<QByteArray, QByteArray>> &values, bool replace);
-    void writeUsbView(Mode mode);
-
     const TestPaths &m_paths;
     QString m_folder;
 };

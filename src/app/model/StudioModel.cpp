@@ -182,8 +182,8 @@ void StudioModel::downloadSelected()
         return;
     const QPointer<StudioModel> self(this);
     m_downloader->start(*m_selectedFirmware, [self](const Result<QString> &result) {
-        // The result is taken over in a job of its own on the GUI thread, by which time the
-        // model may be gone.
+        // A deliberate hop: the result is taken over in a job of its own on the GUI thread,
+        // after whatever delivered it has returned, by which time the model may be gone.
         QMetaObject::invokeMethod(
             QCoreApplication::instance(),
             [self, result] {

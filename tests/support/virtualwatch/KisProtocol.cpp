@@ -48,35 +48,19 @@ std::vector<uint8_t> kisDeviceInfo(const KisHeader &request, const State &state)
 {
     KisDeviceInfo reply{};
     reply.header = request;
-    const uint16_t innerProduct = productId(Mode::Dfu); // irecv_kis_send_buffer needs DFU mode
-    uint8_t descriptor[18] = {18,
-                              1,
-                              0x00,
-                              0x02,
-                              0,
-                              0,
-                              0,
-                              64,
-                              0xAC,
-                              0x05,
-                              static_cast<uint8_t>(innerProduct & 0xFF),
-                              static_cast<uint8_t>(innerProduct >> 8),
-                              0x01,
-                              0x00,
-                              0,
-                              0,
-                              0,
-                              1};
+    // irecv_kis_send_buffer needs DFU mode. The descriptor's bytes are little-endian, as on the bus.
+    libusb_device_descriptor descriptor = deviceDescriptor(productId(Mode::Dfu));
+    static_assert(sizeof descriptor == LIBUSB_DT_DEVICE_SIZE);
     size_t word = (0x40 + sizeof descriptor + 3) / 4;
-    descriptor[16] = static_cast<uint8_t>(word); // iSerialNumber
+    descriptor.iSerialNumber = static_cast<uint8_t>(word);
     word = putKisString(reply.info, word, serialString(state));
-    descriptor[14] = static_cast<uint8_t>(word); // iManufacturer
+    descriptor.iManufacturer = static_cast<uint8_t>(word);
     word = putKisString(reply.info, word, "Apple Inc.");
-    descriptor[15] = static_cast<uint8_t>(word); // iProduct
+    descriptor.iProduct = static_cast<uint8_t>(word);
     word = putKisString(reply.info, word, "Apple Mobile Device (DFU Mode)");
     const uint32_t nonceWord = static_cast<uint32_t>(word);
     putKisString(reply.info, word, nonceString(state));
-    std::memcpy(reply.info + 0x40, descriptor, sizeof descriptor);
+    std::memcpy(reply.info + 0x40, &descriptor, sizeof descriptor);
     std::memcpy(reply.info + 24, &nonceWord, sizeof nonceWord);
     reply.replySize = sizeof reply.info;
     return bytesOf(reply);

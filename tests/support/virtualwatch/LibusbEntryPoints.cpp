@@ -189,18 +189,7 @@ void libusb_free_device_list(libusb_device **list, int)
 
 int libusb_get_device_descriptor(libusb_device *device, struct libusb_device_descriptor *descriptor)
 {
-    *descriptor = {};
-    descriptor->bLength = LIBUSB_DT_DEVICE_SIZE;
-    descriptor->bDescriptorType = LIBUSB_DT_DEVICE;
-    descriptor->bcdUSB = 0x0200;
-    descriptor->bMaxPacketSize0 = 64;
-    descriptor->idVendor = 0x05AC;
-    descriptor->idProduct = device->product;
-    descriptor->bcdDevice = 0x0001;
-    descriptor->iManufacturer = vw::manufacturerStringIndex;
-    descriptor->iProduct = vw::productStringIndex;
-    descriptor->iSerialNumber = vw::serialStringIndex;
-    descriptor->bNumConfigurations = 1;
+    *descriptor = vw::deviceDescriptor(device->product);
     return LIBUSB_SUCCESS;
 }
 
@@ -382,12 +371,24 @@ int libusb_handle_events_timeout(libusb_context *context, struct timeval *)
     return LIBUSB_SUCCESS;
 }
 
-// Not libusb: the test's helper (VirtualWatch) calls this before it looks at the watch, so that
-// a re-enumeration whose time has come happens even when no tool is running to notice it.
-void corvalin_virtual_watch_settle()
+// Not libusb: what the test's helper (VirtualWatch) calls in its own process to set the watch up
+// and look at it. Reading the state lets a due re-enumeration happen even when no tool is running
+// to notice it.
+void corvalin_virtual_watch_arrive(const char *text)
 {
     if (vw::enabled())
-        const vw::State state; // reading the state lets a due arrival happen
+        vw::State().arrive(text);
+}
+
+void corvalin_virtual_watch_set(const char *key, const char *value)
+{
+    if (vw::enabled())
+        vw::State().set(key, value);
+}
+
+const char *corvalin_virtual_watch_mode()
+{
+    return vw::enabled() ? vw::modeName(vw::State().mode()) : "none";
 }
 
 } // extern "C"

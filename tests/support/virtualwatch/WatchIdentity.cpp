@@ -38,6 +38,23 @@ void chipAndBoard(const State &state, unsigned &chip, unsigned &board)
 
 } // namespace
 
+libusb_device_descriptor deviceDescriptor(uint16_t product)
+{
+    libusb_device_descriptor descriptor{};
+    descriptor.bLength = LIBUSB_DT_DEVICE_SIZE;
+    descriptor.bDescriptorType = LIBUSB_DT_DEVICE;
+    descriptor.bcdUSB = 0x0200;
+    descriptor.bMaxPacketSize0 = 64;
+    descriptor.idVendor = 0x05AC;
+    descriptor.idProduct = product;
+    descriptor.bcdDevice = 0x0001;
+    descriptor.iManufacturer = manufacturerStringIndex;
+    descriptor.iProduct = productStringIndex;
+    descriptor.iSerialNumber = serialStringIndex;
+    descriptor.bNumConfigurations = 1;
+    return descriptor;
+}
+
 // irecv_load_device_info_from_iboot_string parses CPID, CPRV, CPFM, SCEP, BDID, ECID, IBFL and the
 // bracketed SRNM and SRTG out of this string; irecovery -q prints them, and
 // irecv_devices_get_device_by_client names the watch by CPID and BDID.

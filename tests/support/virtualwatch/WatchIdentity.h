@@ -5,6 +5,8 @@
 
 #include "WatchState.h"
 
+#include <libusb-1.0/libusb.h>
+
 #include <cstdint>
 #include <string>
 
@@ -16,6 +18,8 @@ constexpr uint8_t manufacturerStringIndex = 2;
 constexpr uint8_t productStringIndex = 3;
 constexpr uint8_t serialStringIndex = 4;
 
+// The device descriptor the watch shows with `product` as its USB product ID.
+libusb_device_descriptor deviceDescriptor(uint16_t product);
 std::string serialString(const State &state);
 std::string nonceString(const State &state);
 // The string descriptor `index` as the watch shows it in its current mode, or empty when it has

@@ -5,6 +5,9 @@
 #include <cstdlib>
 #include <ctime>
 #include <fcntl.h>
+#include <fstream>
+#include <iterator>
+#include <sstream>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -28,26 +31,14 @@ std::string usbViewFolder()
 
 bool writeWhole(const std::string &path, const std::string &text)
 {
-    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    if (fd < 0)
-        return false;
-    const bool ok = ::write(fd, text.data(), text.size()) == static_cast<ssize_t>(text.size());
-    ::close(fd);
-    return ok;
+    std::ofstream file(path, std::ios::trunc);
+    return static_cast<bool>(file << text);
 }
 
 std::string readWhole(const std::string &path)
 {
-    std::string text;
-    FILE *file = std::fopen(path.c_str(), "re");
-    if (!file)
-        return text;
-    char buffer[4096];
-    size_t n;
-    while ((n = std::fread(buffer, 1, sizeof buffer, file)) > 0)
-        text.append(buffer, n);
-    std::fclose(file);
-    return text;
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
 } // namespace
@@ -125,19 +116,18 @@ State::State()
         while (::flock(m_lockFd, LOCK_EX) != 0 && errno == EINTR) {
         }
     }
-    const std::string text = readWhole(folderPath("state"));
-    size_t start = 0;
-    while (start < text.size()) {
-        size_t end = text.find('\n', start);
-        if (end == std::string::npos)
-            end = text.size();
-        const std::string line = text.substr(start, end - start);
+    read(readWhole(folderPath("state")));
+    settle();
+}
+
+void State::read(const std::string &text)
+{
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
         const size_t equals = line.find('=');
         if (equals != std::string::npos)
             m_values[line.substr(0, equals)] = line.substr(equals + 1);
-        start = end + 1;
     }
-    settle();
 }
 
 State::~State()
@@ -190,6 +180,17 @@ void State::leave(Mode next, const std::string &nextStage)
     set("next_stage", nextStage);
     setNumber("arrive_at", nowMs() + number("reconnect_ms", 500));
     logLine("leave");
+    writeUsbView();
+}
+
+void State::arrive(const std::string &text)
+{
+    const long long generation = number("generation");
+    m_values.clear();
+    read(text);
+    setNumber("generation", generation + 1);
+    set("stage", "iboot");
+    logLine(std::string("arrive ") + modeName(mode()) + " iboot");
     writeUsbView();
 }
 

@@ -57,8 +57,12 @@ public:
     // after the reconnect delay (unless the "never come back" fault is set); otherwise it stays
     // away.
     void leave(Mode next, const std::string &nextStage = {});
+    // The watch comes onto the bus (or, in mode none, leaves it) with exactly the "key=value" lines of
+    // `text`, forgetting earlier uploads and faults; only the arrival count goes on.
+    void arrive(const std::string &text);
 
 private:
+    void read(const std::string &text);
     void settle();
     void writeUsbView();
 

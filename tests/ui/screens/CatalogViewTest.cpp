@@ -1,4 +1,5 @@
 #include "ScreenStudio.h"
+#include "ui/UiTestSupport.h"
 #include "ui/screens/FirmwareText.h"
 
 #include "download/DownloadManager.h"
@@ -15,18 +16,13 @@
 
 namespace {
 
-struct Catalogue {
-    explicit Catalogue(StudioModel *model) : view(model)
+struct Catalogue : Screen<CatalogView> {
+    explicit Catalogue(StudioModel *model) : Screen(model)
     {
-        view.resize(detailSize);
-        view.show();
-        QApplication::setActiveWindow(&view);
-        if (!QTest::qWaitForWindowActive(&view))
+        if (!showActive(view))
             qFatal("the catalogue window never became active");
     }
 
-    template <typename T = QWidget> T *part(const char *name) const { return ::part<T>(view, name); }
-    bool shows(const char *name) const { return ::shows(view, name); }
     QAbstractItemModel *rows() const { return part<QListView>("firmwareList")->model(); }
     QStringList column(int role) const
     {
@@ -35,8 +31,6 @@ struct Catalogue {
             values << rows()->index(row, 0).data(role).toString();
         return values;
     }
-
-    CatalogView view;
 };
 
 } // namespace

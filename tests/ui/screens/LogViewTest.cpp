@@ -14,16 +14,9 @@
 
 namespace {
 
-struct Log {
-    explicit Log(StudioModel *model) : view(model, model->restoreManager())
-    {
-        view.resize(detailSize);
-        view.show();
-    }
-    LogTextView *text() const { return part<LogTextView>(view, "logText"); }
-    bool shows(const char *name) const { return ::shows(view, name); }
-
-    LogView view;
+struct Log : Screen<LogView> {
+    explicit Log(StudioModel *model) : Screen(model, model->restoreManager()) { view.show(); }
+    LogTextView *text() const { return part<LogTextView>("logText"); }
 };
 
 } // namespace
@@ -88,7 +81,7 @@ private slots:
 
         QGuiApplication::clipboard()->setText(QStringLiteral("something else"));
         restore->appendLog(QStringLiteral("Проверка watchOS_10.ipsw…"));
-        auto *copy = part<StudioButton>(log.view, "copyLogButton");
+        auto *copy = log.part<StudioButton>("copyLogButton");
         QTest::mouseClick(copy, Qt::LeftButton);
         QCOMPARE(QGuiApplication::clipboard()->text(), restore->logText());
         QVERIFY(QGuiApplication::clipboard()->text().endsWith(QStringLiteral("…\n")));

@@ -16,18 +16,8 @@
 
 namespace {
 
-struct Overview {
-    explicit Overview(StudioModel *model) : view(model, model->deviceMonitor(), model->downloader())
-    {
-        view.resize(detailSize);
-    }
-
-    template <typename T = QWidget> T *part(const char *name) const { return ::part<T>(view, name); }
-    QString text(const char *name) const { return part<QLabel>(name)->text(); }
-    bool shows(const char *name) const { return ::shows(view, name); }
-    void click(const char *name) const { QTest::mouseClick(part(name), Qt::LeftButton); }
-
-    OverviewView view;
+struct Overview : Screen<OverviewView> {
+    explicit Overview(StudioModel *model) : Screen(model, model->deviceMonitor(), model->downloader()) {}
 };
 
 } // namespace

@@ -15,19 +15,11 @@
 
 namespace {
 
-struct Restore {
-    explicit Restore(StudioModel *model) : view(model, model->deviceMonitor(), model->restoreManager())
-    {
-        view.resize(detailSize);
-    }
-    QString transportCheck() const { return part<CheckLine>(view, "transportCheck")->text(); }
-    QString deviceState() const { return part<SymbolLabel>(view, "restoreDeviceState")->text(); }
-    bool canStart() const
-    {
-        return shows(view, "startRestoreButton") && part(view, "startRestoreButton")->isEnabled();
-    }
-
-    RestoreView view;
+struct Restore : Screen<RestoreView> {
+    explicit Restore(StudioModel *model) : Screen(model, model->deviceMonitor(), model->restoreManager()) {}
+    QString transportCheck() const { return part<CheckLine>("transportCheck")->text(); }
+    QString deviceState() const { return part<SymbolLabel>("restoreDeviceState")->text(); }
+    bool canStart() const { return shows("startRestoreButton") && part("startRestoreButton")->isEnabled(); }
 };
 
 struct Sheet {
@@ -61,15 +53,15 @@ private slots:
         ScreenStudio studio;
         Restore restore(studio.model());
         QCOMPARE(restore.deviceState(), QStringLiteral("Нужен сервисный кабель"));
-        QVERIFY(shows(restore.view, "restoreNoImage"));
+        QVERIFY(restore.shows("restoreNoImage"));
         QCOMPARE(restore.transportCheck(), QStringLiteral("Полная проверка структуры Restore.ipsw"));
-        QVERIFY(!shows(restore.view, "restoreErrorBanner"));
+        QVERIFY(!restore.shows("restoreErrorBanner"));
         ScreenStudio::render(&restore.view, QStringLiteral("restore-empty"));
         studio.attachRecoveryWatch();
         QCOMPARE(restore.deviceState(), QStringLiteral("Recovery/DFU обнаружен"));
         QVERIFY(!restore.canStart());
         studio.startRestore(); // refused without an image
-        QVERIFY(shows(restore.view, "restoreErrorBanner"));
+        QVERIFY(restore.shows("restoreErrorBanner"));
         ScreenStudio::render(&restore.view, QStringLiteral("restore-error"));
         studio.chooseImage(
             QStringLiteral("Watch6,1_10.2_21S364_Restore_with_a_rather_long_name_for_two_lines.ipsw"));
@@ -83,16 +75,16 @@ private slots:
         Restore restore(studio.model());
         studio.attachKISWatch();
         ScreenStudio::render(&restore.view, QStringLiteral("restore-kis"));
-        QVERIFY(shows(restore.view, "restoreConfiguratorImage"));
+        QVERIFY(restore.shows("restoreConfiguratorImage"));
         QCOMPARE(restore.transportCheck(), QStringLiteral("Загрузка последней подписываемой версии Apple"));
         QCOMPARE(restore.deviceState(), QStringLiteral("Recovery/DFU обнаружен"));
         QVERIFY(restore.canStart());
-        QTest::mouseClick(part(restore.view, "startRestoreButton"), Qt::LeftButton);
+        restore.click("startRestoreButton");
         QVERIFY(studio.model()->showRestoreConfirmation());
 
         studio.chooseImage(QStringLiteral("watchOS_10.ipsw"));
-        QVERIFY(shows(restore.view, "restoreImageName"));
-        QVERIFY(!shows(restore.view, "restoreConfiguratorImage"));
+        QVERIFY(restore.shows("restoreImageName"));
+        QVERIFY(!restore.shows("restoreConfiguratorImage"));
         QCOMPARE(restore.transportCheck(), QStringLiteral("Загрузка последней подписываемой версии Apple"));
     }
 
@@ -112,14 +104,14 @@ private slots:
         QVERIFY(restore.canStart());
 
         studio.startRestore();
-        QVERIFY(shows(restore.view, "stopRestoreButton"));
-        QVERIFY(!shows(restore.view, "startRestoreButton"));
-        QTest::mouseClick(part(restore.view, "stopRestoreButton"), Qt::LeftButton);
+        QVERIFY(restore.shows("stopRestoreButton"));
+        QVERIFY(!restore.shows("startRestoreButton"));
+        restore.click("stopRestoreButton");
         QTRY_VERIFY(!manager->isRestoring());
         QVERIFY(restore.canStart());
         // The interrupted tool's failure stays on screen.
-        QVERIFY(shows(restore.view, "restoreErrorBanner"));
-        QCOMPARE(part<ErrorBanner>(restore.view, "restoreErrorBanner")->text(), manager->lastError().value());
+        QVERIFY(restore.shows("restoreErrorBanner"));
+        QCOMPARE(restore.part<ErrorBanner>("restoreErrorBanner")->text(), manager->lastError().value());
     }
 
     void onlyTheExactWordEnablesTheStart_data()

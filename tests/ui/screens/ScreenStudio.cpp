@@ -2,10 +2,9 @@
 
 #include "download/DownloadManager.h"
 #include "ui/Theme.h"
+#include "ui/UiTestSupport.h"
 
 #include <QApplication>
-#include <QImage>
-#include <QPainter>
 
 namespace {
 
@@ -58,21 +57,9 @@ void ScreenStudio::startStalledDownload()
 
 void ScreenStudio::render(QWidget *screen, const QString &name)
 {
-    const QString output = qEnvironmentVariable("CORVALIN_TEST_OUTPUT");
-    if (output.isEmpty())
-        return;
-    const QString folder = output + QStringLiteral("/render/screens");
-    QDir().mkpath(folder);
     screen->show();
     // A change to a screen already on show settles over a few rounds of layout requests.
     QTest::qWait(100);
-    for (const int scale : {1, 2}) {
-        QImage image(screen->size() * scale, QImage::Format_ARGB32_Premultiplied);
-        image.setDevicePixelRatio(scale);
-        QPainter painter(&image);
-        painter.fillRect(QRect(QPoint(), screen->size()), QBrush(Theme::studioBackground()));
-        screen->render(&painter, QPoint(), QRegion(), QWidget::DrawChildren);
-        painter.end();
-        QVERIFY(image.save(QStringLiteral("%1/%2@%3x.png").arg(folder, name).arg(scale)));
-    }
+    renderAt1xAnd2x(screen, QStringLiteral("screens/") + name, Theme::studioBackground(),
+                    QWidget::DrawChildren);
 }

@@ -2,7 +2,9 @@
 
 #include "app/model/StudioFixture.h"
 
+#include <QLabel>
 #include <QString>
+#include <QTest>
 #include <QWidget>
 
 // The application's model able to put the screens into each state a user meets: a loaded
@@ -40,3 +42,17 @@ inline bool shows(const QWidget &owner, const char *name)
 {
     return part(owner, name)->isVisibleTo(&owner);
 }
+
+// A screen at the detail column's size, with its named parts at hand.
+template <typename View> struct Screen {
+    template <typename... Arguments> explicit Screen(Arguments... arguments) : view(arguments...)
+    {
+        view.resize(detailSize);
+    }
+    template <typename T = QWidget> T *part(const char *name) const { return ::part<T>(view, name); }
+    bool shows(const char *name) const { return ::shows(view, name); }
+    QString text(const char *name) const { return part<QLabel>(name)->text(); }
+    void click(const char *name) const { QTest::mouseClick(part(name), Qt::LeftButton); }
+
+    View view;
+};

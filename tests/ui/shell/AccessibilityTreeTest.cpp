@@ -3,6 +3,7 @@
 #include "support/LocalHttpServer.h"
 #include "support/TestPaths.h"
 #include "ui/Theme.h"
+#include "ui/UiTestSupport.h"
 #include "ui/screens/BusySpinner.h"
 #include "ui/screens/RestoreConfirmationSheet.h"
 #include "ui/shell/MainWindow.h"
@@ -13,7 +14,9 @@
 
 #include <QAccessible>
 #include <QApplication>
+#include <QLineEdit>
 #include <QMetaEnum>
+#include <QPainter>
 #include <QProgressBar>
 #include <QTest>
 
@@ -65,9 +68,55 @@ void checkControls(const QString &where, QWidget *top, qsizetype atLeast)
     QVERIFY(controls.size() >= atLeast);
 }
 
+// The focused control as drawn, with the room around it where rings of boxes and fields fall.
+// A text field's inside is left out: its caret shows the focus there, not a ring.
+QImage focusArea(QWidget &window, QWidget *stop)
+{
+    const QRect own(stop->mapTo(&window, QPoint()), stop->size());
+    const QRect area = own.adjusted(-20, -20, 20, 20) & window.rect();
+    QImage image = window.grab(area).toImage();
+    if (qobject_cast<QLineEdit *>(stop)) {
+        QPainter painter(&image);
+        painter.fillRect(own.translated(-area.topLeft()), Qt::black);
+    }
+    return image;
+}
+
+// Whether the stop's ring is drawn: it looks different without the focus.
+bool ringIsDrawn(QWidget &window, QWidget *stop)
+{
+    const QImage focused = focusArea(window, stop);
+    stop->clearFocus();
+    const QImage unfocused = focusArea(window, stop);
+    stop->setFocus(Qt::TabFocusReason);
+    return focused != unfocused;
+}
+
+// Tab visits every control of the window once per round from `first`; each stop is on screen and
+// shows that it has focus.
+void walkTabStops(QWidget &window, QWidget *first, const QString &where, qsizetype atLeast)
+{
+    first->clearFocus();
+    first->setFocus(Qt::TabFocusReason);
+    QList<QWidget *> seen;
+    for (QWidget *stop = QApplication::focusWidget(); stop && !seen.contains(stop);
+         stop = QApplication::focusWidget()) {
+        seen.append(stop);
+        const QString line = where + QStringLiteral(": ") +
+                             QString::fromLatin1(stop->metaObject()->className()) + QLatin1Char(' ') +
+                             stop->objectName();
+        QVERIFY2(stop->isVisible() && stop->isEnabled() && !stop->visibleRegion().isEmpty(),
+                 qPrintable(line));
+        QVERIFY2(ringIsDrawn(window, stop), qPrintable(line));
+        QTest::keyClick(stop, Qt::Key_Tab);
+    }
+    QVERIFY(seen.size() >= atLeast);
+}
+
 } // namespace
 
-// Reads the accessibility tree of every screen and dialog the way a screen reader does.
+// Reads the accessibility tree of every screen and dialog the way a screen reader does, and walks
+// every screen with Tab as a keyboard user does.
 class AccessibilityTreeTest final : public QObject {
     Q_OBJECT
 
@@ -79,20 +128,15 @@ private slots:
         QAccessible::setActive(true);
     }
 
-    void everyScreenNamesItsControlsInRussian()
+    void everyScreenNamesItsControlsInRussianAndTabVisitsThem()
     {
         TestPaths paths;
         LocalHttpServer server;
-        server.setResponse(
-            QStringLiteral("/main.json"),
-            HttpResponse::ok(QByteArray("[{'version':'8.8.1','build':'19U512','deviceMap':['Watch3,1'],"
-                                        "'signed':true,'sources':[{'type':'ipsw','deviceMap':['Watch3,1'],"
-                                        "'links':[{'url':'https://127.0.0.1/Watch3,1.ipsw'}]}]}]")
-                                 .replace('\'', '"')));
+        server.setResponse(QStringLiteral("/main.json"), HttpResponse::ok(catalogueOf({"Watch3,1"})));
         MainWindow window(
             new StudioModel(server.url(QStringLiteral("/main.json")), {QStringLiteral("127.0.0.1")}));
-        window.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        window.resize(1280, 800);
+        QVERIFY(showActive(window));
         StudioModel *model = window.rootView()->model();
         QTRY_COMPARE(model->firmware().size(), 1);
         QTRY_VERIFY(!model->isLoadingCatalog());
@@ -101,6 +145,8 @@ private slots:
         for (const NavigationSection section : Navigation::allCases()) {
             model->setNavigation(section);
             checkControls(Navigation::rawValue(section), &window, 7); // the sidebar's six and more
+            walkTabStops(window, window.findChild<QWidget *>(QStringLiteral("sidebarRow-0")),
+                         Navigation::rawValue(section), 7);
             // The sidebar says which section is selected as a state, not in words.
             for (const NavigationSection other : Navigation::allCases()) {
                 QWidget *row =
@@ -126,7 +172,7 @@ private slots:
     void everyDialogNamesItsControlsInRussian()
     {
         TestPaths paths;
-        MainWindow window(new StudioModel(QUrl(QStringLiteral("http://127.0.0.1:9/")), {}));
+        MainWindow window(offlineModel());
         window.show();
         QVERIFY(QTest::qWaitForWindowExposed(&window));
         StudioModel *model = window.rootView()->model();

@@ -2,6 +2,7 @@
 #include "restore/RestoreManager.h"
 #include "support/LocalHttpServer.h"
 #include "support/TestPaths.h"
+#include "ui/UiTestSupport.h"
 #include "ui/shell/QtTranslations.h"
 
 #include <QApplication>
@@ -27,10 +28,7 @@ QStringList latinOnlySentences(const QString &text)
     return found;
 }
 
-const QByteArray catalogue =
-    QByteArray("[{'version':'10.2','build':'21S364','deviceMap':['Watch6,1'],'signed':true,'sources':"
-               "[{'type':'ipsw','deviceMap':['Watch6,1'],'links':[{'url':'https://127.0.0.1/W.ipsw'}]}]}]")
-        .replace('\'', '"');
+const QByteArray catalogue = catalogueOf({"Watch6,1"});
 
 } // namespace
 
@@ -41,7 +39,15 @@ class FailureTextsTest final : public QObject {
     Q_OBJECT
 
 private slots:
-    void initTestCase() { QVERIFY(QtTranslations::install(*qApp)); }
+    void initTestCase()
+    {
+        QVERIFY(QtTranslations::install(*qApp));
+        // The scan itself catches English and lets names inside Russian sentences pass.
+        QCOMPARE(latinOnlySentences(QStringLiteral("Готово. Connection closed before the end.")),
+                 QStringList{QStringLiteral("Connection closed before the end.")});
+        QVERIFY(
+            latinOnlySentences(QStringLiteral("Прошивка готова: /tmp/Watch6,1_10.2_Restore.ipsw")).isEmpty());
+    }
 
     void catalogueFailuresReadInRussian_data()
     {
@@ -55,14 +61,10 @@ private slots:
             << QStringLiteral("/main.json") << HttpResponse::ok(catalogue) << true;
         QTest::newRow("status 500") << QStringLiteral("/main.json") << HttpResponse::withStatus(500) << false;
         QTest::newRow("connection dropped") << QStringLiteral("/main.json") << dropped << false;
+        // The parser's description comes from the platform; the decoder's own descriptions of records
+        // of the wrong shape are the project's Russian texts, checked where the catalogue is decoded.
         QTest::newRow("not JSON") << QStringLiteral("/main.json") << HttpResponse::ok("[{\"version\":")
                                   << false;
-        QTest::newRow("not an array") << QStringLiteral("/main.json") << HttpResponse::ok("{}") << false;
-        QTest::newRow("record of the wrong shape")
-            << QStringLiteral("/main.json") << HttpResponse::ok("[{\"version\":1,\"build\":\"A\"}]") << false;
-        QTest::newRow("size not an integer")
-            << QStringLiteral("/main.json")
-            << HttpResponse::ok(QByteArray(catalogue).replace("\"type\"", "\"size\":1.5,\"type\"")) << false;
     }
 
     void catalogueFailuresReadInRussian()
@@ -97,35 +99,15 @@ private slots:
         tool.write("not a program");
         tool.close();
         tool.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-        StudioModel model(QUrl(QStringLiteral("http://127.0.0.1:9/")), {});
-        RestoreManager *restore = model.restoreManager();
-        const ConnectedWatch watch{QStringLiteral("Watch6,1"),
-                                   QStringLiteral("n157sap"),
-                                   QStringLiteral("Apple Watch"),
-                                   QStringLiteral("DFU via Debug USB (KIS)"),
-                                   QStringLiteral("0x1A2B3C"),
-                                   QString(),
-                                   WatchTransport::kis};
-        QCoro::waitFor(restore->startRestore(std::nullopt, watch));
+        std::unique_ptr<StudioModel> model(offlineModel());
+        RestoreManager *restore = model->restoreManager();
+        QCoro::waitFor(restore->startRestore(std::nullopt, kisWatch));
         QTRY_VERIFY(!restore->isRestoring());
         QVERIFY(restore->lastError().has_value());
         const QString line = QStringLiteral("Ошибка запуска: ") + *restore->lastError();
         qInfo().noquote() << line;
         QVERIFY(restore->logText().contains(line));
         QVERIFY2(latinOnlySentences(restore->logText()).isEmpty(), qPrintable(restore->logText()));
-    }
-
-    // The scan itself: English is caught, names inside Russian sentences are not.
-    void scanTellsEnglishFromNames()
-    {
-        QCOMPARE(latinOnlySentences(QStringLiteral("Operation canceled")),
-                 QStringList{QStringLiteral("Operation canceled")});
-        QCOMPARE(latinOnlySentences(QStringLiteral("Готово. Connection closed before the end.")),
-                 QStringList{QStringLiteral("Connection closed before the end.")});
-        QVERIFY(latinOnlySentences(QStringLiteral("Каталог не является корректным JSON: незакрытый объект."))
-                    .isEmpty());
-        QVERIFY(
-            latinOnlySentences(QStringLiteral("Прошивка готова: /tmp/Watch6,1_10.2_Restore.ipsw")).isEmpty());
     }
 };
 

@@ -5,6 +5,7 @@
 #include "support/LocalHttpServer.h"
 #include "support/TestPaths.h"
 #include "ui/Theme.h"
+#include "ui/UiTestSupport.h"
 #include "ui/shell/MainWindow.h"
 #include "ui/shell/QtTranslations.h"
 #include "ui/shell/StudioRootView.h"
@@ -85,18 +86,12 @@ private slots:
         TestPaths paths;
         // A catalogue longer than the list's room, so the list scrolls.
         LocalHttpServer server;
-        QByteArray catalogue = "[";
-        for (int model = 1; model <= 14; ++model) {
-            catalogue +=
-                QStringLiteral("{'version':'10.%1','build':'21S%1','deviceMap':['Watch%1,1'],'signed':%2,"
-                               "'sources':[{'type':'ipsw','deviceMap':['Watch%1,1'],'size':3870000000,"
-                               "'links':[{'url':'https://127.0.0.1/Watch%1.ipsw'}]}]}")
-                    .arg(model)
-                    .arg(model % 3 == 0 ? QStringLiteral("false") : QStringLiteral("true"))
-                    .toUtf8() +
-                (model < 14 ? "," : "]");
-        }
-        server.setResponse(QStringLiteral("/main.json"), HttpResponse::ok(catalogue.replace('\'', '"')));
+        QStringList types;
+        for (int model = 1; model <= 14; ++model)
+            types << QStringLiteral("Watch%1,1").arg(model);
+        server.setResponse(
+            QStringLiteral("/main.json"),
+            HttpResponse::ok(catalogueOf(types, {"Watch3,1", "Watch6,1", "Watch9,1", "Watch12,1"})));
         MainWindow window(
             new StudioModel(server.url(QStringLiteral("/main.json")), {QStringLiteral("127.0.0.1")}));
         window.setMinimumSize(room);
@@ -111,6 +106,7 @@ private slots:
         // The tallest states: an unsigned firmware with its cautions, a long log and a restore
         // running, whose status line sits at the very bottom.
         WatchFirmware firmware = model->firmware().at(8);
+        firmware.isCatalogSigned = false;
         firmware.currentSignedVersion = QStringLiteral("10.6.1");
         firmware.currentSignedBuild = QStringLiteral("21U580");
         model->select(firmware);
@@ -120,22 +116,12 @@ private slots:
         FakeToolBehaviour ticking;
         ticking.extraShell = "trap 'exit 0' INT; while :; do sleep 0.1; done";
         FakeTools::write(paths.cfgutil(), ticking);
-        const ConnectedWatch watch{QStringLiteral("Watch6,1"),
-                                   QStringLiteral("n157sap"),
-                                   QStringLiteral("Apple Watch"),
-                                   QStringLiteral("DFU via Debug USB (KIS)"),
-                                   QStringLiteral("0x1A2B3C"),
-                                   QString(),
-                                   WatchTransport::kis};
-        QCoro::waitFor(restore->startRestore(std::nullopt, watch));
+        QCoro::waitFor(restore->startRestore(std::nullopt, kisWatch));
         QVERIFY(restore->isRestoring());
         QCOMPARE(window.size(), room);
         QCOMPARE(window.rootView()->size(), room);
         QVERIFY(!window.menuWidget() || window.menuWidget()->isHidden());
 
-        const QString folder =
-            qEnvironmentVariable("CORVALIN_TEST_OUTPUT", QDir::tempPath()) + QStringLiteral("/render/window");
-        QDir().mkpath(folder);
         for (const NavigationSection section : Navigation::allCases()) {
             model->setNavigation(section);
             QTest::qWait(50);
@@ -148,16 +134,9 @@ private slots:
             const QSize needed = window.minimumSizeHint();
             QVERIFY2(needed.width() <= room.width() && needed.height() <= room.height(),
                      qPrintable(Navigation::rawValue(section)));
-            for (const int scale : {1, 2}) {
-                QImage image(room * scale, QImage::Format_ARGB32_Premultiplied);
-                image.setDevicePixelRatio(scale);
-                image.fill(Qt::black);
-                window.render(&image);
-                QVERIFY(image.save(QStringLiteral("%1/%2-%3@%4x.png")
-                                       .arg(folder, QString::fromLatin1(QTest::currentDataTag()))
-                                       .arg(int(section))
-                                       .arg(scale)));
-            }
+            renderAt1xAnd2x(&window, QStringLiteral("window/%1-%2")
+                                         .arg(QString::fromLatin1(QTest::currentDataTag()))
+                                         .arg(int(section)));
         }
         restore->stopBeforeExit(std::chrono::milliseconds(2000));
     }

@@ -24,12 +24,17 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 
 private:
-    void loadImage(qreal dpr);
+    // Decodes the picture on a worker for screens of ratio `dpr`.
+    void startLoading(qreal dpr) const;
+    // The same, once the frame being painted is on screen; the icon repaints when it is done.
+    void loadAfterThisFrame(qreal dpr);
     // The decoded picture, waiting for the decoding if it has not finished yet.
     const QImage &image() const;
 
     int m_side;
-    qreal m_decodedRatio = 1;
+    QString m_picture;
+    mutable qreal m_requestedRatio = 0; // 0 until the picture is first asked for
+    mutable bool m_loadScheduled = false;
     mutable QFuture<QImage> m_loading;
     mutable QImage m_image;
 };

@@ -1,8 +1,10 @@
 #include "ui/StudioStyle.h"
 
+#include "ui/DeferredIcon.h"
 #include "ui/Theme.h"
 
 #include <QPainter>
+#include <QPointer>
 #include <QStyleOptionSlider>
 
 namespace {
@@ -82,4 +84,17 @@ void StudioStyle::drawComplexControl(ComplexControl control, const QStyleOptionC
                                                                 : Theme::Opacity::scrollHandle));
     painter->drawRoundedRect(QRectF(handle), radius, radius);
     painter->restore();
+}
+
+// Every menu bar asks for its overflow button's icon when it is built, which would load the image
+// plugins before the first frame; the icon is read when the button is first drawn instead.
+QIcon StudioStyle::standardIcon(StandardPixmap standardIcon, const QStyleOption *option,
+                                const QWidget *widget) const
+{
+    if (option)
+        return QProxyStyle::standardIcon(standardIcon, option, widget);
+    return DeferredIcon::make(
+        [style = QPointer<const StudioStyle>(this), standardIcon, widget = QPointer<const QWidget>(widget)] {
+            return style ? style->QProxyStyle::standardIcon(standardIcon, nullptr, widget) : QIcon();
+        });
 }

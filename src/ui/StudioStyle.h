@@ -4,7 +4,7 @@
 
 // The platform style (Fusion) with the studio's own scroll bars: a slim translucent handle in a
 // clear track, without arrow buttons, brighter while hovered or dragged, as overlay scroll bars
-// look on the dark appearance.
+// look on the dark appearance. Its standard icons are read only when first drawn.
 class StudioStyle final : public QProxyStyle {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(StudioStyle)
@@ -20,4 +20,6 @@ public:
                          const QWidget *widget = nullptr) const override;
     void drawComplexControl(ComplexControl control, const QStyleOptionComplex *option, QPainter *painter,
                             const QWidget *widget = nullptr) const override;
+    QIcon standardIcon(StandardPixmap standardIcon, const QStyleOption *option = nullptr,
+                       const QWidget *widget = nullptr) const override;
 };

@@ -4,7 +4,6 @@
 
 #include <QAccessibleWidget>
 #include <QPainter>
-#include <QPixmapCache>
 #include <QTimer>
 
 #include <cmath>
@@ -19,11 +18,11 @@ QAccessibleInterface *spinnerFactory(const QString &className, QObject *object)
     return nullptr;
 }
 
-constexpr int spokes = 8;
+constexpr int spokes = BusySpinner::spokes;
 constexpr int smallSide = 16;
 constexpr int regularSide = 24;
 // One turn a second, a spoke at a time, is what the eye reads as turning; every step repaints only the
-// spinner's own square, from a frame drawn once.
+// spinner's own square, from a frame each spinner draws once and keeps.
 constexpr int stepMilliseconds = 125;
 
 void drawFrame(QPainter *painter, qreal side, int step)
@@ -42,21 +41,15 @@ void drawFrame(QPainter *painter, qreal side, int step)
     }
 }
 
-QPixmap frame(int side, qreal dpr, int step)
+QPixmap drawnFrame(int side, qreal dpr, int step)
 {
-    const QString key = QStringLiteral("corvalin-spinner/%1@%2/%3").arg(side).arg(dpr).arg(step);
-    QPixmap picture;
-    if (QPixmapCache::find(key, &picture))
-        return picture;
     const int pixels = int(std::ceil(side * dpr));
-    picture = QPixmap(pixels, pixels);
+    QPixmap picture(pixels, pixels);
     picture.setDevicePixelRatio(dpr);
     picture.fill(Qt::transparent);
     QPainter painter(&picture);
     painter.setRenderHint(QPainter::Antialiasing);
     drawFrame(&painter, side, step);
-    painter.end();
-    QPixmapCache::insert(key, picture);
     return picture;
 }
 
@@ -104,6 +97,14 @@ void BusySpinner::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
     const int side = std::min(width(), height());
-    painter.drawPixmap(QPoint((width() - side) / 2, (height() - side) / 2),
-                       frame(side, devicePixelRatioF(), m_step));
+    const qreal ratio = devicePixelRatioF();
+    if (side != m_framesSide || ratio != m_framesRatio) {
+        m_frames = {};
+        m_framesSide = side;
+        m_framesRatio = ratio;
+    }
+    QPixmap &frame = m_frames.at(std::size_t(m_step));
+    if (frame.isNull())
+        frame = drawnFrame(side, ratio, m_step);
+    painter.drawPixmap(QPoint((width() - side) / 2, (height() - side) / 2), frame);
 }

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <QPixmap>
 #include <QWidget>
+
+#include <array>
 
 class QTimer;
 
@@ -11,6 +14,8 @@ class BusySpinner final : public QWidget {
 
 public:
     enum class Size { small, regular };
+    // The ring's spokes; it turns a spoke at a time.
+    static constexpr int spokes = 8;
 
     explicit BusySpinner(Size size, QWidget *parent = nullptr);
     ~BusySpinner() override;
@@ -27,4 +32,8 @@ private:
     Size m_size;
     QTimer *m_timer;
     int m_step = 0;
+    // One picture per step, drawn when first shown at this size and pixel ratio.
+    std::array<QPixmap, spokes> m_frames;
+    int m_framesSide = 0;
+    qreal m_framesRatio = 0;
 };

@@ -28,8 +28,11 @@ ConnectionBadge::ConnectionBadge(QWidget *parent) : QWidget(parent)
 
 ConnectionBadge::~ConnectionBadge() = default;
 
+// Every device check publishes the watch again: an unchanged state costs no new layout.
 void ConnectionBadge::setConnected(bool connected)
 {
+    if (connected == m_connected)
+        return;
     m_connected = connected;
     setAccessibleName(text());
     updateGeometry();

@@ -62,6 +62,7 @@ OverviewDeviceCard::OverviewDeviceCard(DeviceMonitor *monitor, QWidget *parent)
     outer->setContentsMargins(0, 0, 0, 0);
     outer->addWidget(card);
 
+    m_spinner->setVisible(monitor->isChecking());
     connect(monitor, &DeviceMonitor::connectedWatchChanged, this, &OverviewDeviceCard::refresh);
     connect(monitor, &DeviceMonitor::isCheckingChanged, this, &OverviewDeviceCard::refresh);
     connect(monitor, &DeviceMonitor::connectionHintChanged, this, &OverviewDeviceCard::refresh);
@@ -72,7 +73,19 @@ OverviewDeviceCard::~OverviewDeviceCard() = default;
 
 void OverviewDeviceCard::refresh()
 {
-    m_spinner->setVisible(m_monitor->isChecking());
+    // A check that begins and ends within one turn of the event loop (reading the USB bus) is never
+    // on screen: the spinner follows the state as it stands once the turn is over, which spares the
+    // card two new layouts every few seconds.
+    if (!m_spinnerFollowPending) {
+        m_spinnerFollowPending = true;
+        QMetaObject::invokeMethod(
+            this,
+            [this] {
+                m_spinnerFollowPending = false;
+                m_spinner->setVisible(m_monitor->isChecking());
+            },
+            Qt::QueuedConnection);
+    }
     if (const auto &watch = m_monitor->connectedWatch()) {
         m_tile->setFill(Theme::withOpacity(Theme::green(), Theme::Opacity::connectedTile));
         m_tile->setSymbol(QStringLiteral("applewatch.radiowaves.left.and.right"), Theme::green());

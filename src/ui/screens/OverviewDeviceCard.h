@@ -21,6 +21,7 @@ private:
 
     DeviceMonitor *m_monitor;
     BusySpinner *m_spinner;
+    bool m_spinnerFollowPending = false;
     SymbolTile *m_tile;
     QLabel *m_title;
     QLabel *m_detail;

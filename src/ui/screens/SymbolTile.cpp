@@ -14,14 +14,19 @@ SymbolTile::SymbolTile(int side, qreal radius, int symbolSize, QWidget *parent)
 
 SymbolTile::~SymbolTile() = default;
 
+// Screens set the same look again on every device check: only a change repaints.
 void SymbolTile::setFill(const QBrush &fill)
 {
+    if (fill == m_fill)
+        return;
     m_fill = fill;
     update();
 }
 
 void SymbolTile::setSymbol(const QString &symbol, const QColor &tint)
 {
+    if (symbol == m_symbol && tint == m_tint)
+        return;
     m_symbol = symbol;
     m_tint = tint;
     update();
@@ -29,6 +34,8 @@ void SymbolTile::setSymbol(const QString &symbol, const QColor &tint)
 
 void SymbolTile::setSymbolSize(int symbolSize)
 {
+    if (symbolSize == m_symbolSize)
+        return;
     m_symbolSize = symbolSize;
     update();
 }

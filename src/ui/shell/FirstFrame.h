@@ -11,4 +11,8 @@ namespace FirstFrame {
 
 void whenPainted(QWidget *window, std::function<void()> then);
 
+// Runs `then` once `widget` has been painted for the first time and that frame is on screen,
+// without logging anything.
+void afterFirstPaint(QWidget *widget, std::function<void()> then);
+
 } // namespace FirstFrame

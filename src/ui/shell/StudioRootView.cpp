@@ -11,6 +11,7 @@
 #include "ui/screens/RestoreConfirmationSheet.h"
 #include "ui/screens/RestoreView.h"
 #include "ui/screens/ScreenLabels.h"
+#include "ui/shell/FirstFrame.h"
 #include "ui/shell/StudioSidebar.h"
 #include "ui/shell/UnsignedFirmwareAlert.h"
 
@@ -19,7 +20,6 @@
 #include <QScrollArea>
 #include <QSplitter>
 #include <QStackedWidget>
-#include <QTimer>
 
 namespace {
 constexpr int sidebarMinimumWidth = 230;
@@ -170,7 +170,12 @@ void StudioRootView::showEvent(QShowEvent *event)
     if (m_started)
         return;
     m_started = true;
-    QTimer::singleShot(0, m_model, &StudioModel::start);
+    // Once the view is on screen, not before: the first catalogue request loads the TLS
+    // libraries and the device check reads the USB bus, and neither shows in the first frame.
+    FirstFrame::afterFirstPaint(window(), [model = QPointer<StudioModel>(m_model)] {
+        if (model)
+            model->start();
+    });
 }
 
 void StudioRootView::showNavigation()

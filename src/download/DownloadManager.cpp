@@ -191,7 +191,10 @@ void DownloadManager::cancel()
 void DownloadManager::handleReport(quint64 transfer, const TransferReport &report)
 {
     if (report.kind == TransferReport::Kind::progressed) {
-        handleProgress(report.received, report.total);
+        // Progress already on its way when the user cancelled (or started anew) must not move
+        // the bar of what the screen now shows.
+        if (isCurrent(transfer))
+            handleProgress(report.received, report.total);
         return;
     }
     std::optional<LiveTransfer> ended = takeTransfer(transfer);
@@ -203,6 +206,14 @@ void DownloadManager::handleReport(quint64 transfer, const TransferReport &repor
     }
     ended.reset(); // the partial data is free for the next start
     handleTransferFailed(*report.failure);
+}
+
+bool DownloadManager::isCurrent(quint64 id) const
+{
+    return m_task &&
+           std::any_of(m_transfers.begin(), m_transfers.end(), [this, id](const LiveTransfer &live) {
+               return live.id == id && live.transfer.get() == m_task;
+           });
 }
 
 std::optional<DownloadManager::LiveTransfer> DownloadManager::takeTransfer(quint64 id)

@@ -84,6 +84,8 @@ private:
         std::unique_ptr<FileTransfer> transfer;
         std::shared_ptr<QLockFile> claim;
     };
+    // Whether the transfer is the one the screen shows (not cancelled, not replaced).
+    bool isCurrent(quint64 id) const;
     // Takes the ended transfer out, its thread finished; null when it is not known.
     std::optional<LiveTransfer> takeTransfer(quint64 id);
     QCoro::Task<> verify(QString destination, std::shared_ptr<QLockFile> claim);

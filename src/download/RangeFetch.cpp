@@ -125,23 +125,30 @@ size_t RangeFetch::writeCallback(char *data, size_t size, size_t count, void *se
     return static_cast<RangeFetch *>(self)->write(data, size * count);
 }
 
+bool RangeFetch::takeAnswer()
+{
+    m_answered = true;
+    if (const std::optional<QString> refused = refusal()) {
+        long status = 0;
+        curl_easy_getinfo(m_handle, CURLINFO_RESPONSE_CODE, &status);
+        // The code is the HTTP status, for whoever needs more than the text.
+        report({FetchEvent::Kind::failed,
+                {},
+                Failure::platform(Failure::Domain::network, *refused, int(status))});
+        return false;
+    }
+    m_events.push_back({FetchEvent::Kind::answered, readAnswer(), std::nullopt});
+    return true;
+}
+
 size_t RangeFetch::write(const char *data, size_t size)
 {
     m_stall.dataArrived();
     if (m_ended)
         return 0;
     if (!m_answered) {
-        m_answered = true;
-        if (const std::optional<QString> refused = refusal()) {
-            long status = 0;
-            curl_easy_getinfo(m_handle, CURLINFO_RESPONSE_CODE, &status);
-            // The code is the HTTP status, for whoever needs more than the text.
-            report({FetchEvent::Kind::failed,
-                    {},
-                    Failure::platform(Failure::Domain::network, *refused, int(status))});
+        if (!takeAnswer())
             return 0;
-        }
-        m_events.push_back({FetchEvent::Kind::answered, readAnswer(), std::nullopt});
         // The same bytes come back once the transfer has decided where they go.
         return CURL_WRITEFUNC_PAUSE;
     }
@@ -168,18 +175,8 @@ void RangeFetch::finished(CURLcode result)
     if (m_ended)
         return;
     // A response without a body says what it is only now.
-    if (!m_answered && result == CURLE_OK) {
-        m_answered = true;
-        if (const std::optional<QString> refused = refusal()) {
-            long status = 0;
-            curl_easy_getinfo(m_handle, CURLINFO_RESPONSE_CODE, &status);
-            report({FetchEvent::Kind::failed,
-                    {},
-                    Failure::platform(Failure::Domain::network, *refused, int(status))});
-            return;
-        }
-        m_events.push_back({FetchEvent::Kind::answered, readAnswer(), std::nullopt});
-    }
+    if (!m_answered && result == CURLE_OK && !takeAnswer())
+        return;
     if (result != CURLE_OK) {
         report({FetchEvent::Kind::failed, {}, CurlFailure::describe(result, m_handle)});
         return;

@@ -81,6 +81,8 @@ private:
     size_t write(const char *data, size_t size);
     RangeAnswer readAnswer() const;
     std::optional<QString> refusal() const;
+    // Reads the response's head once: queues the answer, or fails the fetch when it is refused.
+    bool takeAnswer();
     void report(FetchEvent event);
 
     CURLM *m_multi;

@@ -161,17 +161,16 @@ double secondsOf(const QElapsedTimer &timer)
     return double(timer.nsecsElapsed()) / 1e9;
 }
 
-// curl -o, then shasum -a 256 of what it wrote: what a technician would do by hand.
-Run downloadWithCurl(const ServerThread &server, const QString &output, const QString &digest)
+// A download tool run to the end, then shasum -a 256 of what it wrote: what a technician would
+// do by hand.
+Run downloadWithTool(const QString &program, const QStringList &arguments, const QString &output,
+                     const QString &digest)
 {
     Run run;
     const double childrenBefore = usageSeconds(RUSAGE_CHILDREN);
     QElapsedTimer timer;
     timer.start();
-    const int status =
-        QProcess::execute(QStringLiteral("curl"), {QStringLiteral("-sS"), QStringLiteral("--cacert"),
-                                                   LocalHttpServer::testCertificatePath(),
-                                                   QStringLiteral("-o"), output, server.url().toString()});
+    const int status = QProcess::execute(program, arguments);
     QProcess shasum;
     shasum.start(QStringLiteral("/usr/bin/shasum"), {QStringLiteral("-a"), QStringLiteral("256"), output});
     shasum.waitForFinished(-1);
@@ -182,31 +181,29 @@ Run downloadWithCurl(const ServerThread &server, const QString &output, const QS
     return run;
 }
 
-// aria2c on 16 connections with 1 MiB pieces, then shasum: the fastest common tool for a
-// server that limits each connection. Nothing when aria2c is not installed.
+Run downloadWithCurl(const ServerThread &server, const QString &output, const QString &digest)
+{
+    return downloadWithTool(QStringLiteral("curl"),
+                            {QStringLiteral("-sS"), QStringLiteral("--cacert"),
+                             LocalHttpServer::testCertificatePath(), QStringLiteral("-o"), output,
+                             server.url().toString()},
+                            output, digest);
+}
+
+// aria2c on 16 connections with 1 MiB pieces: the fastest common tool for a server that limits
+// each connection. Nothing when aria2c is not installed.
 std::optional<Run> downloadWithAria2(const ServerThread &server, const QString &output, const QString &digest)
 {
     const QString aria2 = QStandardPaths::findExecutable(QStringLiteral("aria2c"));
     if (aria2.isEmpty())
         return std::nullopt;
-    Run run;
-    const double childrenBefore = usageSeconds(RUSAGE_CHILDREN);
-    QElapsedTimer timer;
-    timer.start();
     const QFileInfo target(output);
-    const int status = QProcess::execute(
-        aria2, {QStringLiteral("-q"), QStringLiteral("-x16"), QStringLiteral("-s16"), QStringLiteral("-k1M"),
-                QStringLiteral("--file-allocation=none"), QStringLiteral("--allow-overwrite=true"),
-                QStringLiteral("-d"), target.path(), QStringLiteral("-o"), target.fileName(),
-                server.url().toString()});
-    QProcess shasum;
-    shasum.start(QStringLiteral("/usr/bin/shasum"), {QStringLiteral("-a"), QStringLiteral("256"), output});
-    shasum.waitForFinished(-1);
-    run.seconds = secondsOf(timer);
-    run.cpuSeconds = usageSeconds(RUSAGE_CHILDREN) - childrenBefore;
-    run.ok = status == 0 && shasum.readAllStandardOutput().startsWith(digest.toLatin1());
-    QFile::remove(output);
-    return run;
+    return downloadWithTool(aria2,
+                            {QStringLiteral("-q"), QStringLiteral("-x16"), QStringLiteral("-s16"),
+                             QStringLiteral("-k1M"), QStringLiteral("--file-allocation=none"),
+                             QStringLiteral("--allow-overwrite=true"), QStringLiteral("-d"), target.path(),
+                             QStringLiteral("-o"), target.fileName(), server.url().toString()},
+                            output, digest);
 }
 
 WatchFirmware benchFirmware(const QUrl &url, const QString &sha256)

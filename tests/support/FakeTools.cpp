@@ -27,8 +27,6 @@ QString FakeTools::write(const QString &absolutePath, const FakeToolBehaviour &b
     QDir().mkpath(QFileInfo(absolutePath).absolutePath());
 
     QByteArray script = "#!/bin/sh\n";
-    if (behaviour.secondsBeforeOutput > 0)
-        script += "sleep " + QByteArray::number(behaviour.secondsBeforeOutput, 'f', 3) + "\n";
     script += "echo run >> " + shellQuoted(absolutePath + QStringLiteral(".runs")) + "\n";
     script += ": > " + shellQuoted(absolutePath + QStringLiteral(".args")) + "\n";
     script += "for argument in \"$@\"; do printf '%s\\0' \"$argument\" >> " +

@@ -6,11 +6,10 @@
 #include <QString>
 #include <QStringList>
 
-// What a fake tool does when it runs, in this order: sleep, record its arguments and
+// What a fake tool does when it runs, in this order: record its arguments and
 // environment, write each chunk (pausing between chunks), exit with the status.
 struct FakeToolBehaviour {
     QList<QByteArray> chunks;
-    double secondsBeforeOutput = 0;
     double secondsBetweenChunks = 0;
     int exitStatus = 0;
     // Shell commands run after the chunks, before exiting (for special cases like a signal).

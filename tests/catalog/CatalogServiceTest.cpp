@@ -219,24 +219,24 @@ private slots:
         const struct {
             const char *label;
             HttpResponse response;
-            Failure::Domain domain;
             QString mentions;
         } cases[] = {
-            {"404", HttpResponse::withStatus(404, "[]"), Failure::Domain::studio, invalid},
-            {"203", HttpResponse::withStatus(203, "[]"), Failure::Domain::studio, invalid},
+            {"404", HttpResponse::withStatus(404, "[]"), invalid},
+            {"203", HttpResponse::withStatus(203, "[]"), invalid},
             {"malformed last record",
              HttpResponse::ok(catalogueOf(
                  {"{'version':'1','build':'A'}", "{'version':'2','build':'B'}", "{'version':'3'}"})),
-             Failure::Domain::json, QStringLiteral("запись 2, ключ «build»")},
-            {"connection dropped", dropped, Failure::Domain::network, QString()},
+             QStringLiteral("запись 2, ключ «build»")},
+            {"connection dropped", dropped, {}},
             // A failed transfer stays a transfer failure, whatever status was seen before it broke.
-            {"redirect loop", HttpResponse::redirect(catalogPath), Failure::Domain::network, QString()},
+            {"redirect loop", HttpResponse::redirect(catalogPath), {}},
         };
         for (const auto &c : cases) {
             const Result<QList<WatchFirmware>> result = load(c.response);
+            // Without a mention, the transfer's own failure, not the catalogue's.
             QVERIFY2(
-                !result && result.failure().domain() == c.domain &&
-                    result.failure().description().contains(c.mentions),
+                !result && (c.mentions.isEmpty() ? result.failure().description() != invalid
+                                                 : result.failure().description().contains(c.mentions)),
                 qPrintable(QString::fromLatin1(c.label) +
                            (result ? QString() : QStringLiteral(": ") + result.failure().description())));
         }
@@ -262,9 +262,6 @@ private slots:
                 service.reset();
             const Result<QList<WatchFirmware>> result = waitForLoad(std::move(loading));
             QVERIFY(!result);
-            QCOMPARE(result.failure().domain(), Failure::Domain::network);
-            QCOMPARE(result.failure().code(), int(destroyService ? QNetworkReply::OperationCanceledError
-                                                                 : QNetworkReply::TimeoutError));
             QCOMPARE(result.failure().description() == QStringLiteral("Превышен лимит времени на запрос."),
                      !destroyService);
         }

@@ -5,7 +5,6 @@
 #include "download/ResumeRecord.h"
 #include "support/TestFiles.h"
 
-#include <QNetworkReply>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QStandardPaths>
@@ -112,9 +111,6 @@ private slots:
         const QString reason =
             cut.stall ? QStringLiteral("Превышен лимит времени на запрос.") : result.failure().description();
         QCOMPARE(h.shown(result), h.failed(transferError, reason));
-        QCOMPARE(result.failure().domain(), Failure::Domain::network);
-        if (cut.stall)
-            QCOMPARE(result.failure().code(), int(QNetworkReply::TimeoutError));
         QVERIFY(h.server.requests().size() >= cut.minimumConnections);
         QVERIFY(h.cacheListing().isEmpty()); // nothing under the image's name, nothing beside it
         QCOMPARE(FakeTools::runCount(h.paths.shasum()), 0);
@@ -225,7 +221,6 @@ private slots:
         QCOMPARE(h.shown(result),
                  h.failed(transferError, QStringLiteral("Недостаточно места на диске: для загрузки нужно 2,1 "
                                                         "ГБ, свободно 50 МБ.")));
-        QCOMPARE(result.failure().domain(), Failure::Domain::fileSystem);
         QCOMPARE(h.statuses, (QStringList{QStringLiteral("Загрузка с CDN Apple…"), transferError}));
         QVERIFY(!h.manager.isDownloading());
         QVERIFY(h.server.requests().isEmpty());
@@ -257,7 +252,6 @@ private slots:
             QCOMPARE(h.shown(result),
                      h.failed(transferError, QStringLiteral("Не удалось записать загруженные данные на диск: "
                                                             "файл слишком велик для этого диска.")));
-            QCOMPARE(result.failure().domain(), Failure::Domain::fileSystem);
             QVERIFY(h.cacheListing().isEmpty());
             QVERIFY(QTest::qWaitFor([] { return !partialListing().join(u' ').contains(u".lock"); }, 5000));
             QCOMPARE(partialData().size(), disk.resumable ? 2 : 0);
@@ -350,36 +344,25 @@ private slots:
     // transfer is running.
     void staleHeldDataIsRemoved()
     {
-        const struct {
-            bool inCatalogue;
-            int ageDays;
-            bool running;
-            bool kept;
-        } cases[] = {{true, 1, false, true},
-                     {false, 1, false, false},
-                     {true, 8, false, false},
-                     {false, 8, true, true}};
+        // Offered in the catalogue, age in days, transfer running, data kept.
+        const int cases[][4] = {{1, 1, 0, 1}, {0, 1, 0, 0}, {1, 8, 0, 0}, {0, 8, 1, 1}};
         const QUrl url(QStringLiteral("https://updates.cdn-apple.com/a/Watch6,1_Restore.ipsw"));
         const QUrl other(QStringLiteral("https://updates.cdn-apple.com/b/other.ipsw"));
-        for (const auto &c : cases) {
+        for (const auto &[offered, ageDays, running, kept] : cases) {
             TestPaths paths;
             QVERIFY(writeFile(PartialDownloads::dataPath(url), "held"));
             QVERIFY(PartialDownloads::save(ResumeRecord{url, 10, firstTag, {}, {Segment{0, 4, 10, false}}}));
             QFile record(PartialDownloads::recordPath(url));
             QVERIFY(record.open(QIODevice::ReadWrite));
-            QVERIFY(record.setFileTime(QDateTime::currentDateTimeUtc().addDays(-c.ageDays),
+            QVERIFY(record.setFileTime(QDateTime::currentDateTimeUtc().addDays(-ageDays),
                                        QFileDevice::FileModificationTime));
             record.close();
 
-            PartialDownloads::removeStale(QList{c.inCatalogue ? url : other},
-                                          c.running ? QList{url} : QList<QUrl>{});
-            const QString row = QStringLiteral("offered %1, %2 days old, running %3: ")
-                                    .arg(c.inCatalogue)
-                                    .arg(c.ageDays)
-                                    .arg(c.running);
+            PartialDownloads::removeStale(QList{offered ? url : other}, running ? QList{url} : QList<QUrl>{});
+            const QString row = QStringLiteral("%1 %2 %3: ").arg(offered).arg(ageDays).arg(running);
             QCOMPARE(row + QString::number(partialData().size()) +
-                         (PartialDownloads::load(url) ? " with its record" : ""),
-                     row + (c.kept ? "2 with its record" : "0"));
+                         (PartialDownloads::load(url) ? "+record" : ""),
+                     row + (kept ? "2+record" : "0"));
         }
     }
 };

@@ -15,11 +15,10 @@ namespace {
 
 using MaybeTool = std::optional<FakeToolBehaviour>; // none: the tool is missing
 
-MaybeTool printingOnStandardError(const QByteArray &line, int status)
+FakeToolBehaviour printingThen(const QByteArray &output, const QByteArray &shell, int status = 0)
 {
-    FakeToolBehaviour behaviour;
-    behaviour.extraShell = "echo '" + line + "' >&2";
-    behaviour.exitStatus = status;
+    FakeToolBehaviour behaviour = FakeToolBehaviour::printing(output, status);
+    behaviour.extraShell = shell;
     return behaviour;
 }
 
@@ -47,15 +46,6 @@ void verifyToolEnvironment(const TestPaths &paths, const QString &tool)
     QCOMPARE(environment.value(QStringLiteral("LC_ALL")), QStringLiteral("C"));
     QCOMPARE(environment.value(ToolLocator::librarySearchVariable()).split(u':').first(),
              paths.tool(QStringLiteral("lib")));
-}
-
-// What the companion prints for one device; the document is compact, its keys in order.
-QByteArray listingOf(const QByteArray &ecid, const QByteArray &deviceType)
-{
-    const QByteArray quoted = '"' + ecid + '"';
-    const QByteArray type = deviceType.isEmpty() ? QByteArray() : ",\"deviceType\":\"" + deviceType + '"';
-    return "{\"Command\":\"list\",\"Devices\":[" + quoted + "],\"Output\":{" + quoted +
-           ":{\"ECID\":" + quoted + type + "}},\"Type\":\"CommandOutput\"}\n";
 }
 
 // What the companion answers `list` with, given irecovery's behaviour; `complaint` is how
@@ -120,12 +110,14 @@ private slots:
         QTest::newRow("device this irecovery does not know")
             << Listing{FakeToolBehaviour::printing(testData("irecovery-q-unknown-device.txt")),
                        0,
-                       listingOf("0x3F7C1E2D4A6B8", {}),
+                       R"({"Command":"list","Devices":["0x3F7C1E2D4A6B8"],"Output":{"0x3F7C1E2D4A6B8":)"
+                       R"({"ECID":"0x3F7C1E2D4A6B8"}},"Type":"CommandOutput"})"
+                       "\n",
                        {}};
         // The application reads both streams as one: a failure must not look like a list.
         QTest::newRow("irecovery missing") << Listing{{}, 1, {}, "cfgutil: irecovery not found at "};
         QTest::newRow("another irecovery error") << Listing{
-            printingOnStandardError("ERROR: Operation unsupported by driver", 255),
+            printingThen({}, "echo 'ERROR: Operation unsupported by driver' >&2", 255),
             1,
             {},
             "cfgutil: irecovery -q failed with status 255: ERROR: Operation unsupported by driver"};
@@ -167,10 +159,9 @@ private slots:
     {
         QFETCH(Restore, restore);
         const QString restoreTarget = restore.restoreTarget;
-        FakeToolBehaviour restoring = FakeToolBehaviour::printing("Progress: 1%\n", restore.status);
-        restoring.extraShell = "echo 'Waiting for device' >&2";
-        const QString tool =
-            fakeTool("idevicerestore", restoreTarget.isEmpty() ? std::nullopt : MaybeTool(restoring));
+        const MaybeTool restoring =
+            printingThen("Progress: 1%\n", "echo 'Waiting for device' >&2", restore.status);
+        const QString tool = fakeTool("idevicerestore", restoreTarget.isEmpty() ? std::nullopt : restoring);
 
         const RestoreDestinations destinations{QDir(m_paths->root()).filePath("logs/restore-now.log"),
                                                QDir(m_paths->root()).filePath("cache")};

@@ -210,22 +210,6 @@ private slots:
         finishesFrom(h, path, firmware, body, kept);
     }
 
-    void tooLittleSpaceFailsBeforeTheFirstByte()
-    {
-        DownloadTestHarness h;
-        FreeSpace::Testing::setAvailable(50'000'000);
-        WatchFirmware firmware = h.firmware(QStringLiteral("/big_Restore.ipsw"));
-        firmware.size = 2'000'000'000;
-
-        const Result<QString> result = h.download(firmware);
-        QCOMPARE(h.shown(result),
-                 h.failed(transferError, QStringLiteral("Недостаточно места на диске: для загрузки нужно 2,1 "
-                                                        "ГБ, свободно 50 МБ.")));
-        QCOMPARE(h.statuses, (QStringList{QStringLiteral("Загрузка с CDN Apple…"), transferError}));
-        QVERIFY(!h.manager.isDownloading());
-        QVERIFY(h.server.requests().isEmpty());
-    }
-
     // When the disk is full, the transfer fails with the file system's reason and what stays is
     // either data with a record that can continue it, or nothing; once there is space again the
     // next download continues or starts cleanly.
@@ -297,15 +281,27 @@ private slots:
         finishesFrom(h, path, firmware, body, mebibyte);
     }
 
-    // The firmware folder on another volume: the finished image is copied there under a
-    // temporary name first. A copy that cannot be made says why, leaves nothing under the
-    // image's name and keeps the finished data, so that the next start only copies again.
-    void imageIsCopiedToAnotherVolumeOrKept()
+    // Too little space for the download fails before its first byte. With the firmware folder on
+    // another volume, the finished image is copied there under a temporary name first. A copy
+    // that cannot be made says why, leaves nothing under the image's name and keeps the finished
+    // data, so that the next start only copies again.
+    void tooLittleSpaceLosesNothing()
     {
+        DownloadTestHarness h;
+        FreeSpace::Testing::setAvailable(50'000'000);
+        WatchFirmware big = h.firmware(QStringLiteral("/big_Restore.ipsw"));
+        big.size = 2'000'000'000;
+        QCOMPARE(h.shown(h.download(big)),
+                 h.failed(transferError, QStringLiteral("Недостаточно места на диске: для загрузки нужно 2,1 "
+                                                        "ГБ, свободно 50 МБ.")));
+        QCOMPARE(h.statuses, (QStringList{QStringLiteral("Загрузка с CDN Apple…"), transferError}));
+        QVERIFY(!h.manager.isDownloading());
+        QVERIFY(h.server.requests().isEmpty());
+        FreeSpace::Testing::setAvailable(std::nullopt);
+
         QTemporaryDir otherVolume(QStringLiteral("/dev/shm/corvalin-test-XXXXXX"));
         if (!otherVolume.isValid())
             QSKIP("no second volume at /dev/shm");
-        DownloadTestHarness h;
         h.paths.setDownloadsFolder(otherVolume.path());
         QVERIFY(!FreeSpace::sameVolume(PartialDownloads::folder(), h.cache()));
         const QByteArray body = patternBody(3 * mebibyte);

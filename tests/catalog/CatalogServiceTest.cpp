@@ -5,7 +5,6 @@
 #include "support/TestPaths.h"
 
 #include <QCoroTask>
-#include <QNetworkReply>
 #include <QTest>
 
 #include <memory>

@@ -2,7 +2,6 @@
 #include "support/TestFiles.h"
 #include "support/TestPaths.h"
 
-#include <QDir>
 #include <QFile>
 #include <QTest>
 

@@ -100,27 +100,6 @@ private slots:
         }
     }
 
-    void cachedFileIsReusedWithoutNetworkOrVerification()
-    {
-        DownloadTestHarness h;
-        const QString path = h.cached(QStringLiteral("c_Restore.ipsw"));
-        QVERIFY(writeFile(path, "truncated"));
-        QSignalSpy busySpy(&h.manager, &DownloadManager::isDownloadingChanged);
-
-        const WatchFirmware firmware = h.firmware(QStringLiteral("/c_Restore.ipsw"), sha256Hex("whole"));
-        QCOMPARE(h.manager.existingFile(firmware), std::optional<QString>(path));
-        const auto log = h.start(firmware);
-        QCOMPARE(log->calls, 0); // delivered as a later job, never from inside start
-        QCOMPARE(h.manager.downloadedURL(), std::optional<QString>(path));
-        QVERIFY(waitForCalls(*log));
-        QCOMPARE(log->last->value(), path);
-        QVERIFY(log->alwaysOnGuiThread);
-        QVERIFY(h.server.requests().isEmpty());
-        QCOMPARE(FakeTools::runCount(h.paths.shasum()), 0);
-        QCOMPARE(busySpy.count(), 0);
-        QCOMPARE(h.statuses, QStringList{QStringLiteral("Файл уже загружен")});
-    }
-
     // Cancelling shows "cancelled" at once; the transfer's own report of the cancellation
     // then arrives as a transfer error and is what the caller receives.
     // Cancel means cancel: nothing is kept for a later attempt.
@@ -191,9 +170,27 @@ private slots:
         QCOMPARE(log->calls, 0);
     }
 
-    void destinationIsReplacedOrReportedWhenItCannotBe()
+    // A file under the catalogue's name is the image: it is used as it is, without network or
+    // digest. A file under the name the link gives is replaced, a folder there is reported.
+    void whatLiesAtTheDestination()
     {
         DownloadTestHarness h;
+        const QString path = h.cached(QStringLiteral("c_Restore.ipsw"));
+        QVERIFY(writeFile(path, "truncated"));
+        QSignalSpy busySpy(&h.manager, &DownloadManager::isDownloadingChanged);
+        const WatchFirmware cached = h.firmware(QStringLiteral("/c_Restore.ipsw"), sha256Hex("whole"));
+        QCOMPARE(h.manager.existingFile(cached), std::optional<QString>(path));
+        const auto log = h.start(cached);
+        QCOMPARE(log->calls, 0); // delivered as a later job, never from inside start
+        QCOMPARE(h.manager.downloadedURL(), std::optional<QString>(path));
+        QVERIFY(waitForCalls(*log));
+        QCOMPARE(log->last->value(), path);
+        QVERIFY(log->alwaysOnGuiThread);
+        QVERIFY(h.server.requests().isEmpty());
+        QCOMPARE(FakeTools::runCount(h.paths.shasum()), 0);
+        QCOMPARE(busySpy.count(), 0);
+        QCOMPARE(h.statuses, QStringList{QStringLiteral("Файл уже загружен")});
+
         h.server.setResponse(QStringLiteral("/j_Restore.ipsw"), HttpResponse::ok("fresh"));
         // The catalogue's file name differs from the link's, so the cache check does not
         // see what lies at the destination.
@@ -213,7 +210,7 @@ private slots:
                  h.failed(QStringLiteral("Ошибка сохранения"),
                           QStringLiteral("Не удалось сохранить образ в папке прошивок: на месте файла лежит "
                                          "папка или другой файл.")));
-        QCOMPARE(h.cacheListing(), QStringList{QStringLiteral("j_Restore.ipsw")});
+        QCOMPARE(h.cacheListing(), (QStringList{"c_Restore.ipsw", "j_Restore.ipsw"}));
     }
 };
 

@@ -170,15 +170,13 @@ void State::setNumber(const std::string &key, long long value)
 void State::leave(Mode next, const std::string &nextStage)
 {
     set("mode", "none");
-    set("uploads_here", "0"); // the stage that comes up next has nothing loaded yet
-    set("dfu_image", "");
     if (next != Mode::None && number("fault_no_return") != 0) {
         logLine("fault no-return");
         next = Mode::None;
     }
     set("next_mode", next == Mode::None ? "" : modeName(next));
     set("next_stage", nextStage);
-    setNumber("arrive_at", nowMs() + number("reconnect_ms", 500));
+    setNumber("arrive_at", nowMs() + 500);
     logLine("leave");
     writeUsbView();
 }

@@ -167,7 +167,7 @@ private slots:
         QFETCH(Run, run);
         VirtualWatchStudio studio;
         studio.attach(run.mode);
-        studio.chooseSyntheticImage(RestoreImage::series6());
+        studio.chooseSyntheticImage();
         const bool throughTheWindow = run.mode == Mode::Recovery;
         RestoreView restoreView(studio.model(), studio.monitor(), studio.restore());
         LogView logView(studio.model(), studio.restore());
@@ -206,8 +206,6 @@ private slots:
         QCOMPARE(studio.signing.requests().size(), 1);
         const SigningServer::Request &request = studio.signing.requests().constFirst();
         QCOMPARE(request.ecid, 0x1A2B3C4D5E6Fu);
-        QCOMPARE(request.chipId, 0x8301u);
-        QCOMPARE(request.boardId, 0x08u);
         QCOMPARE(request.apNonce.toHex(), nonce);
         QCOMPARE(request.versionInfo, QByteArray("libauthinstall-1104.0.9")); // as current upstream asks
 
@@ -262,7 +260,7 @@ private slots:
         studio.signing.setAnswer(fault.answer);
         studio.attach(Mode::Recovery);
         studio.watch.setFaults({.vanishAfterUpload = fault.vanishAfterUpload});
-        studio.chooseSyntheticImage(RestoreImage::series6());
+        studio.chooseSyntheticImage();
         studio.startRestore();
         QTRY_VERIFY_WITH_TIMEOUT(!studio.restore()->isRestoring(), 30000);
 
@@ -282,7 +280,7 @@ private slots:
         VirtualWatchStudio studio;
         studio.attach(Mode::Recovery);
         studio.watch.setFaults({.neverComeBack = true});
-        studio.chooseSyntheticImage(RestoreImage::series6());
+        studio.chooseSyntheticImage();
         studio.startRestore();
         QTRY_VERIFY_WITH_TIMEOUT(studio.watch.logged(QStringLiteral("leave")), 30000);
         QTest::qWait(1500); // into the tool's wait for the watch to reconnect
@@ -301,7 +299,7 @@ private slots:
     {
         VirtualWatchStudio studio;
         studio.attach(Mode::Recovery);
-        studio.chooseSyntheticImage(RestoreImage::series6());
+        studio.chooseSyntheticImage();
         studio.signing.holdAnswers(true);
         studio.startRestore();
         QTRY_COMPARE_WITH_TIMEOUT(studio.signing.requests().size(), 1, 30000);
@@ -334,7 +332,7 @@ private slots:
         studio.attach(Mode::Dfu);
         const QByteArray newNonce = "00112233445566778899aabbccddeeff00112233445566778899aabbccddeeff";
         studio.watch.setFaults({.nonceAfterIbss = newNonce});
-        studio.chooseSyntheticImage(RestoreImage::series6());
+        studio.chooseSyntheticImage();
         studio.startRestore();
         QTRY_VERIFY_WITH_TIMEOUT(studio.logHas(waiting) || !studio.restore()->isRestoring(), 110000);
         QVERIFY2(studio.restore()->isRestoring(), qPrintable(studio.restore()->logText()));

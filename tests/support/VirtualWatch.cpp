@@ -76,17 +76,17 @@ void VirtualWatch::attach(Mode mode, const Identity &identity)
     entryPoint<void (*)(const char *)>("corvalin_virtual_watch_arrive")(state.constData());
 }
 
-void VirtualWatch::attach(Mode mode)
-{
-    attach(mode, Identity());
-}
-
 void VirtualWatch::setFaults(const Faults &faults)
 {
     const auto set = entryPoint<void (*)(const char *, const char *)>("corvalin_virtual_watch_set");
     set("fault_vanish_after_upload", QByteArray::number(faults.vanishAfterUpload).constData());
     set("fault_no_return", faults.neverComeBack ? "1" : "0");
     set("nonce_after_ibss", faults.nonceAfterIbss.constData());
+}
+
+void VirtualWatch::attach(Mode mode)
+{
+    attach(mode, Identity());
 }
 
 QStringList VirtualWatch::log() const

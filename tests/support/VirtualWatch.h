@@ -50,7 +50,7 @@ public:
 
     // Puts the watch on the bus in `mode`, forgetting earlier uploads and faults.
     void attach(Mode mode, const Identity &identity);
-    void attach(Mode mode); // a Watch6,1 with the default identity
+    void attach(Mode mode); // a Series 6 with the default identity
     void setFaults(const Faults &faults);
 
     // The transfer log, one entry a line:

@@ -14,19 +14,17 @@
 #include <libusb-1.0/libusb.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <fcntl.h>
 #include <map>
 #include <mutex>
 #include <string>
 #include <sys/file.h>
 #include <unistd.h>
-#include <vector>
 
 // libirecovery's event handler registers one hotplug callback on its own context, for arrivals
-// and departures of vendor 0x05AC, and always returns 0 from it (so it stays registered).
+// and departures of vendor 0x05AC, always returns 0 from it (so it stays registered), and is the
+// only thread that uses that context.
 struct libusb_context {
-    std::mutex mutex;
     libusb_hotplug_callback_fn callback = nullptr;
     void *userData = nullptr;
     // The device the hotplug callback was last told about.
@@ -82,11 +80,8 @@ struct HotplugEvent {
 
 HotplugEvent nextHotplugEvent(libusb_context *context)
 {
-    if (!vw::enabled())
-        return {};
     const vw::State state;
     libusb_device *current = state.present() ? deviceFor(state) : nullptr;
-    const std::lock_guard lock(context->mutex);
     if (context->announced && context->announced != current) {
         HotplugEvent left{context->announced, LIBUSB_HOTPLUG_EVENT_DEVICE_LEFT};
         context->announced = nullptr;
@@ -112,8 +107,7 @@ extern "C" {
 
 int libusb_init(libusb_context **context)
 {
-    if (context)
-        *context = new libusb_context;
+    *context = new libusb_context;
     return LIBUSB_SUCCESS;
 }
 
@@ -138,11 +132,9 @@ ssize_t libusb_get_device_list(libusb_context *, libusb_device ***list)
 {
     auto *devices = new libusb_device *[2] { nullptr, nullptr };
     ssize_t count = 0;
-    if (vw::enabled()) {
-        const vw::State state;
-        if (state.present())
-            devices[count++] = deviceFor(state);
-    }
+    const vw::State state;
+    if (state.present())
+        devices[count++] = deviceFor(state);
     *list = devices;
     return count;
 }
@@ -173,8 +165,6 @@ uint8_t libusb_get_device_address(libusb_device *device)
 int libusb_open(libusb_device *device, libusb_device_handle **handle)
 {
     *handle = nullptr;
-    if (!vw::enabled())
-        return LIBUSB_ERROR_NO_DEVICE;
     const vw::State state;
     if (!live(state, device))
         return LIBUSB_ERROR_NO_DEVICE;
@@ -208,19 +198,16 @@ int libusb_get_string_descriptor_ascii(libusb_device_handle *handle, uint8_t ind
     return static_cast<int>(text.size());
 }
 
-int libusb_get_configuration(libusb_device_handle *handle, int *configuration)
+// Configuration 1, which irecv_usb_set_configuration then leaves as it is.
+int libusb_get_configuration(libusb_device_handle *, int *configuration)
 {
-    const vw::State state;
-    if (!live(state, handle->device))
-        return LIBUSB_ERROR_NO_DEVICE;
-    *configuration = 1; // irecv_usb_set_configuration then leaves it as it is
+    *configuration = 1;
     return LIBUSB_SUCCESS;
 }
 
-int libusb_set_configuration(libusb_device_handle *handle, int)
+int libusb_set_configuration(libusb_device_handle *, int)
 {
-    const vw::State state;
-    return live(state, handle->device) ? LIBUSB_SUCCESS : LIBUSB_ERROR_NO_DEVICE;
+    return LIBUSB_SUCCESS;
 }
 
 // irecv_usb_set_interface claims interface 0 (and 1 in recovery modes above 0x1281). As usbfs
@@ -231,8 +218,6 @@ int libusb_set_configuration(libusb_device_handle *handle, int)
 // for over a minute before it asks for tickets without the SEP nonce.
 int libusb_claim_interface(libusb_device_handle *handle, int interface)
 {
-    if (interface < 0 || interface > 1)
-        return LIBUSB_ERROR_NOT_FOUND;
     {
         const vw::State state;
         if (!live(state, handle->device))
@@ -255,7 +240,7 @@ int libusb_claim_interface(libusb_device_handle *handle, int interface)
 
 int libusb_release_interface(libusb_device_handle *handle, int interface)
 {
-    if (interface < 0 || interface > 1 || handle->claims[interface] < 0)
+    if (handle->claims[interface] < 0)
         return LIBUSB_ERROR_NOT_FOUND;
     ::close(handle->claims[interface]);
     handle->claims[interface] = -1;
@@ -327,21 +312,17 @@ int libusb_handle_events_timeout(libusb_context *context, struct timeval *)
 // to notice it.
 void corvalin_virtual_watch_arrive(const char *text)
 {
-    if (vw::enabled())
-        vw::State().arrive(text);
+    vw::State().arrive(text);
 }
 
 void corvalin_virtual_watch_set(const char *key, const char *value)
 {
-    if (vw::enabled())
-        vw::State().set(key, value);
+    vw::State().set(key, value);
 }
 
 void corvalin_virtual_watch_settle()
 {
-    if (vw::enabled()) {
-        const vw::State settled;
-    }
+    const vw::State settled;
 }
 
 } // extern "C"

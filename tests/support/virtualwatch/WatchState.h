@@ -24,11 +24,7 @@ const char *modeName(Mode mode);
 // The USB product ID the watch shows in `mode` (0 for None).
 uint16_t productId(Mode mode);
 
-// Whether the environment names a watch folder at all; without one the bus is empty.
-bool enabled();
 std::string folderPath(const char *file);
-
-long long nowMs();
 
 // Appends a line to transfers.log.
 void logLine(const std::string &line);

@@ -68,25 +68,17 @@ private slots:
         for (const WatchFirmware &firmware : result.value())
             catalogueNames.insert(firmware.productType, firmware.deviceName);
 
-        struct Expected {
-            QString productType, model, name;
-        };
-        const Expected table[] = {
-            {QStringLiteral("Watch7,1"), QStringLiteral("n207sap"),
-             QStringLiteral("Apple Watch Series 9 (41mm)")},
-            {QStringLiteral("Watch6,18"), QStringLiteral("n199ap"), QStringLiteral("Apple Watch Ultra")},
-            {QStringLiteral("Watch1,1"), QStringLiteral("n27aap"),
-             QStringLiteral("Apple Watch 38mm (1st gen)")},
-            // Newer than upstream's table: added by the Tools folder's own patch.
-            {QStringLiteral("Watch8,1"), QStringLiteral("n240ap"), QStringLiteral("Apple Watch Ultra 4")},
-            {QStringLiteral("Watch8,4"), QStringLiteral("n238sap"),
-             QStringLiteral("Apple Watch Series 12 (42mm Cellular)")},
-        };
-        for (const Expected &expected : table) {
-            QCOMPARE(catalogueNames.value(expected.productType), expected.name);
-            const auto identity = QCoro::waitFor(DeviceMonitor::recoveryIdentity(expected.productType));
-            QCOMPARE(identity.model, expected.model);
-            QCOMPARE(identity.name, expected.name);
+        // Product type, model, name. The Watch8 ones are newer than upstream's table: added by the
+        // Tools folder's own patch.
+        const QStringList table[] = {{"Watch7,1", "n207sap", "Apple Watch Series 9 (41mm)"},
+                                     {"Watch6,18", "n199ap", "Apple Watch Ultra"},
+                                     {"Watch1,1", "n27aap", "Apple Watch 38mm (1st gen)"},
+                                     {"Watch8,1", "n240ap", "Apple Watch Ultra 4"},
+                                     {"Watch8,4", "n238sap", "Apple Watch Series 12 (42mm Cellular)"}};
+        for (const QStringList &expected : table) {
+            QCOMPARE(catalogueNames.value(expected[0]), expected[2]);
+            const auto identity = QCoro::waitFor(DeviceMonitor::recoveryIdentity(expected[0]));
+            QCOMPARE((QStringList{expected[0], identity.model, identity.name}), expected);
         }
     }
 

@@ -8,7 +8,6 @@
 
 #include <QCoroTask>
 #include <QDir>
-#include <QFile>
 #include <QTest>
 
 namespace {

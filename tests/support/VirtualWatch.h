@@ -26,7 +26,7 @@ public:
 
     struct Faults {
         int vanishAfterUpload = 0;      // gone for good once this many uploads are complete (from attach)
-        bool neverComeBack = false;     // the next reset, "go" or reboot takes it off the bus for good
+        bool neverComeBack = false;     // the next reset or "go" takes it off the bus for good
         QByteArray nonceAfterIbss = {}; // hexadecimal ApNonce it shows once iBSS runs
     };
 

@@ -116,6 +116,7 @@ void libusb_exit(libusb_context *context)
     delete context;
 }
 
+// Only the log level, which the tools set from their debug option.
 int libusb_set_option(libusb_context *, enum libusb_option, ...)
 {
     return LIBUSB_SUCCESS;
@@ -247,11 +248,13 @@ int libusb_release_interface(libusb_device_handle *handle, int interface)
     return LIBUSB_SUCCESS;
 }
 
+// irecv_usb_set_interface sets the alternate setting of the interface it has just claimed.
 int libusb_set_interface_alt_setting(libusb_device_handle *handle, int interface, int)
 {
     return handle->claims[interface & 1] >= 0 ? LIBUSB_SUCCESS : LIBUSB_ERROR_NOT_FOUND;
 }
 
+// irecv_usb_bulk_transfer clears the endpoint after a failed transfer; no endpoint stays halted here.
 int libusb_clear_halt(libusb_device_handle *, unsigned char)
 {
     return LIBUSB_SUCCESS;

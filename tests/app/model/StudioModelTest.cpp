@@ -1,5 +1,4 @@
 #include "StudioFixture.h"
-#include "download/DownloadManager.h"
 #include "tools/ToolLocator.h"
 
 #include <QCryptographicHash>

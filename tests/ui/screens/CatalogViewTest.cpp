@@ -6,8 +6,6 @@
 #include "ui/screens/CatalogView.h"
 #include "ui/screens/FirmwareListModel.h"
 
-#include <QApplication>
-#include <QCoroTask>
 #include <QFileInfo>
 #include <QLineEdit>
 #include <QListView>

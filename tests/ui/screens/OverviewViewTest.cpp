@@ -1,16 +1,12 @@
 #include "ScreenStudio.h"
 
-#include "device/DeviceMonitor.h"
 #include "download/DownloadManager.h"
 #include "ui/ActionRow.h"
 #include "ui/ErrorBanner.h"
 #include "ui/PlainButton.h"
-#include "ui/StudioButton.h"
 #include "ui/SymbolLabel.h"
 #include "ui/screens/OverviewView.h"
 
-#include <QCoroTask>
-#include <QLabel>
 #include <QStandardPaths>
 #include <QTest>
 

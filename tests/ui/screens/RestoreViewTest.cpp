@@ -1,6 +1,5 @@
 #include "ScreenStudio.h"
 
-#include "device/DeviceMonitor.h"
 #include "restore/RestoreManager.h"
 #include "ui/CheckLine.h"
 #include "ui/ErrorBanner.h"
@@ -8,7 +7,6 @@
 #include "ui/screens/RestoreConfirmationSheet.h"
 #include "ui/screens/RestoreView.h"
 
-#include <QCoroTask>
 #include <QLineEdit>
 #include <QStandardPaths>
 #include <QTest>

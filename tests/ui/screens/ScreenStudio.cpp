@@ -4,7 +4,6 @@
 #include "ui/Theme.h"
 #include "ui/UiTestSupport.h"
 
-#include <QApplication>
 
 namespace {
 

@@ -5,7 +5,6 @@
 #include "ui/UiTestSupport.h"
 #include "ui/shell/QtTranslations.h"
 
-#include <QApplication>
 #include <QCoroTask>
 #include <QFile>
 #include <QRegularExpression>

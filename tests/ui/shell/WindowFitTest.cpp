@@ -10,7 +10,6 @@
 #include "ui/shell/QtTranslations.h"
 #include "ui/shell/StudioRootView.h"
 
-#include <QApplication>
 #include <QCoroTask>
 #include <QTest>
 

@@ -4,7 +4,6 @@
 #include "ui/Theme.h"
 #include "ui/UiTestSupport.h"
 
-
 namespace {
 
 constexpr qint64 stalledImageSize = 1000;

@@ -9,42 +9,32 @@ namespace {
 
 constexpr int waitMs = 10000;
 
-// One copy of the probe, started with a private home.
-class Copy {
-public:
+// One copy of the probe, started with a private home, and killed at the end if it still runs.
+struct Copy : QProcess {
     Copy(const QString &home, const QStringList &arguments)
     {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert(QStringLiteral("HOME"), home);
         environment.remove(QStringLiteral("XDG_DATA_HOME"));
-        m_process.setProcessEnvironment(environment);
-        m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        m_process.start(QStringLiteral(CORVALIN_PROBE), arguments);
+        setProcessEnvironment(environment);
+        setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        start(QStringLiteral(CORVALIN_PROBE), arguments);
     }
-    ~Copy()
+    ~Copy() override
     {
-        if (m_process.state() != QProcess::NotRunning) {
-            m_process.kill();
-            m_process.waitForFinished();
-        }
+        kill();
+        waitForFinished();
     }
-    Copy(const Copy &) = delete;
-    Copy &operator=(const Copy &) = delete;
-
-    QProcess &process() { return m_process; }
 
     // The next line the copy prints, or an empty one if it prints none in time.
     QByteArray line()
     {
-        while (!m_process.canReadLine()) {
-            if (!m_process.waitForReadyRead(waitMs))
+        while (!canReadLine()) {
+            if (!waitForReadyRead(waitMs))
                 return {};
         }
-        return m_process.readLine().trimmed();
+        return readLine().trimmed();
     }
-
-private:
-    QProcess m_process;
 };
 
 } // namespace
@@ -61,12 +51,12 @@ private slots:
         QCOMPARE(first.line(), QByteArray("first"));
         for (const QString &file : {QString(), QStringLiteral("/образы/часы 10\n.ipsw")}) {
             Copy later(m_home.path(), file.isEmpty() ? QStringList{} : QStringList{file});
-            QVERIFY(later.process().waitForFinished(waitMs));
+            QVERIFY(later.waitForFinished(waitMs));
             QCOMPARE(later.line(), QByteArray("handed over"));
-            QCOMPARE(later.process().exitCode(), 0);
+            QCOMPARE(later.exitCode(), 0);
             QCOMPARE(first.line(), "asked=" + file.toUtf8().toPercentEncoding());
         }
-        QCOMPARE(first.process().state(), QProcess::Running);
+        QCOMPARE(first.state(), QProcess::Running);
 
         // The lock and the socket are in the application's folder of the test home.
         const QDir folder(m_home.filePath(QStringLiteral(".qttest/share/Corvalin Studio")));
@@ -82,8 +72,8 @@ private slots:
         {
             Copy crashed(m_home.path(), {});
             QCOMPARE(crashed.line(), QByteArray("first"));
-            crashed.process().kill();
-            QVERIFY(crashed.process().waitForFinished(waitMs));
+            crashed.kill();
+            QVERIFY(crashed.waitForFinished(waitMs));
         }
         Copy next(m_home.path(), {});
         QCOMPARE(next.line(), QByteArray("first"));

@@ -41,11 +41,9 @@ private slots:
     void initTestCase()
     {
         QVERIFY(QtTranslations::install(*qApp));
-        // The scan itself catches English and lets names inside Russian sentences pass.
+        // The scan itself catches English (names inside Russian sentences pass: the JSON failure has one).
         QCOMPARE(latinOnlySentences(QStringLiteral("Готово. Connection closed before the end.")),
                  QStringList{QStringLiteral("Connection closed before the end.")});
-        QVERIFY(
-            latinOnlySentences(QStringLiteral("Прошивка готова: /tmp/Watch6,1_10.2_Restore.ipsw")).isEmpty());
     }
 
     void catalogueFailuresReadInRussian()

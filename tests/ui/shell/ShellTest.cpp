@@ -84,7 +84,7 @@ private slots:
         m_paths.reset();
     }
 
-    void sectionsSwitchTheScreenAndTheHighlight()
+    void sectionsSwitchTheScreenAndFlagsRaiseTheirDialogs()
     {
         StudioModel *model = m_root->model();
         StudioSidebar *sidebar = m_root->sidebar();
@@ -113,13 +113,9 @@ private slots:
         model->setNavigation(std::nullopt);
         QVERIFY(qobject_cast<OverviewView *>(m_root->currentScreen()));
         QCOMPARE(sidebar->selection(), std::nullopt);
-    }
 
-    // A raised flag shows its dialog once; the answer lowers the flag and the dialog goes.
-    void flaggedDialogsComeAndGoWithTheirFlags()
-    {
+        // A raised flag shows its dialog once; the answer lowers the flag and the dialog goes.
         LocalHttpServer server;
-        StudioModel *model = m_root->model();
         WatchFirmware unsigned_{};
         unsigned_.productType = QStringLiteral("Watch6,1");
         unsigned_.downloadURL = server.url(QStringLiteral("/Watch6_1.ipsw"));

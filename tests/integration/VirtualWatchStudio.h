@@ -70,12 +70,6 @@ public:
     // Whether the log has the line, whole.
     bool logHas(const QString &line) const { return logLines().contains(line); }
 
-    // The restore tool's log file named on the starting line.
-    QString announcedLogFile() const
-    {
-        return restore()->logText().section(QStringLiteral("Журнал: "), 1).section(u'\n', 0, 0);
-    }
-
     // Presses stop; whether the tool ended within 15 s.
     bool stop()
     {

@@ -121,6 +121,15 @@ public:
         return m_model->restoreManager()->logText().split(u'\n', Qt::SkipEmptyParts);
     }
 
+    // The restore tool's log file named on the starting line.
+    QString announcedLogFile() const
+    {
+        return m_model->restoreManager()
+            ->logText()
+            .section(QStringLiteral("Журнал: "), 1)
+            .section(u'\n', 0, 0);
+    }
+
     const QString catalogPath = QStringLiteral("/ios/watchOS/main.json");
     TestPaths paths;
     LocalHttpServer catalogServer;

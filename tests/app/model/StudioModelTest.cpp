@@ -1,13 +1,10 @@
 #include "StudioFixture.h"
-#include "tools/ToolLocator.h"
 
 #include <QCryptographicHash>
 #include <QSignalSpy>
 #include <QStandardPaths>
 
 namespace {
-
-const QString readyLine = QStringLiteral("Corvalin Studio готов к работе.");
 
 struct Release {
     QString productType;
@@ -162,49 +159,6 @@ private slots:
             model.setSearchText(query);
             QCOMPARE(productTypes(model.filteredFirmware()), expected);
         }
-    }
-
-    void oneRestoreFromStartToSuccess()
-    {
-        Studio studio;
-        const QByteArray image = "a full restore image for the Series 6";
-        studio.serve({{"Watch6,1", "10.0.2", "21R371", image}});
-        studio.installRestoreTool(false);
-        studio.attachRecoveryWatch();
-        StudioModel &model = *studio.model();
-
-        model.start();
-        QTRY_VERIFY(!model.firmware().isEmpty() && !model.isLoadingCatalog());
-        QCOMPARE(model.selectedFirmware()->productType, QStringLiteral("Watch6,1"));
-        model.requestDownloadSelected();
-        const QString imagePath = studio.cachedPath("Watch6,1_10.0.2_Restore.ipsw");
-        QTRY_COMPARE(model.selectedIPSW(), std::optional(imagePath));
-
-        studio.startRestore();
-        QTRY_VERIFY_WITH_TIMEOUT(model.restoreManager()->completedSuccessfully(), 10000);
-        QVERIFY(!model.restoreManager()->isRestoring());
-
-        const QStringList lines = studio.logLines();
-        QCOMPARE(lines.mid(0, 2), (QStringList{readyLine, QStringLiteral("Каталог обновлён: 1 моделей.")}));
-        QCOMPARE(lines.mid(2, 4), (QStringList{QStringLiteral("Прошивка готова: ") + imagePath,
-                                               QStringLiteral("Проверка Watch6,1_10.0.2_Restore.ipsw…"),
-                                               QStringLiteral("Supported Product Types: Watch6,1"),
-                                               QStringLiteral("Совместимость подтверждена: Watch6,1.")}));
-        QVERIFY(lines.at(6).startsWith(
-            QStringLiteral("Запуск восстановления. Журнал: ") +
-            QDir(studio.paths.applicationSupport()).filePath("Corvalin Studio/Logs/restore-")));
-        QCOMPARE(lines.mid(7), (QStringList{QStringLiteral("Транспорт: libimobiledevice Recovery/DFU."),
-                                            QStringLiteral("Extracting filesystem"),
-                                            QStringLiteral("Sending RestoreFirmware"),
-                                            QStringLiteral("Восстановление завершено успешно.")}));
-        const QString logFile = lines.at(6).section(QStringLiteral("Журнал: "), 1);
-        QCOMPARE(studio.restoreToolArguments(),
-                 (QStringList{"--erase", "--plain-progress", "--cache-path", ToolLocator::cacheDirectory(),
-                              "--logfile=" + logFile, imagePath}));
-        const QProcessEnvironment environment =
-            FakeTools::recordedEnvironment(studio.paths.tool(QStringLiteral("bin/idevicerestore")));
-        QCOMPARE(environment.value(QStringLiteral("LC_ALL")), QStringLiteral("C"));
-        QVERIFY(environment.value(ToolLocator::librarySearchVariable()).startsWith(studio.paths.tool("lib")));
     }
 };
 

@@ -120,7 +120,7 @@ private slots:
             QVERIFY2(spoken.at(1).contains(part), qPrintable(spoken.at(1)));
         QVERIFY(spoken.at(0).endsWith(QStringLiteral(", не выбрана")));
 
-        // A finished download shows at once.
+        // A finished download shows at once and becomes the image to restore from.
         studio.imageServer.setResponse(QStringLiteral("/Watch3,1_8.8.1_Restore.ipsw"),
                                        HttpResponse::ok(QByteArray(1000, 'x')));
         studio.model()->select(studio.firmware(QStringLiteral("Watch3,1")));
@@ -129,6 +129,9 @@ private slots:
         QTRY_COMPARE(catalogue.column(FirmwareListModel::StatusTextRole),
                      (QStringList{QStringLiteral("Загружено"), QStringLiteral("Загружено"),
                                   QStringLiteral("Не подписана")}));
+        const QString image = studio.cachedPath(QStringLiteral("Watch3,1_8.8.1_Restore.ipsw"));
+        QTRY_COMPARE(studio.model()->selectedIPSW(), std::optional(image));
+        QCOMPARE(studio.logLines().constLast(), QStringLiteral("Прошивка готова: ") + image);
     }
 };
 

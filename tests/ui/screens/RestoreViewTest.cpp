@@ -1,6 +1,7 @@
 #include "ScreenStudio.h"
 
 #include "restore/RestoreManager.h"
+#include "tools/ToolLocator.h"
 #include "ui/CheckLine.h"
 #include "ui/ErrorBanner.h"
 #include "ui/SymbolLabel.h"
@@ -105,7 +106,8 @@ private slots:
 
     // Only the exact word enables the start. Neither the start button without a watch nor Return
     // with one starts anything; a reopened sheet is empty. The start dismisses the sheet, shows the
-    // log, and the image is read when the restore task runs, after the click.
+    // log, and the image is read when the restore task runs, after the click: the tool gets the
+    // image chosen meanwhile, with the application's arguments and environment.
     void onlyTheTypedWordAndTheButtonStartAndTheImageIsReadWhenItRuns()
     {
         ScreenStudio studio;
@@ -142,8 +144,14 @@ private slots:
         QCOMPARE(studio.model()->navigation(), NavigationSection::logs);
         studio.chooseImage(QStringLiteral("second.ipsw"));
         QTRY_VERIFY(studio.model()->restoreManager()->completedSuccessfully());
-        QCOMPARE(studio.restoreToolArguments().constLast(), *studio.model()->selectedIPSW());
-        QVERIFY(studio.restoreToolArguments().constLast().endsWith(QStringLiteral("second.ipsw")));
+        QCOMPARE(studio.restoreToolArguments(),
+                 (QStringList{"--erase", "--plain-progress", "--cache-path", ToolLocator::cacheDirectory(),
+                              "--logfile=" + studio.announcedLogFile(),
+                              QDir(studio.paths.downloads()).filePath(QStringLiteral("second.ipsw"))}));
+        const QProcessEnvironment environment =
+            FakeTools::recordedEnvironment(studio.paths.tool(QStringLiteral("bin/idevicerestore")));
+        QCOMPARE(environment.value(QStringLiteral("LC_ALL")), QStringLiteral("C"));
+        QVERIFY(environment.value(ToolLocator::librarySearchVariable()).startsWith(studio.paths.tool("lib")));
     }
 };
 

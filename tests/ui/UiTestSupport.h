@@ -2,6 +2,7 @@
 
 #include "app/model/StudioModel.h"
 #include "app/records/ConnectedWatch.h"
+#include "support/LocalHttpServer.h"
 
 #include <QApplication>
 #include <QDir>
@@ -12,7 +13,7 @@
 #include <QWidget>
 
 // What the widget tests share: the watch the fake restore tools run for, a model that never
-// waits on the network, a small catalogue, and renders for people to look at.
+// waits on the network, a model with a small catalogue served, and renders for people to look at.
 
 inline const ConnectedWatch kisWatch{QStringLiteral("Watch6,1"),
                                      QStringLiteral("n157sap"),
@@ -27,6 +28,13 @@ inline StudioModel *offlineModel()
 {
     return new StudioModel(QUrl(QStringLiteral("http://127.0.0.1:9/ios/watchOS/main.json")),
                            {QStringLiteral("127.0.0.1")});
+}
+
+// A model whose catalogue `server` serves.
+inline StudioModel *servedModel(LocalHttpServer &server, const QByteArray &catalogue)
+{
+    server.setResponse(QStringLiteral("/main.json"), HttpResponse::ok(catalogue));
+    return new StudioModel(server.url(QStringLiteral("/main.json")), {QStringLiteral("127.0.0.1")});
 }
 
 // An AppleDB document with one watchOS 10.2 restore image per product type, signed unless listed.

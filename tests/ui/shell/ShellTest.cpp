@@ -348,10 +348,7 @@ private slots:
         HttpResponse stalled = HttpResponse::ok(QByteArray(1000, 'x'));
         stalled.stallAfterBytes = 100;
         server.setResponse(QStringLiteral("/Watch6_1.ipsw"), stalled);
-        server.setResponse(QStringLiteral("/main.json"),
-                           HttpResponse::ok(catalogueOf({"Watch3,1", "Watch6,1"})));
-        MainWindow window(
-            new StudioModel(server.url(QStringLiteral("/main.json")), {QStringLiteral("127.0.0.1")}));
+        MainWindow window(servedModel(server, catalogueOf({"Watch3,1", "Watch6,1"})));
         QVERIFY(showActive(window));
         StudioModel *model = window.rootView()->model();
         QTRY_COMPARE(model->firmware().size(), 2);

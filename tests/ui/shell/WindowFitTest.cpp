@@ -68,11 +68,8 @@ private slots:
         QStringList types;
         for (int model = 1; model <= 14; ++model)
             types << QStringLiteral("Watch%1,1").arg(model);
-        server.setResponse(
-            QStringLiteral("/main.json"),
-            HttpResponse::ok(catalogueOf(types, {"Watch3,1", "Watch6,1", "Watch9,1", "Watch12,1"})));
         MainWindow window(
-            new StudioModel(server.url(QStringLiteral("/main.json")), {QStringLiteral("127.0.0.1")}));
+            servedModel(server, catalogueOf(types, {"Watch3,1", "Watch6,1", "Watch9,1", "Watch12,1"})));
         window.show();
         QVERIFY(QTest::qWaitForWindowExposed(&window));
         StudioModel *model = window.rootView()->model();

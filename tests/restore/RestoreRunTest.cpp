@@ -8,8 +8,6 @@
 
 #include <QCoroTask>
 #include <QDir>
-#include <QFile>
-#include <QFileInfo>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -28,17 +26,6 @@ const ConnectedWatch recoveryWatch("Watch7,1", "n207sap", "Apple Watch", "Recove
                                    WatchTransport::recoveryDfu);
 const ConnectedWatch kisWatch("Watch7,1", "n207sap", "Apple Watch", "DFU via Debug USB (KIS)", "0x1A2B3C4D5E",
                               {}, WatchTransport::kis);
-
-// The restore tool answers the information query from "$0.info".
-QString writeRestoreTool(const TestPaths &paths)
-{
-    const QString tool = paths.tool(QStringLiteral("bin/idevicerestore"));
-    QDir().mkpath(QFileInfo(tool).path());
-    writeFile(tool + QStringLiteral(".info"), imageInfo);
-    FakeToolBehaviour behaviour;
-    behaviour.extraShell = "if [ \"$1\" = --ipsw-info ]; then cat \"$0.info\"; exit 0; fi";
-    return FakeTools::write(tool, behaviour);
-}
 
 QStringList linesAfterStart(const RestoreManager &manager)
 {
@@ -117,7 +104,9 @@ private slots:
         QFETCH(bool, errorLogged);
 
         TestPaths paths;
-        const QString tool = writeRestoreTool(paths);
+        // Only the image check may run the restore tool.
+        const QString tool = FakeTools::write(paths.tool(QStringLiteral("bin/idevicerestore")),
+                                              FakeToolBehaviour::printing(imageInfo));
         if (configuratorInstalled)
             FakeTools::write(paths.cfgutil(), FakeToolBehaviour{});
         RestoreManager manager;

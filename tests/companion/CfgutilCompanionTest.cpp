@@ -15,13 +15,6 @@ namespace {
 
 using MaybeTool = std::optional<FakeToolBehaviour>; // none: the tool is missing
 
-FakeToolBehaviour printingThen(const QByteArray &output, const QByteArray &shell, int status = 0)
-{
-    FakeToolBehaviour behaviour = FakeToolBehaviour::printing(output, status);
-    behaviour.extraShell = shell;
-    return behaviour;
-}
-
 struct Finished {
     int status = -1;
     QByteArray standardOutput;
@@ -117,7 +110,7 @@ private slots:
         // The application reads both streams as one: a failure must not look like a list.
         QTest::newRow("irecovery missing") << Listing{{}, 1, {}, "cfgutil: irecovery not found at "};
         QTest::newRow("another irecovery error") << Listing{
-            printingThen({}, "echo 'ERROR: Operation unsupported by driver' >&2", 255),
+            FakeToolBehaviour::printingThen({}, "echo 'ERROR: Operation unsupported by driver' >&2", 255),
             1,
             {},
             "cfgutil: irecovery -q failed with status 255: ERROR: Operation unsupported by driver"};
@@ -159,8 +152,8 @@ private slots:
     {
         QFETCH(Restore, restore);
         const QString restoreTarget = restore.restoreTarget;
-        const MaybeTool restoring =
-            printingThen("Progress: 1%\n", "echo 'Waiting for device' >&2", restore.status);
+        const MaybeTool restoring = FakeToolBehaviour::printingThen(
+            "Progress: 1%\n", "echo 'Waiting for device' >&2", restore.status);
         const QString tool = fakeTool("idevicerestore", restoreTarget.isEmpty() ? std::nullopt : restoring);
 
         const RestoreDestinations destinations{QDir(m_paths->root()).filePath("logs/restore-now.log"),

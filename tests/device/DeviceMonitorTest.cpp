@@ -151,9 +151,9 @@ private slots:
         TestPaths paths;
         attachUsbDevices(paths, {"1881"});
         const QString gate = QDir(paths.root()).filePath(QStringLiteral("gate"));
-        FakeToolBehaviour heldBack = FakeToolBehaviour::printing(testData("cfgutil-list.json"));
-        heldBack.extraShell = "while [ ! -e '" + gate.toUtf8() + "' ]; do sleep 0.05; done";
-        FakeTools::write(paths.cfgutil(), heldBack);
+        FakeTools::write(paths.cfgutil(), FakeToolBehaviour::printingThen(testData("cfgutil-list.json"),
+                                                                          "while [ ! -e '" + gate.toUtf8() +
+                                                                              "' ]; do sleep 0.05; done"));
         FakeTools::write(paths.tool(QStringLiteral("bin/irecovery")),
                          FakeToolBehaviour::printing(testData("irecovery-q-recovery.txt")));
 

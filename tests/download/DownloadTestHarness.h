@@ -39,9 +39,7 @@ struct DownloadTestHarness {
     {
         if (transport == LocalHttpServer::Transport::tls)
             LocalHttpServer::trustTestCertificate();
-        FakeToolBehaviour realDigest;
-        realDigest.extraShell = "exec /usr/bin/shasum \"$@\"";
-        FakeTools::write(paths.shasum(), realDigest);
+        FakeTools::write(paths.shasum(), FakeToolBehaviour::running("exec /usr/bin/shasum \"$@\""));
         QObject::connect(&manager, &DownloadManager::statusTextChanged,
                          [this] { statuses << manager.statusText(); });
     }

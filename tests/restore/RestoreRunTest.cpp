@@ -42,9 +42,8 @@ private slots:
     void kisRestoreWithoutAnImage()
     {
         TestPaths paths;
-        FakeToolBehaviour tool = FakeToolBehaviour::printing("erasing\n");
-        tool.extraShell = "cat";
-        const QString cfgutil = FakeTools::write(paths.cfgutil(), tool);
+        const QString cfgutil =
+            FakeTools::write(paths.cfgutil(), FakeToolBehaviour::printingThen("erasing\n", "cat"));
         RestoreManager manager;
         {
             const StandardInputFrom redirected(QDir(paths.root()).filePath(QStringLiteral("input.txt")),
@@ -170,9 +169,7 @@ private slots:
         QFETCH(QByteArray, shell);
         QFETCH(QString, ending);
         TestPaths paths;
-        FakeToolBehaviour behaviour;
-        behaviour.extraShell = shell;
-        const QString cfgutil = FakeTools::write(paths.cfgutil(), behaviour);
+        const QString cfgutil = FakeTools::write(paths.cfgutil(), FakeToolBehaviour::running(shell));
         RestoreManager manager;
         QCoro::waitFor(manager.startRestore(std::nullopt, kisWatch));
         QTRY_VERIFY(manager.logText().endsWith(QStringLiteral("tick\n")));

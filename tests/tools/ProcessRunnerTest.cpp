@@ -16,13 +16,6 @@ ProcessResult runNow(const QString &executable, const QStringList &arguments = {
     return QCoro::waitFor(ProcessRunner::run(executable, arguments));
 }
 
-FakeToolBehaviour printingThen(const QByteArray &output, const QByteArray &shell = {}, int status = 0)
-{
-    FakeToolBehaviour behaviour = FakeToolBehaviour::printing(output, status);
-    behaviour.extraShell = shell;
-    return behaviour;
-}
-
 } // namespace
 
 class ProcessRunnerTest : public QObject {
@@ -73,12 +66,13 @@ private slots:
             int status;
             QString output;
         } cases[] = {
-            {printingThen("first\nsecond", "printf 'to stderr\\n' >&2", 3), 3, "first\nsecondto stderr\n"},
-            {printingThen("ok \xff end\r\n"), 0, QStringLiteral("ok \uFFFD end\r\n")},
-            {printingThen(big), 0, QString::fromLatin1(big)},
-            {printingThen("before\n", "kill -TERM $$"), 15, "before\n"},
-            {printingThen("early\n", "(sleep 0.4; echo late) &"), 0, "early\nlate\n"},
-            {printingThen({}, "cat"), 0, "typed\n"},
+            {FakeToolBehaviour::printingThen("first\nsecond", "printf 'to stderr\\n' >&2", 3), 3,
+             "first\nsecondto stderr\n"},
+            {FakeToolBehaviour::printingThen("ok \xff end\r\n"), 0, QStringLiteral("ok \uFFFD end\r\n")},
+            {FakeToolBehaviour::printingThen(big), 0, QString::fromLatin1(big)},
+            {FakeToolBehaviour::printingThen("before\n", "kill -TERM $$"), 15, "before\n"},
+            {FakeToolBehaviour::printingThen("early\n", "(sleep 0.4; echo late) &"), 0, "early\nlate\n"},
+            {FakeToolBehaviour::printingThen({}, "cat"), 0, "typed\n"},
         };
         for (const auto &c : cases) {
             TestPaths paths;

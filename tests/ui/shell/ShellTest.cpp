@@ -58,9 +58,9 @@ const QString cancelLine = QStringLiteral("Пользователь запрос
 // A restore tool that prints a line every tenth of a second; `onInterrupt` is its trap.
 QString writeTickingTool(const TestPaths &paths, const QByteArray &onInterrupt)
 {
-    FakeToolBehaviour behaviour;
-    behaviour.extraShell = "trap '" + onInterrupt + "' INT; while :; do echo tick; sleep 0.1; done";
-    return FakeTools::write(paths.cfgutil(), behaviour);
+    return FakeTools::write(
+        paths.cfgutil(),
+        FakeToolBehaviour::running("trap '" + onInterrupt + "' INT; while :; do echo tick; sleep 0.1; done"));
 }
 
 } // namespace

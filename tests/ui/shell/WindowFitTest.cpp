@@ -84,9 +84,8 @@ private slots:
         RestoreManager *restore = model->restoreManager();
         for (int line = 1; line <= 120; ++line)
             restore->appendLog(QStringLiteral("[%1/120] Отправка образа").arg(line));
-        FakeToolBehaviour ticking;
-        ticking.extraShell = "trap 'exit 0' INT; while :; do sleep 0.1; done";
-        FakeTools::write(paths.cfgutil(), ticking);
+        FakeTools::write(paths.cfgutil(),
+                         FakeToolBehaviour::running("trap 'exit 0' INT; while :; do sleep 0.1; done"));
         QCoro::waitFor(restore->startRestore(std::nullopt, kisWatch));
         QVERIFY(restore->isRestoring());
 

@@ -30,15 +30,6 @@ static const QStringList usedSymbols =
         "square.and.arrow.down square.grid.2x2 text.alignleft wrench.and.screwdriver.fill xmark.circle.fill")
         .split(u' ');
 
-// The widget as its window draws it.
-static QImage renderOnBlack(QWidget *widget)
-{
-    QImage image(widget->size(), QImage::Format_RGB32);
-    image.fill(Qt::black);
-    widget->parentWidget()->render(&image, {}, widget->geometry(), QWidget::DrawChildren);
-    return image;
-}
-
 // The kit's parts; the shell, its dialogs and the buttons in every style and state are drawn into PNG
 // files under the build folder, at device pixel ratios 1 and 2, for people to look at.
 class KitTest final : public QObject {
@@ -110,7 +101,7 @@ private slots:
             window.show();
             QVERIFY(QTest::qWaitForWindowExposed(&window));
             QCOMPARE(button->cursor().shape(), Qt::PointingHandCursor);
-            const QImage enabled = renderOnBlack(button);
+            const QImage enabled = drawn(button);
             const QString name = QStringLiteral("kit-button-") + style;
             renderAt1xAnd2x(button, name);
             button->setDown(true);
@@ -119,18 +110,18 @@ private slots:
 
             button->setEnabled(false);
             QCOMPARE(button->cursor().shape(), Qt::ArrowCursor);
-            const QImage disabled = renderOnBlack(button);
+            const QImage disabled = drawn(button);
             renderAt1xAnd2x(button, name + QStringLiteral("-disabled"));
             QVERIFY2(disabled != enabled, qPrintable(style));
 
             QTest::mousePress(button, Qt::LeftButton);
             QVERIFY(!button->isDown());
-            QCOMPARE(renderOnBlack(button), disabled);
+            QCOMPARE(drawn(button), disabled);
             QTest::mouseRelease(button, Qt::LeftButton);
 
             button->setEnabled(true);
             QCOMPARE(button->cursor().shape(), Qt::PointingHandCursor);
-            QCOMPARE(renderOnBlack(button), enabled);
+            QCOMPARE(drawn(button), enabled);
         }
     }
 

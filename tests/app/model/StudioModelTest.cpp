@@ -106,13 +106,6 @@ private slots:
         StudioModel &model = *studio.model();
         QCOMPARE(model.selectedFirmware()->productType, QStringLiteral("Watch3,1"));
 
-        // Selecting takes the cached image, or none.
-        studio.putInCache(QStringLiteral("Watch3,1_8.0_Restore.ipsw"));
-        model.select(model.firmware().at(0));
-        QCOMPARE(model.selectedIPSW(), std::optional(studio.cachedPath("Watch3,1_8.0_Restore.ipsw")));
-        model.select(model.firmware().at(1));
-        QVERIFY(!model.selectedIPSW());
-
         // A refresh selects the attached watch but keeps a hand-chosen image when the cache has none.
         const QString own = QStringLiteral("/tmp/own.ipsw");
         model.select(model.firmware().at(0));

@@ -83,9 +83,11 @@ private slots:
                               QStringLiteral("Не подписана")}));
 
         // An image copied in behind the application's back shows once the user picks a firmware,
-        // as downloaded even when it is unsigned.
+        // as downloaded even when it is unsigned, and is the image to restore from.
         studio.putInCache(studio.firmware(QStringLiteral("Watch5,9")).filename);
         studio.model()->select(studio.firmware(QStringLiteral("Watch5,9")));
+        QCOMPARE(studio.model()->selectedIPSW(),
+                 std::optional(studio.cachedPath(studio.firmware(QStringLiteral("Watch5,9")).filename)));
         QCOMPARE(catalogue.column(FirmwareListModel::StatusTextRole),
                  (QStringList{QStringLiteral("Подпись"), QStringLiteral("Загружено"),
                               QStringLiteral("Не подписана")}));
@@ -124,6 +126,7 @@ private slots:
         studio.imageServer.setResponse(QStringLiteral("/Watch3,1_8.8.1_Restore.ipsw"),
                                        HttpResponse::ok(QByteArray(1000, 'x')));
         studio.model()->select(studio.firmware(QStringLiteral("Watch3,1")));
+        QVERIFY(!studio.model()->selectedIPSW()); // none in the cache yet
         studio.model()->requestDownloadSelected();
         QVERIFY(studio.model()->downloader()->isDownloading());
         QTRY_COMPARE(catalogue.column(FirmwareListModel::StatusTextRole),

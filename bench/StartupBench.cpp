@@ -3,6 +3,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QHash>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -32,18 +33,37 @@ double residentMiB(qint64 pid)
     return 0;
 }
 
-// CPU time of all the process's threads, to the nanosecond (the scheduler's own account; the
+// CPU time of each of the process's threads, to the nanosecond (the scheduler's own account; the
 // tick-based figures of /proc/PID/stat are too coarse for a mostly sleeping process).
-double cpuMilliseconds(qint64 pid)
+QHash<QString, double> threadCpuMilliseconds(qint64 pid)
 {
-    double total = 0;
+    QHash<QString, double> threads;
     const QDir tasks(QStringLiteral("/proc/%1/task").arg(pid));
     for (const QString &task : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
         QFile schedstat(tasks.filePath(task + QStringLiteral("/schedstat")));
         if (schedstat.open(QIODevice::ReadOnly))
-            total += schedstat.readAll().split(' ').first().toDouble() / 1e6;
+            threads.insert(task, schedstat.readAll().split(' ').first().toDouble() / 1e6);
     }
+    return threads;
+}
+
+double cpuMilliseconds(qint64 pid)
+{
+    double total = 0;
+    for (const double thread : threadCpuMilliseconds(pid))
+        total += thread;
     return total;
+}
+
+// CPU spent between two readings by the threads running at the second: a worker that ended in
+// between takes its whole account with it, which would otherwise count as time given back.
+double cpuSpentSince(const QHash<QString, double> &before, qint64 pid)
+{
+    double spent = 0;
+    const QHash<QString, double> after = threadCpuMilliseconds(pid);
+    for (auto thread = after.cbegin(); thread != after.cend(); ++thread)
+        spent += thread.value() - before.value(thread.key());
+    return spent;
 }
 
 // Without a network, so the catalogue fails at once as it does offline; the spinner keeps turning.
@@ -131,9 +151,9 @@ ProcessFigures measure(const QString &executable, int idleSeconds, const QString
 
     QTest::qWait(2000); // settled: the first catalogue attempt has failed
     figures.residentMiB = residentMiB(process.processId());
-    const double cpuBefore = cpuMilliseconds(process.processId());
+    const QHash<QString, double> cpuBefore = threadCpuMilliseconds(process.processId());
     QTest::qWait(idleSeconds * 1000);
-    figures.idleCpuMs = cpuMilliseconds(process.processId()) - cpuBefore;
+    figures.idleCpuMs = cpuSpentSince(cpuBefore, process.processId());
 
     process.terminate();
     if (!process.waitForFinished(5000)) {

@@ -3,6 +3,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QHash>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -14,6 +15,7 @@ namespace {
 
 struct ProcessFigures {
     double firstFrameMs = 0;
+    double firstFrameCpuMs = 0; // CPU spent by then: steadier than the wall clock on a loaded machine
     double residentMiB = 0;
     double idleCpuMs = 0;
 };
@@ -31,18 +33,37 @@ double residentMiB(qint64 pid)
     return 0;
 }
 
-// CPU time of all the process's threads, to the nanosecond (the scheduler's own account; the
+// CPU time of each of the process's threads, to the nanosecond (the scheduler's own account; the
 // tick-based figures of /proc/PID/stat are too coarse for a mostly sleeping process).
-double cpuMilliseconds(qint64 pid)
+QHash<QString, double> threadCpuMilliseconds(qint64 pid)
 {
-    double total = 0;
+    QHash<QString, double> threads;
     const QDir tasks(QStringLiteral("/proc/%1/task").arg(pid));
     for (const QString &task : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
         QFile schedstat(tasks.filePath(task + QStringLiteral("/schedstat")));
         if (schedstat.open(QIODevice::ReadOnly))
-            total += schedstat.readAll().split(' ').first().toDouble() / 1e6;
+            threads.insert(task, schedstat.readAll().split(' ').first().toDouble() / 1e6);
     }
+    return threads;
+}
+
+double cpuMilliseconds(qint64 pid)
+{
+    double total = 0;
+    for (const double thread : threadCpuMilliseconds(pid))
+        total += thread;
     return total;
+}
+
+// CPU spent between two readings by the threads running at the second: a worker that ended in
+// between takes its whole account with it, which would otherwise count as time given back.
+double cpuSpentSince(const QHash<QString, double> &before, qint64 pid)
+{
+    double spent = 0;
+    const QHash<QString, double> after = threadCpuMilliseconds(pid);
+    for (auto thread = after.cbegin(); thread != after.cend(); ++thread)
+        spent += thread.value() - before.value(thread.key());
+    return spent;
 }
 
 // Without a network, so the catalogue fails at once as it does offline; the spinner keeps turning.
@@ -126,12 +147,13 @@ ProcessFigures measure(const QString &executable, int idleSeconds, const QString
     if (!QTest::qWaitFor([&] { return errors.contains("First frame"); }, 20000))
         qFatal("%s showed no first frame: %s", qPrintable(executable), errors.constData());
     figures.firstFrameMs = double(clock.nsecsElapsed()) / 1e6;
+    figures.firstFrameCpuMs = cpuMilliseconds(process.processId());
 
     QTest::qWait(2000); // settled: the first catalogue attempt has failed
     figures.residentMiB = residentMiB(process.processId());
-    const double cpuBefore = cpuMilliseconds(process.processId());
+    const QHash<QString, double> cpuBefore = threadCpuMilliseconds(process.processId());
     QTest::qWait(idleSeconds * 1000);
-    figures.idleCpuMs = cpuMilliseconds(process.processId()) - cpuBefore;
+    figures.idleCpuMs = cpuSpentSince(cpuBefore, process.processId());
 
     process.terminate();
     if (!process.waitForFinished(5000)) {
@@ -167,14 +189,16 @@ CORVALIN_BENCHMARK(applicationStartupAndIdle)
                   0, {});
     if (!canIsolateNetwork())
         Bench::report(QStringLiteral("network not isolated (no unshare); offline figures may differ"), 0, {});
-    QList<double> frameRatios, memoryRatios, appIdle, bareIdle, turningIdle;
+    QList<double> frameRatios, frameCpuRatios, memoryRatios, appIdle, bareIdle, turningIdle;
     for (int pair = 0; pair < pairs; ++pair) {
         const ProcessFigures bare =
             measure(QStringLiteral(CORVALIN_BARE_WINDOW), idleSeconds, display.display());
         const ProcessFigures app =
             measure(QStringLiteral(CORVALIN_APPLICATION), idleSeconds, display.display());
         Bench::report(
-            QStringLiteral("pair %1: first frame %2 / %3 ms, RSS %4 / %5 MiB, idle CPU %6 / %7 ms in %8 s")
+            QStringLiteral(
+                "pair %1: first frame %2 / %3 ms (CPU %9 / %10 ms), RSS %4 / %5 MiB, idle CPU %6 / %7 "
+                "ms in %8 s")
                 .arg(pair + 1)
                 .arg(app.firstFrameMs, 0, 'f', 0)
                 .arg(bare.firstFrameMs, 0, 'f', 0)
@@ -182,9 +206,12 @@ CORVALIN_BENCHMARK(applicationStartupAndIdle)
                 .arg(bare.residentMiB, 0, 'f', 1)
                 .arg(app.idleCpuMs, 0, 'f', 1)
                 .arg(bare.idleCpuMs, 0, 'f', 1)
-                .arg(idleSeconds),
+                .arg(idleSeconds)
+                .arg(app.firstFrameCpuMs, 0, 'f', 0)
+                .arg(bare.firstFrameCpuMs, 0, 'f', 0),
             app.firstFrameMs / bare.firstFrameMs, QStringLiteral("× first frame"));
         frameRatios << app.firstFrameMs / bare.firstFrameMs;
+        frameCpuRatios << app.firstFrameCpuMs / bare.firstFrameCpuMs;
         memoryRatios << app.residentMiB / bare.residentMiB;
         appIdle << app.idleCpuMs / (idleSeconds * 10.0); // per cent of one core
         bareIdle << bare.idleCpuMs / (idleSeconds * 10.0);
@@ -194,6 +221,7 @@ CORVALIN_BENCHMARK(applicationStartupAndIdle)
     }
     reportSpread(QStringLiteral("first frame / bare window (target ≤ 1.3)"), frameRatios,
                  QStringLiteral("×"));
+    reportSpread(QStringLiteral("CPU to the first frame / bare window"), frameCpuRatios, QStringLiteral("×"));
     reportSpread(QStringLiteral("idle RSS / bare window (target ≤ 1.5)"), memoryRatios, QStringLiteral("×"));
     reportSpread(QStringLiteral("idle CPU, application (target < 0.2)"), appIdle,
                  QStringLiteral("% of a core"));

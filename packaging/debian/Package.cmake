@@ -11,8 +11,9 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS usr/lib/corvalin-studio/Tools/lib)
 # What the application runs or loads besides its libraries: usbmuxd, through which the tools
 # reach the watch once it has left Recovery or DFU; perl, which provides /usr/bin/shasum, the
-# checksum of every download; Qt's own Russian texts (file chooser, standard buttons).
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "usbmuxd, perl, qt6-translations-l10n")
+# checksum of every download; Qt's own Russian texts (file chooser, standard buttons); libcurl,
+# which downloads the images and is loaded only when the first download starts.
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "usbmuxd, perl, qt6-translations-l10n, libcurl4")
 # xdg-open opens the firmware folder and the support chat. Fonts: the theme's first choice,
 # Inter, and DejaVu Sans (Mono) behind it; the rounded titles' face is embedded.
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "xdg-utils, fonts-inter, fonts-dejavu-core, qt6-wayland")

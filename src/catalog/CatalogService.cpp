@@ -2,14 +2,17 @@
 
 #include "catalog/AppleDBDecoder.h"
 #include "catalog/FirmwareReduction.h"
+#include "catalog/HostLookupFirst.h"
 #include "tools/DeviceTable.h"
 
+#include <QCoreApplication>
 #include <QCoroFuture>
 #include <QCoroNetworkReply>
 #include <QHash>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QNetworkRequest>
+#include <QPointer>
 #include <QSet>
 #include <QtConcurrent/QtConcurrentRun>
 
@@ -87,7 +90,19 @@ QCoro::Task<Result<QList<WatchFirmware>>> CatalogService::load()
     // Everything needed later is copied first: the service is not touched after the transfer,
     // so a load still running when the service goes away touches nothing of it.
     const QSet<QString> allowedHosts(m_allowedHosts.cbegin(), m_allowedHosts.cend());
-    QNetworkReply *reply = m_network->get(catalogRequest(m_catalogURL, m_transferTimeout));
+    const QPointer<CatalogService> self(this);
+    const QUrl url = m_catalogURL;
+    const std::chrono::milliseconds transferTimeout = m_transferTimeout;
+    if (std::optional<Failure> failure =
+            co_await HostLookupFirst::failureBeforeConnecting(url, transferTimeout))
+        co_return *std::move(failure);
+    // Gone while the name was looked up: abandoned as a running transfer would be.
+    if (!self)
+        co_return Failure::platform(
+            Failure::Domain::network,
+            QCoreApplication::translate("QNetworkReplyHttpImpl", "Operation canceled"),
+            QNetworkReply::OperationCanceledError);
+    QNetworkReply *reply = self->m_network->get(catalogRequest(url, transferTimeout));
     co_await reply;
     reply->deleteLater();
 

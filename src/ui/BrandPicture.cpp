@@ -4,8 +4,12 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QIconEngine>
 #include <QImageReader>
+#include <QPainter>
 #include <QPixmap>
+
+#include <algorithm>
 
 namespace BrandPicture {
 
@@ -17,6 +21,43 @@ const QString desktopIconName = QStringLiteral("ru.corvalin.Studio");
 // sent to the server, so the full picture would cost megabytes for a title bar. Largest first:
 // each smaller size is reduced from the one before.
 constexpr int iconSides[] = {256, 128, 64, 48, 32, 16};
+// Sizes above this are handed to the window system when a window is framed and never drawn by
+// the application itself, so they are not kept: read again from the picture when asked for.
+constexpr int largestKeptSide = 128;
+
+class BrandIconEngine final : public QIconEngine {
+public:
+    BrandIconEngine(QString picture, QIcon kept) : m_picture(std::move(picture)), m_kept(std::move(kept)) {}
+
+    QPixmap pixmap(const QSize &size, QIcon::Mode mode, QIcon::State state) override
+    {
+        if (std::max(size.width(), size.height()) <= largestKeptSide)
+            return m_kept.pixmap(size, mode, state);
+        const int side = std::min(size.width(), size.height());
+        return QPixmap::fromImage(
+            readReduced(m_picture, side).scaled(side, side, Qt::KeepAspectRatio, Qt::SmoothTransformation));
+    }
+
+    void paint(QPainter *painter, const QRect &rect, QIcon::Mode mode, QIcon::State state) override
+    {
+        painter->drawPixmap(rect, pixmap(rect.size(), mode, state));
+    }
+
+    QList<QSize> availableSizes(QIcon::Mode, QIcon::State) override
+    {
+        QList<QSize> sizes;
+        for (const int side : iconSides)
+            sizes << QSize(side, side);
+        return sizes;
+    }
+
+    QIconEngine *clone() const override { return new BrandIconEngine(m_picture, m_kept); }
+    QString key() const override { return QStringLiteral("CorvalinBrand"); }
+
+private:
+    QString m_picture;
+    QIcon m_kept;
+};
 
 // The picture reduced once to the sizes a window icon is shown at; null when it cannot be read.
 QIcon reducedIcon(const QString &picture)
@@ -24,12 +65,13 @@ QIcon reducedIcon(const QString &picture)
     QImage reduced = readReduced(picture, iconSides[0]);
     if (reduced.isNull())
         return {};
-    QIcon icon;
+    QIcon kept;
     for (const int side : iconSides) {
         reduced = reduced.scaled(side, side, Qt::KeepAspectRatio, Qt::SmoothTransformation);
-        icon.addPixmap(QPixmap::fromImage(reduced));
+        if (side <= largestKeptSide)
+            kept.addPixmap(QPixmap::fromImage(reduced));
     }
-    return icon;
+    return QIcon(new BrandIconEngine(picture, kept));
 }
 } // namespace
 

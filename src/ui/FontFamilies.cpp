@@ -1,6 +1,7 @@
 #include "ui/FontFamilies.h"
 
 #include <QFontDatabase>
+#include <QResource>
 #include <QStringList>
 
 namespace {
@@ -16,6 +17,17 @@ QString firstInstalled(const QStringList &candidates)
     return {};
 }
 
+// An embedded font's bytes where the executable holds them. Added by its resource path instead,
+// the font would be read into memory twice (once by the font database, once for drawing) and kept
+// so for the whole session.
+QByteArray embeddedFont(const QString &path)
+{
+    const QResource resource(path);
+    if (resource.compressionAlgorithm() != QResource::NoCompression)
+        return resource.uncompressedData();
+    return QByteArray::fromRawData(reinterpret_cast<const char *>(resource.data()), resource.size());
+}
+
 // Faces with full Cyrillic coverage, closest to the platform's system face first.
 const QStringList &standardFamilies()
 {
@@ -29,7 +41,8 @@ const QStringList &standardFamilies()
 const QStringList &roundedFamilies()
 {
     static const QStringList families = [] {
-        QFontDatabase::addApplicationFont(QStringLiteral(":/fonts/Manrope-ExtraBold.ttf"));
+        QFontDatabase::addApplicationFontFromData(
+            embeddedFont(QStringLiteral(":/fonts/Manrope-ExtraBold.ttf")));
         return QStringList{QStringLiteral("SF Pro Rounded"), QStringLiteral("Manrope")};
     }();
     return families;

@@ -5,6 +5,8 @@
 #include "support/TestPaths.h"
 
 #include <QCoroTask>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
 #include <QTest>
 
 #include <memory>
@@ -295,6 +297,19 @@ private slots:
         QCOMPARE(
             series8.currentNote(),
             QStringLiteral("Актуальная подписываемая сборка watchOS 26.3 (23S620) доступна только как OTA."));
+    }
+
+    // A host name that does not resolve fails as Qt's own transfer to the same address does.
+    void unresolvableHostFailsAsTheTransferWould()
+    {
+        const QUrl address(QStringLiteral("https://catalogue.invalid/ios/watchOS/main.json"));
+        CatalogService service(address, CatalogService::defaultAllowedHosts());
+        const Result<QList<WatchFirmware>> result = waitForLoad(service.load());
+        QNetworkAccessManager network;
+        QNetworkReply *reply = network.get(QNetworkRequest(address));
+        QVERIFY(QTest::qWaitFor([&] { return reply->isFinished(); }, 30000));
+        QVERIFY(!result);
+        QCOMPARE(result.failure().description(), reply->errorString());
     }
 };
 

@@ -50,6 +50,9 @@ OverviewView::OverviewView(StudioModel *model, DeviceMonitor *monitor, DownloadM
     stack->addWidget(m_download);
     stack->addWidget(m_catalogError);
     stack->addStretch();
+    // The cards that are not shown are hidden before the page is first measured, so their
+    // texts and fonts cost nothing until they appear.
+    refresh();
 
     auto *outer = new QVBoxLayout(this);
     outer->setContentsMargins(0, 0, 0, 0);
@@ -58,7 +61,6 @@ OverviewView::OverviewView(StudioModel *model, DeviceMonitor *monitor, DownloadM
     connect(monitor, &DeviceMonitor::connectedWatchChanged, this, &OverviewView::refresh);
     connect(model, &StudioModel::selectedFirmwareChanged, this, &OverviewView::refresh);
     connect(model, &StudioModel::catalogErrorChanged, this, &OverviewView::refresh);
-    refresh();
 }
 
 OverviewView::~OverviewView() = default;

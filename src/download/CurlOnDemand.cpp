@@ -46,6 +46,11 @@ CurlEntryPoints load()
     CurlEntryPoints api;
     if (!library.load())
         return api;
+    // The oldest release that takes the protocol list as text, which keeps redirects to HTTP(S).
+    using VersionInfo = curl_version_info_data *(*)(CURLversion);
+    const auto versionInfo = reinterpret_cast<VersionInfo>(library.resolve("curl_version_info"));
+    if (!versionInfo || versionInfo(CURLVERSION_NOW)->version_num < 0x075500)
+        return api;
     resolve(library, api.globalInit, "curl_global_init");
     resolve(library, api.easyInit, "curl_easy_init");
     resolve(library, api.easyCleanup, "curl_easy_cleanup");

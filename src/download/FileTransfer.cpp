@@ -156,8 +156,17 @@ bool FileTransfer::open()
         PartialDownloads::discard(m_originalURL);
     const qint64 held = record ? record->held() : 0;
 
-    std::optional<Failure> problem =
-        FreeSpace::check(PartialDownloads::folder(), m_expectedSize > 0 ? m_expectedSize - held : 0);
+    std::optional<Failure> problem;
+    // libcurl is loaded on the first download; without it (or with one too old to have every
+    // call used here) there is nothing to download with, and the user is told what to mend.
+    if (!m_multi)
+        problem = Failure::platform(
+            Failure::Domain::network,
+            QStringLiteral("Не удалось загрузить библиотеку libcurl (версии 7.85 или новее), без "
+                           "которой прошивку не скачать. Установите её и повторите загрузку."));
+    if (!problem)
+        problem =
+            FreeSpace::check(PartialDownloads::folder(), m_expectedSize > 0 ? m_expectedSize - held : 0);
     // On another volume the finished image is copied, and must fit there too.
     if (!problem && !FreeSpace::sameVolume(PartialDownloads::folder(), m_destinationFolder)) {
         if (auto shortage = FreeSpace::checkCache(m_destinationFolder, m_expectedSize))

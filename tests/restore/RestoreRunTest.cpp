@@ -24,18 +24,10 @@ const QString successLine = QStringLiteral("Восстановление зав�
 
 const QByteArray imageInfo = testData("idevicerestore-ipsw-info.txt"); // lists Watch7,1
 
-ConnectedWatch watch(const QString &mode, WatchTransport transport)
-{
-    return {QStringLiteral("Watch7,1"),
-            QStringLiteral("n207sap"),
-            QStringLiteral("Apple Watch"),
-            mode,
-            QStringLiteral("0x1A2B3C4D5E"),
-            QString(),
-            transport};
-}
-const ConnectedWatch recoveryWatch = watch(QStringLiteral("Recovery/DFU"), WatchTransport::recoveryDfu);
-const ConnectedWatch kisWatch = watch(QStringLiteral("DFU via Debug USB (KIS)"), WatchTransport::kis);
+const ConnectedWatch recoveryWatch("Watch7,1", "n207sap", "Apple Watch", "Recovery/DFU", "0x1A2B3C4D5E", {},
+                                   WatchTransport::recoveryDfu);
+const ConnectedWatch kisWatch("Watch7,1", "n207sap", "Apple Watch", "DFU via Debug USB (KIS)", "0x1A2B3C4D5E",
+                              {}, WatchTransport::kis);
 
 // The restore tool answers the information query from "$0.info".
 QString writeRestoreTool(const TestPaths &paths)

@@ -6,8 +6,6 @@
 #include "ui/screens/CatalogView.h"
 #include "ui/screens/FirmwareListModel.h"
 
-#include <QApplication>
-#include <QCoroTask>
 #include <QFileInfo>
 #include <QLineEdit>
 #include <QListView>
@@ -41,7 +39,7 @@ class CatalogViewTest : public QObject {
 private slots:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
 
-    void searchTheClearButtonAndARefresh()
+    void searchRefreshAndRowsThatFollowTheModelAndTheCache()
     {
         ScreenStudio studio;
         studio.loadCatalog();
@@ -73,15 +71,9 @@ private slots:
         QVERIFY(!catalogue.part("catalogRefreshButton")->isEnabled());
         QCoro::waitFor(std::move(again));
         QVERIFY(catalogue.part("catalogRefreshButton")->isEnabled());
-    }
 
-    // Rows paint from what is known in memory: painting never creates the cache folder, and the
-    // downloaded state is read again whenever the cache may have changed.
-    void rowsFollowTheModelAndTheCache()
-    {
-        ScreenStudio studio;
-        studio.loadCatalog();
-        Catalogue catalogue(studio.model());
+        // Rows paint from what is known in memory: painting never creates the cache folder, and the
+        // downloaded state is read again whenever the cache may have changed.
         const QString cacheFolder = QFileInfo(studio.cachedPath(QStringLiteral("x"))).absolutePath();
         (void)catalogue.view.grab();
         QVERIFY2(!QFileInfo::exists(cacheFolder),

@@ -1,6 +1,5 @@
 #include "ScreenStudio.h"
 
-#include "device/DeviceMonitor.h"
 #include "restore/RestoreManager.h"
 #include "ui/CheckLine.h"
 #include "ui/ErrorBanner.h"
@@ -8,7 +7,6 @@
 #include "ui/screens/RestoreConfirmationSheet.h"
 #include "ui/screens/RestoreView.h"
 
-#include <QCoroTask>
 #include <QLineEdit>
 #include <QStandardPaths>
 #include <QTest>
@@ -61,6 +59,8 @@ private slots:
         QCOMPARE(restore.deviceState(), QStringLiteral("Recovery/DFU обнаружен"));
         QVERIFY(!restore.canStart());
         studio.startRestore(); // refused without an image
+        QCOMPARE(restore.part<ErrorBanner>("restoreErrorBanner")->text(),
+                 studio.model()->restoreManager()->lastError().value());
         QVERIFY(restore.shows("restoreErrorBanner"));
         ScreenStudio::render(&restore.view, QStringLiteral("restore-error"));
         studio.chooseImage(
@@ -81,11 +81,7 @@ private slots:
         QVERIFY(restore.shows("stopRestoreButton"));
         QVERIFY(!restore.shows("startRestoreButton"));
         restore.click("stopRestoreButton");
-        QTRY_VERIFY(!manager->isRestoring());
-        QVERIFY(restore.canStart());
-        // The interrupted tool's failure stays on screen.
-        QVERIFY(restore.shows("restoreErrorBanner"));
-        QCOMPARE(restore.part<ErrorBanner>("restoreErrorBanner")->text(), manager->lastError().value());
+        QTRY_VERIFY(restore.canStart());
     }
 
     void kisWatchMayGoWithoutAnImage()
@@ -108,11 +104,12 @@ private slots:
     }
 
     // Only the exact word enables the start. Neither the start button without a watch nor Return
-    // with one starts anything.
-    void reopenedSheetIsEmptyAndOnlyTheButtonStarts()
+    // with one starts anything; a reopened sheet is empty. The start dismisses the sheet, shows the
+    // log, and the image is read when the restore task runs, after the click.
+    void onlyTheTypedWordAndTheButtonStartAndTheImageIsReadWhenItRuns()
     {
         ScreenStudio studio;
-        studio.chooseImage(QStringLiteral("watchOS_10.ipsw"));
+        studio.chooseImage(QStringLiteral("first.ipsw"));
         Sheet sheet(studio.model());
         auto *phrase = part<QLineEdit>(sheet.sheet, "confirmationPhrase");
         for (const QString &wrong : {QStringLiteral("ПРОШИТЬ "), QStringLiteral("прошить")}) {
@@ -136,22 +133,13 @@ private slots:
         QCOMPARE(phrase->text(), QString());
         QVERIFY(!sheet.canBegin());
         ScreenStudio::render(&sheet.sheet, QStringLiteral("sheet-empty"));
-    }
 
-    void startDismissesShowsTheLogAndRestoresTheImageChosenWhenItRuns()
-    {
-        ScreenStudio studio;
-        studio.attachRecoveryWatch();
         studio.installRestoreTool(false);
-        studio.chooseImage(QStringLiteral("first.ipsw"));
-        Sheet sheet(studio.model());
         sheet.type(QStringLiteral("ПРОШИТЬ"));
         sheet.begin();
         QVERIFY(!sheet.sheet.isVisible());
         QCOMPARE(sheet.sheet.result(), int(QDialog::Accepted));
         QCOMPARE(studio.model()->navigation(), NavigationSection::logs);
-
-        // The image is read when the restore task runs, after the click.
         studio.chooseImage(QStringLiteral("second.ipsw"));
         QTRY_VERIFY(studio.model()->restoreManager()->completedSuccessfully());
         QCOMPARE(studio.restoreToolArguments().constLast(), *studio.model()->selectedIPSW());

@@ -1,5 +1,4 @@
 #include "app/model/StudioModel.h"
-#include "restore/RestoreManager.h"
 #include "support/LocalHttpServer.h"
 #include "support/TestPaths.h"
 #include "ui/Theme.h"

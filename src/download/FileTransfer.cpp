@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
+#include <limits>
 #include <mutex>
 #include <unistd.h>
 
@@ -36,6 +37,12 @@ constexpr int measuredSamples = 2;
 // size, so that the last bytes do not trickle in over one connection.
 constexpr qint64 minimumPiece = 4 * 1024 * 1024;
 constexpr qint64 minimumFinalPiece = 1024 * 1024;
+// While the connection count is being tried out, a connection added takes only this much from
+// the end of a range, and one that finishes then takes another such piece. When the growth
+// gains nothing, little is handed back, and the server has read ahead little for a request
+// that is given up.
+constexpr qint64 probePiece = 16 * 1024 * 1024;
+constexpr qint64 unlimitedPiece = std::numeric_limits<qint64>::max();
 // The record on disk lags the data by at most this many samples.
 constexpr int samplesPerSave = 14;
 
@@ -274,7 +281,7 @@ bool FileTransfer::addConnection()
 {
     std::optional<int> segment = m_plan.takeGap();
     if (!segment)
-        segment = m_plan.split(minimumPiece);
+        segment = m_plan.split(minimumPiece, probePiece);
     if (!segment)
         return false;
     launch(*segment);
@@ -352,7 +359,7 @@ void FileTransfer::segmentDone(RangeFetch *fetch)
     // The connection count stays what the measurements chose: this one takes other work.
     std::optional<int> next = m_plan.takeGap();
     if (!next && m_rangesConfirmed)
-        next = m_plan.split(minimumFinalPiece);
+        next = m_plan.split(minimumFinalPiece, m_policy.settled() ? unlimitedPiece : probePiece);
     if (next)
         launch(*next);
 }

@@ -89,7 +89,8 @@ private:
     void segmentDone(RangeFetch *fetch);
     void launch(int segment);
     void remove(RangeFetch *fetch);
-    // A connection for another segment: an untouched gap first, otherwise half of the largest.
+    // A connection for another segment: an untouched gap first, otherwise a probe piece from the
+    // end of the largest.
     bool addConnection();
     // False when the data could not be emptied (the transfer has failed then).
     bool restartFromZero(qint64 size);

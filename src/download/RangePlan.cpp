@@ -42,7 +42,7 @@ std::optional<int> RangePlan::takeGap()
     return first;
 }
 
-std::optional<int> RangePlan::split(qint64 minimumPiece)
+std::optional<int> RangePlan::split(qint64 minimumPiece, qint64 largestPiece)
 {
     std::optional<int> largest;
     for (int i = 0; i < int(m_segments.size()); ++i) {
@@ -54,7 +54,8 @@ std::optional<int> RangePlan::split(qint64 minimumPiece)
     if (!largest)
         return std::nullopt;
     Segment &lower = m_segments[size_t(*largest)];
-    const qint64 middle = lower.position + lower.remaining() / 2;
+    const qint64 upperHalf = lower.remaining() - lower.remaining() / 2;
+    const qint64 middle = lower.end - qMin(upperHalf, qMax(minimumPiece, largestPiece));
     const Segment upper{middle, middle, lower.end, true};
     lower.end = middle;
     m_segments.push_back(upper);

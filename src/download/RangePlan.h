@@ -2,6 +2,7 @@
 
 #include <QtGlobal>
 
+#include <limits>
 #include <optional>
 #include <vector>
 
@@ -34,9 +35,10 @@ public:
 
     // The unfinished, unassigned segment that starts first, now assigned.
     std::optional<int> takeGap();
-    // Halves the assigned segment with the most left to fetch when both halves keep at least
-    // `minimumPiece` bytes; the upper half becomes a new assigned segment.
-    std::optional<int> split(qint64 minimumPiece);
+    // Splits the assigned segment with the most left to fetch when both parts keep at least
+    // `minimumPiece` bytes: the upper half, or only the last `largestPiece` bytes when that is
+    // less, becomes a new assigned segment.
+    std::optional<int> split(qint64 minimumPiece, qint64 largestPiece = std::numeric_limits<qint64>::max());
     void advance(int index, qint64 bytes) { m_segments.at(size_t(index)).position += bytes; }
     void release(int index) { m_segments.at(size_t(index)).assigned = false; }
     // A body of unknown length ended: the segment ends where its data does.

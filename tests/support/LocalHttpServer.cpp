@@ -38,11 +38,22 @@ public:
         }
         m_clock.start();
         connect(socket, &QTcpSocket::bytesWritten, this, &BodyWriter::writeMore);
+        // A TLS socket reports plain bytes as written once they are encrypted, long before the
+        // network takes them: without waiting for the encrypted backlog too, a large range would
+        // be encrypted into memory whole before its first byte left, which no real server does.
+        if (auto *tls = qobject_cast<QSslSocket *>(socket))
+            connect(tls, &QSslSocket::encryptedBytesWritten, this, &BodyWriter::writeMore);
+    }
+
+    qint64 backlog() const
+    {
+        auto *tls = qobject_cast<QSslSocket *>(m_socket.data());
+        return m_socket->bytesToWrite() + (tls ? tls->encryptedBytesToWrite() : 0);
     }
 
     void writeMore()
     {
-        if (!m_socket || m_finished || m_socket->bytesToWrite() > chunkSize)
+        if (!m_socket || m_finished || backlog() > chunkSize)
             return;
         if (m_sent < m_limit && !m_closeEarly) {
             qint64 length = qMin(chunkSize, m_limit - m_sent);
@@ -74,7 +85,7 @@ public:
                 return;
             }
         }
-        if (m_socket->bytesToWrite() > 0)
+        if (backlog() > 0)
             return;
         m_finished = true;
         // Later: a TLS socket must not be torn down inside its own signal. An early close is

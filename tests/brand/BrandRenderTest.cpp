@@ -20,28 +20,20 @@ private slots:
 
     // The sidebar clips the picture itself, so a transparent corner would show as a notch;
     // desktop icons instead keep the drawing's rounded, transparent corners.
-    void picturesHaveTheirSizeAndCorners_data()
-    {
-        QTest::addColumn<QString>("file");
-        QTest::addColumn<int>("side");
-        QTest::addColumn<bool>("opaqueCorners");
-        QTest::newRow("brand picture") << QStringLiteral("CorvalinStudio-Owl-1024.png") << 1024 << true;
-        for (const int side : {16, 24, 32, 48, 64, 128, 256, 512}) {
-            const QString file = QStringLiteral("hicolor/%1x%1/apps/ru.corvalin.Studio.png").arg(side);
-            QTest::newRow(qPrintable(file)) << file << side << false;
-        }
-    }
-
     void picturesHaveTheirSizeAndCorners()
     {
-        QFETCH(QString, file);
-        QFETCH(int, side);
-        QFETCH(bool, opaqueCorners);
-        const QImage image(QDir(m_output.path()).filePath(file));
-        QCOMPARE(image.size(), QSize(side, side));
-        const int last = side - 1;
-        for (const QPoint corner : {QPoint(0, 0), QPoint(last, 0), QPoint(0, last), QPoint(last, last)})
-            QCOMPARE(qAlpha(image.pixel(corner)) == 255, opaqueCorners);
+        std::vector<std::pair<QString, int>> pictures{{QStringLiteral("CorvalinStudio-Owl-1024.png"), 1024}};
+        for (const int side : {16, 24, 32, 48, 64, 128, 256, 512})
+            pictures.emplace_back(QStringLiteral("hicolor/%1x%1/apps/ru.corvalin.Studio.png").arg(side),
+                                  side);
+        for (const auto &[file, side] : pictures) {
+            const QImage image(QDir(m_output.path()).filePath(file));
+            QVERIFY2(image.size() == QSize(side, side), qPrintable(file));
+            const bool opaqueCorners = side == 1024;
+            const int last = side - 1;
+            for (const QPoint corner : {QPoint(0, 0), QPoint(last, 0), QPoint(0, last), QPoint(last, last)})
+                QVERIFY2((qAlpha(image.pixel(corner)) == 255) == opaqueCorners, qPrintable(file));
+        }
     }
 
     // An .icns file: "icns", its length, then (type, length, PNG) entries that fill it exactly.

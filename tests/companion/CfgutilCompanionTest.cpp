@@ -15,14 +15,6 @@ namespace {
 
 using MaybeTool = std::optional<FakeToolBehaviour>; // none: the tool is missing
 
-MaybeTool printingOnStandardError(const QByteArray &line, int status)
-{
-    FakeToolBehaviour behaviour;
-    behaviour.extraShell = "echo '" + line + "' >&2";
-    behaviour.exitStatus = status;
-    return behaviour;
-}
-
 struct Finished {
     int status = -1;
     QByteArray standardOutput;
@@ -49,14 +41,21 @@ void verifyToolEnvironment(const TestPaths &paths, const QString &tool)
              paths.tool(QStringLiteral("lib")));
 }
 
-// What the companion prints for one device; the document is compact, its keys in order.
-QByteArray listingOf(const QByteArray &ecid, const QByteArray &deviceType)
-{
-    const QByteArray quoted = '"' + ecid + '"';
-    const QByteArray type = deviceType.isEmpty() ? QByteArray() : ",\"deviceType\":\"" + deviceType + '"';
-    return "{\"Command\":\"list\",\"Devices\":[" + quoted + "],\"Output\":{" + quoted +
-           ":{\"ECID\":" + quoted + type + "}},\"Type\":\"CommandOutput\"}\n";
-}
+// What the companion answers `list` with, given irecovery's behaviour; `complaint` is how
+// standard error begins.
+struct Listing {
+    MaybeTool irecovery;
+    int status;
+    QByteArray standardOutput;
+    QByteArray complaint;
+};
+
+// A restore command line; an empty target: idevicerestore is missing and never runs.
+struct Restore {
+    QStringList arguments;
+    int status;
+    QString restoreTarget; // idevicerestore's last argument
+};
 
 } // namespace
 
@@ -95,52 +94,45 @@ private slots:
     }
     void cleanup() { m_paths.reset(); }
 
-    // A KIS watch listed by the real irecovery goes through the companion into the device monitor
-    // in VirtualWatchStudioTest, and no watch in the real-tools run below; the fakes stand in for
-    // the other answers irecovery may give.
+    // A watch listed by the real irecovery (a KIS one, with its product and ECID) goes through the
+    // companion into the device monitor in VirtualWatchStudioTest, and no watch in the real-tools
+    // run below; the fakes stand in for the other answers irecovery may give.
     void listing_data()
     {
-        QTest::addColumn<MaybeTool>("irecovery");
-        QTest::addColumn<int>("status");
-        QTest::addColumn<QByteArray>("standardOutput");
-        QTest::addColumn<QByteArray>("complaint"); // how standard error begins
-
-        const auto printing = [](const QByteArray &output, int status = 0) {
-            return MaybeTool(FakeToolBehaviour::printing(output, status));
-        };
-        QTest::newRow("Recovery watch") << printing(testData("irecovery-q-recovery.txt")) << 0
-                                        << listingOf("0xE1A52C8F4303A", "Watch6,18") << QByteArray();
+        QTest::addColumn<Listing>("listing");
         QTest::newRow("device this irecovery does not know")
-            << printing(testData("irecovery-q-unknown-device.txt")) << 0 << listingOf("0x3F7C1E2D4A6B8", {})
-            << QByteArray();
+            << Listing{FakeToolBehaviour::printing(testData("irecovery-q-unknown-device.txt")),
+                       0,
+                       R"({"Command":"list","Devices":["0x3F7C1E2D4A6B8"],"Output":{"0x3F7C1E2D4A6B8":)"
+                       R"({"ECID":"0x3F7C1E2D4A6B8"}},"Type":"CommandOutput"})"
+                       "\n",
+                       {}};
         // The application reads both streams as one: a failure must not look like a list.
-        QTest::newRow("irecovery missing")
-            << MaybeTool() << 1 << QByteArray() << QByteArray("cfgutil: irecovery not found at ");
-        QTest::newRow("another irecovery error")
-            << printingOnStandardError("ERROR: Operation unsupported by driver", 255) << 1 << QByteArray()
-            << QByteArray(
-                   "cfgutil: irecovery -q failed with status 255: ERROR: Operation unsupported by driver");
+        QTest::newRow("irecovery missing") << Listing{{}, 1, {}, "cfgutil: irecovery not found at "};
+        QTest::newRow("another irecovery error") << Listing{
+            FakeToolBehaviour::printingThen({}, "echo 'ERROR: Operation unsupported by driver' >&2", 255),
+            1,
+            {},
+            "cfgutil: irecovery -q failed with status 255: ERROR: Operation unsupported by driver"};
         QTest::newRow("listing without an ECID")
-            << printing("PRODUCT: Watch7,5\nECID: none\n") << 1 << QByteArray()
-            << QByteArray("cfgutil: irecovery -q printed no readable ECID");
+            << Listing{FakeToolBehaviour::printing("PRODUCT: Watch7,5\nECID: none\n"),
+                       1,
+                       {},
+                       "cfgutil: irecovery -q printed no readable ECID"};
     }
 
     void listing()
     {
-        QFETCH(MaybeTool, irecovery);
-        QFETCH(int, status);
-        QFETCH(QByteArray, standardOutput);
-        QFETCH(QByteArray, complaint);
-
-        const QString tool = fakeTool("irecovery", irecovery);
+        QFETCH(Listing, listing);
+        const QString tool = fakeTool("irecovery", listing.irecovery);
 
         const Finished run = runCompanion(m_companion, {"--format", "JSON", "list"});
-        QCOMPARE(run.status, status);
-        QCOMPARE(run.standardOutput, standardOutput);
-        QVERIFY2(run.standardError.startsWith(complaint) &&
-                     (run.standardError.isEmpty() == complaint.isEmpty()),
+        QCOMPARE(run.status, listing.status);
+        QCOMPARE(run.standardOutput, listing.standardOutput);
+        QVERIFY2(run.standardError.startsWith(listing.complaint) &&
+                     (run.standardError.isEmpty() == listing.complaint.isEmpty()),
                  run.standardError.constData());
-        if (irecovery) {
+        if (listing.irecovery) {
             QCOMPARE(FakeTools::recordedArguments(tool), QStringList{QStringLiteral("-q")});
             verifyToolEnvironment(*m_paths, tool);
         }
@@ -148,40 +140,33 @@ private slots:
 
     void commandLines_data()
     {
-        QTest::addColumn<QStringList>("arguments");
-        QTest::addColumn<bool>("hasRestoreTool");
-        QTest::addColumn<int>("status");
-        QTest::addColumn<QString>("restoreTarget"); // idevicerestore's last argument; empty: not run
-
+        QTest::addColumn<Restore>("restore");
         const QStringList restore{"--ecid", "0xB24F61A9C0D5E", "--progress", "restore"};
-        QTest::newRow("latest signed firmware") << restore << true << 0 << "--latest";
-        QTest::newRow("with an image") << restore + QStringList{"--ipsw", "/images/watch os.ipsw"} << true
-                                       << 3 << "/images/watch os.ipsw";
-        QTest::newRow("idevicerestore missing") << restore << false << 127 << QString();
+        QTest::newRow("latest signed firmware") << Restore{restore, 0, "--latest"};
+        QTest::newRow("with an image")
+            << Restore{restore + QStringList{"--ipsw", "/images/watch os.ipsw"}, 3, "/images/watch os.ipsw"};
+        QTest::newRow("idevicerestore missing") << Restore{restore, 127, {}};
     }
 
     void commandLines()
     {
-        QFETCH(QStringList, arguments);
-        QFETCH(bool, hasRestoreTool);
-        QFETCH(int, status);
-        QFETCH(QString, restoreTarget);
-
-        FakeToolBehaviour restoring = FakeToolBehaviour::printing("Progress: 1%\n", status);
-        restoring.extraShell = "echo 'Waiting for device' >&2";
-        const QString tool = fakeTool("idevicerestore", hasRestoreTool ? MaybeTool(restoring) : std::nullopt);
+        QFETCH(Restore, restore);
+        const QString restoreTarget = restore.restoreTarget;
+        const MaybeTool restoring = FakeToolBehaviour::printingThen(
+            "Progress: 1%\n", "echo 'Waiting for device' >&2", restore.status);
+        const QString tool = fakeTool("idevicerestore", restoreTarget.isEmpty() ? std::nullopt : restoring);
 
         const RestoreDestinations destinations{QDir(m_paths->root()).filePath("logs/restore-now.log"),
                                                QDir(m_paths->root()).filePath("cache")};
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         destinations.handDown(environment);
-        const Finished run = runCompanion(m_companion, arguments, environment);
-        QCOMPARE(run.status, status);
+        const Finished run = runCompanion(m_companion, restore.arguments, environment);
+        QCOMPARE(run.status, restore.status);
         QCOMPARE(FakeTools::runCount(tool), restoreTarget.isEmpty() ? 0 : 1);
-        if (status == 127)
+        if (restoreTarget.isEmpty()) {
             QVERIFY(run.standardError.startsWith("cfgutil: cannot run " + tool.toUtf8()));
-        if (restoreTarget.isEmpty())
             return;
+        }
 
         // Both streams come through untouched: the companion has become idevicerestore.
         QCOMPARE(run.standardOutput, QByteArray("Progress: 1%\n"));

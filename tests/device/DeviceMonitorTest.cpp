@@ -104,43 +104,27 @@ private slots:
             QCOMPARE(FakeTools::recordedArguments(irecovery), QStringList{QStringLiteral("-q")});
     }
 
-    // A KIS watch wins over a Recovery device, is named from irecovery's device table (or plainly
-    // when the table has no full line for it) and is not asked for again while it stays published.
-    void kisWinsAndIsNotAskedAgainWhilePublished_data()
-    {
-        QTest::addColumn<QByteArray>("deviceTable");
-        QTest::addColumn<QByteArray>("list");
-        QTest::addColumn<QStringList>("identity"); // product type, model, name, ECID
-        QTest::newRow("named by the table")
-            << testData("irecovery-devices-excerpt.txt") << testData("cfgutil-list.json")
-            << QStringList{"Watch7,5", "n210ap", "Apple Watch Ultra 2", "0xB24F61A9C0D5E"};
-        QTest::newRow("table without a full line for it")
-            << QByteArray("Watch5,9 n1 0x1 0x2\nWatch5,9x n2 0x3 0x4 Other\n")
-            << QByteArray(R"({"Output":{"x":{"deviceType":"Watch5,9","ECID":"0xABCDE"}}})")
-            << QStringList{"Watch5,9", "—", "Apple Watch", "0xABCDE"};
-    }
+    // A KIS watch wins over a Recovery device, is named plainly when irecovery's device table has no
+    // full line for it (named by the table: the real tools' run in VirtualWatchStudioTest) and is
+    // not asked for again while it stays published.
     void kisWinsAndIsNotAskedAgainWhilePublished()
     {
-        QFETCH(QByteArray, deviceTable);
-        QFETCH(QByteArray, list);
-        QFETCH(QStringList, identity);
         TestPaths paths;
         attachUsbDevices(paths, {"1281", "1881"});
-        const QString irecovery = FakeTools::write(paths.tool(QStringLiteral("bin/irecovery")),
-                                                   FakeToolBehaviour::printing(deviceTable));
-        FakeTools::write(paths.cfgutil(), FakeToolBehaviour::printing(list));
+        const QString irecovery = FakeTools::write(
+            paths.tool(QStringLiteral("bin/irecovery")),
+            FakeToolBehaviour::printing("Watch5,9 n1 0x1 0x2\nWatch5,9x n2 0x3 0x4 Other\n"));
+        FakeTools::write(
+            paths.cfgutil(),
+            FakeToolBehaviour::printing(R"({"Output":{"x":{"deviceType":"Watch5,9","ECID":"0xABCDE"}}})"));
 
         DeviceMonitor monitor;
         QCoro::waitFor(monitor.poll());
         const QString mode = QStringLiteral("DFU via Debug USB (KIS)");
-        const ConnectedWatch expected{identity[0],
-                                      identity[1],
-                                      identity[2],
-                                      mode,
-                                      identity[3],
-                                      "PRODUCT: " + identity[0] + "\nMODEL: " + identity[1] + "\nNAME: " +
-                                          identity[2] + "\nMODE: " + mode + "\nECID: " + identity[3],
-                                      WatchTransport::kis};
+        const ConnectedWatch expected("Watch5,9", "—", "Apple Watch", mode, "0xABCDE",
+                                      "PRODUCT: Watch5,9\nMODEL: —\nNAME: Apple Watch\nMODE: " + mode +
+                                          "\nECID: 0xABCDE",
+                                      WatchTransport::kis);
         QCOMPARE(monitor.connectedWatch(), std::optional(expected));
         QCOMPARE(monitor.connectionHint(), kisReadyHint);
         QCOMPARE(FakeTools::recordedArguments(paths.cfgutil()), (QStringList{"--format", "JSON", "list"}));
@@ -167,9 +151,9 @@ private slots:
         TestPaths paths;
         attachUsbDevices(paths, {"1881"});
         const QString gate = QDir(paths.root()).filePath(QStringLiteral("gate"));
-        FakeToolBehaviour heldBack = FakeToolBehaviour::printing(testData("cfgutil-list.json"));
-        heldBack.extraShell = "while [ ! -e '" + gate.toUtf8() + "' ]; do sleep 0.05; done";
-        FakeTools::write(paths.cfgutil(), heldBack);
+        FakeTools::write(paths.cfgutil(), FakeToolBehaviour::printingThen(testData("cfgutil-list.json"),
+                                                                          "while [ ! -e '" + gate.toUtf8() +
+                                                                              "' ]; do sleep 0.05; done"));
         FakeTools::write(paths.tool(QStringLiteral("bin/irecovery")),
                          FakeToolBehaviour::printing(testData("irecovery-q-recovery.txt")));
 

@@ -7,7 +7,6 @@
 
 #include <QByteArrayList>
 #include <QDir>
-#include <QFile>
 
 // Puts devices with these hexadecimal product IDs on the fake USB bus, replacing any others.
 // Both listings get them, the sysfs tree and a fake ioreg, so the monitor finds the same bus

@@ -23,6 +23,20 @@ QStringList treeOf(const QString &folder)
     return entries;
 }
 
+struct LinkName {
+    QString link;
+    QString name;
+    bool plain;
+};
+
+// Another model's image in the cache, and this firmware's link; an empty refusal: downloaded
+// under its own name.
+struct Neighbour {
+    QString cachedName;
+    QString path;
+    QString refusal;
+};
+
 } // namespace
 
 // Names from the catalogue's links reach the file system only when they are plain file names.
@@ -36,11 +50,9 @@ private slots:
     // fetched, nothing is written anywhere, and the caller hears why.
     void plainNamesOnly_data()
     {
-        QTest::addColumn<QString>("link");
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<bool>("plain");
+        QTest::addColumn<LinkName>("row");
         const auto row = [](const char *tag, const QString &link, const QString &name, bool plain) {
-            QTest::newRow(tag) << link << name << plain;
+            QTest::newRow(tag) << LinkName{link, name, plain};
         };
         const QString host = QStringLiteral("https://updates.cdn-apple.com");
         const QString base = host + QStringLiteral("/a/");
@@ -63,12 +75,10 @@ private slots:
     }
     void plainNamesOnly()
     {
-        QFETCH(QString, link);
-        QFETCH(QString, name);
-        QFETCH(bool, plain);
-        QCOMPARE(CacheFileName::fromURL(QUrl(link, QUrl::StrictMode)), name);
-        QCOMPARE(CacheFileName::isPlain(name), plain);
-        if (plain)
+        QFETCH(LinkName, row);
+        QCOMPARE(CacheFileName::fromURL(QUrl(row.link, QUrl::StrictMode)), row.name);
+        QCOMPARE(CacheFileName::isPlain(row.name), row.plain);
+        if (row.plain)
             return;
 
         DownloadTestHarness h;
@@ -80,15 +90,12 @@ private slots:
         const QStringList downloadsBefore = treeOf(h.paths.downloads());
 
         WatchFirmware firmware = h.firmware(QStringLiteral("/fw/image.ipsw"));
-        firmware.filename = name;
+        firmware.filename = row.name;
         QCOMPARE(h.manager.existingFile(firmware), std::nullopt);
         const auto log = h.start(firmware);
         QVERIFY(!h.manager.isDownloading());
         QVERIFY(waitForCalls(*log));
-        QVERIFY(!log->last->ok());
-        QCOMPARE(log->last->failure().description(), noPlainName);
-        QCOMPARE(h.manager.errorText(), std::optional<QString>(noPlainName));
-        QCOMPARE(h.manager.statusText(), QStringLiteral("Ошибка сохранения"));
+        QCOMPARE(h.shown(*log->last), h.failed(QStringLiteral("Ошибка сохранения"), noPlainName));
         QCOMPARE(h.manager.downloadedURL(), std::nullopt);
         QVERIFY(log->alwaysOnGuiThread);
 
@@ -104,11 +111,11 @@ private slots:
     // or says why it cannot be kept beside the other.
     void differentLinksNeverShareAnImage_data()
     {
-        QTest::addColumn<QString>("cachedName");
-        QTest::addColumn<QString>("path");
-        QTest::addColumn<QString>("refusal"); // empty: downloaded under its own name
+        QTest::addColumn<Neighbour>("row");
         const auto row = [](const char *tag, const QString &cached, const QString &path,
-                            const QString &outcome) { QTest::newRow(tag) << cached << path << outcome; };
+                            const QString &refusal) {
+            QTest::newRow(tag) << Neighbour{cached, path, refusal};
+        };
         row("escaped slash", "Watch7,1_Restore.ipsw", "/fw/x%2FWatch7,1_Restore.ipsw", {});
         row("other invalid UTF-8 byte", "%FE.ipsw", "/fw/%FF.ipsw", {});
         row("escaped percent", "a%2F.ipsw", "/fw/a%252F.ipsw", {});
@@ -122,30 +129,24 @@ private slots:
     }
     void differentLinksNeverShareAnImage()
     {
-        QFETCH(QString, cachedName);
-        QFETCH(QString, path);
-        QFETCH(QString, refusal);
+        QFETCH(Neighbour, row);
         DownloadTestHarness h;
-        h.server.setResponse(path, HttpResponse::ok("this model's image"));
-        QVERIFY(writeFile(h.cached(cachedName), "another model's image"));
-        WatchFirmware firmware = h.firmware(path);
+        h.server.setResponse(row.path, HttpResponse::ok("this model's image"));
+        QVERIFY(writeFile(h.cached(row.cachedName), "another model's image"));
+        WatchFirmware firmware = h.firmware(row.path);
         firmware.filename = CacheFileName::fromURL(firmware.downloadURL);
-        QVERIFY(firmware.filename != cachedName);
+        QVERIFY(firmware.filename != row.cachedName);
 
         QCOMPARE(h.manager.existingFile(firmware), std::nullopt);
-        const auto log = h.start(firmware);
-        QVERIFY(waitForCalls(*log));
-        QCOMPARE(fileContents(h.cached(cachedName)), QByteArray("another model's image"));
-        if (refusal.isEmpty()) {
-            QVERIFY2(log->last->ok(), qPrintable(h.manager.errorText().value_or(QString())));
-            QCOMPARE(log->last->value(), h.cached(firmware.filename));
-            QCOMPARE(fileContents(log->last->value()), QByteArray("this model's image"));
-            QCOMPARE(h.manager.existingFile(firmware), std::optional<QString>(log->last->value()));
+        const Result<QString> result = h.download(firmware);
+        QCOMPARE(fileContents(h.cached(row.cachedName)), QByteArray("another model's image"));
+        if (row.refusal.isEmpty()) {
+            QCOMPARE(h.shown(result), h.succeeded(firmware.filename));
+            QCOMPARE(fileContents(result.value()), QByteArray("this model's image"));
+            QCOMPARE(h.manager.existingFile(firmware), std::optional<QString>(result.value()));
         } else {
-            QVERIFY(!log->last->ok());
-            QCOMPARE(log->last->failure().description(), refusal);
-            QCOMPARE(h.manager.statusText(), QStringLiteral("Ошибка сохранения"));
-            QCOMPARE(h.cacheListing(), QStringList{cachedName});
+            QCOMPARE(h.shown(result), h.failed(QStringLiteral("Ошибка сохранения"), row.refusal));
+            QCOMPARE(h.cacheListing(), QStringList{row.cachedName});
         }
     }
 
@@ -153,22 +154,22 @@ private slots:
     // at is neither read as an image nor written.
     void plantedSymbolicLinksAreNotFollowed_data()
     {
-        QTest::addColumn<QString>("where");
-        QTest::addColumn<QString>("refusal"); // empty: the download succeeds
-        QTest::newRow("partial data") << "data" << QString();
-        QTest::newRow("resume record") << "record" << QString();
-        QTest::newRow("image's name")
-            << "image"
-            << QStringLiteral("«l_Restore.ipsw» в папке прошивок — символическая ссылка, а не файл образа. "
-                              "Приложение не открывает файлы по ссылкам: удалите ссылку или положите на её "
-                              "место сам файл.");
+        QTest::addColumn<QStringList>("whereAndRefusal"); // no refusal: the download succeeds
+        QTest::newRow("partial data") << QStringList{"data"};
+        QTest::newRow("resume record") << QStringList{"record"};
+        QTest::newRow("image's name") << QStringList{
+            "image",
+            QStringLiteral("«l_Restore.ipsw» в папке прошивок — символическая ссылка, а не файл образа. "
+                           "Приложение не открывает файлы по ссылкам: удалите ссылку или положите на её "
+                           "место сам файл.")};
         QTest::newRow("rejected image's name")
-            << "invalid" << QStringLiteral("Контрольная сумма SHA-256 не совпадает.");
+            << QStringList{"invalid", QStringLiteral("Контрольная сумма SHA-256 не совпадает.")};
     }
     void plantedSymbolicLinksAreNotFollowed()
     {
-        QFETCH(QString, where);
-        QFETCH(QString, refusal);
+        QFETCH(QStringList, whereAndRefusal);
+        const QString where = whereAndRefusal.first();
+        const QString refusal = whereAndRefusal.value(1);
         DownloadTestHarness h;
         const QString path = QStringLiteral("/fw/l_Restore.ipsw");
         const QByteArray body = patternBody(1024 * 1024);
@@ -184,15 +185,12 @@ private slots:
         QVERIFY(QFile::link(outside, link));
 
         QCOMPARE(h.manager.existingFile(firmware), std::nullopt);
-        const auto log = h.start(firmware);
-        QVERIFY(waitForCalls(*log));
+        const Result<QString> result = h.download(firmware);
         QCOMPARE(fileContents(outside), QByteArray("not the application's"));
-        QCOMPARE(log->last->ok(), refusal.isEmpty());
+        QCOMPARE(h.shown(result).constLast(), refusal.isEmpty() ? h.cached(firmware.filename) : refusal);
         if (refusal.isEmpty()) {
-            QCOMPARE(fileContents(log->last->value()), body);
+            QCOMPARE(fileContents(result.value()), body);
             QVERIFY(partialListing().isEmpty());
-        } else {
-            QCOMPARE(log->last->failure().description(), refusal);
         }
         if (where == u"image")
             QVERIFY(h.server.requests().isEmpty());

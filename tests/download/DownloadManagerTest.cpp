@@ -7,6 +7,12 @@
 
 namespace {
 
+struct Delivery {
+    bool withLength;
+    const char *digestCase; // "lower", "upper" or "none"
+    bool redirected;        // the image keeps the name the catalogue's link gives
+};
+
 const QString done = QStringLiteral("Загрузка и проверка завершены");
 const QString transferError = QStringLiteral("Ошибка загрузки");
 
@@ -20,39 +26,35 @@ private slots:
 
     void downloadsAndVerifies_data()
     {
-        QTest::addColumn<bool>("withLength");
-        QTest::addColumn<QString>("digestCase");
-        QTest::addColumn<bool>("redirected"); // the image keeps the name the catalogue's link gives
-        QTest::newRow("length, lower-case digest") << true << "lower" << false;
-        QTest::newRow("no length, lower-case digest") << false << "lower" << false;
-        QTest::newRow("upper-case digest, redirected") << true << "upper" << true;
-        QTest::newRow("no digest: accepted after the tool ran") << true << "none" << false;
+        QTest::addColumn<Delivery>("delivery");
+        QTest::newRow("length, lower-case digest") << Delivery{true, "lower", false};
+        QTest::newRow("no length, lower-case digest") << Delivery{false, "lower", false};
+        QTest::newRow("upper-case digest, redirected") << Delivery{true, "upper", true};
+        QTest::newRow("no digest: accepted after the tool ran") << Delivery{true, "none", false};
     }
     void downloadsAndVerifies()
     {
-        QFETCH(bool, withLength);
-        QFETCH(QString, digestCase);
-        QFETCH(bool, redirected);
+        QFETCH(Delivery, delivery);
         DownloadTestHarness h;
         const QByteArray body = patternBody(3 * 1024 * 1024 + 17);
         HttpResponse response = HttpResponse::ok(body);
-        response.omitContentLength = !withLength;
+        response.omitContentLength = !delivery.withLength;
         const QString link = QStringLiteral("/fw/Watch6,1_Restore.ipsw");
-        const QString served = redirected ? QStringLiteral("/cdn/blob-8f3a.bin") : link;
+        const QString served = delivery.redirected ? QStringLiteral("/cdn/blob-8f3a.bin") : link;
         h.server.setResponse(served, response);
-        if (redirected)
+        if (delivery.redirected)
             h.server.setResponse(link, HttpResponse::redirect(h.server.url(served).toString()));
-        const QString digest = digestCase == QLatin1String("none")    ? QString()
-                               : digestCase == QLatin1String("upper") ? sha256Hex(body).toUpper()
-                                                                      : sha256Hex(body);
+        const QByteArray digestCase = delivery.digestCase;
+        const QString digest = digestCase == "none"    ? QString()
+                               : digestCase == "upper" ? sha256Hex(body).toUpper()
+                                                       : sha256Hex(body);
 
         const auto log = h.start(h.firmware(link, digest));
         QVERIFY(h.manager.isDownloading());
         QVERIFY(waitForCalls(*log));
 
         const QString path = h.cached(QStringLiteral("Watch6,1_Restore.ipsw"));
-        QVERIFY(log->last->ok());
-        QCOMPARE(log->last->value(), path);
+        QCOMPARE(h.shown(*log->last), h.succeeded(QStringLiteral("Watch6,1_Restore.ipsw")));
         QVERIFY(log->alwaysOnGuiThread);
         QCOMPARE(fileContents(path), body);
         QCOMPARE(h.cacheListing(), QStringList{QStringLiteral("Watch6,1_Restore.ipsw")});
@@ -62,14 +64,13 @@ private slots:
         QVERIFY(!h.manager.isDownloading());
         QCOMPARE(h.manager.progress(), 1.0);
         QCOMPARE(h.manager.downloadedURL(), std::optional<QString>(path));
-        QCOMPARE(h.manager.errorText(), std::nullopt);
         QCOMPARE(h.statuses.first(), QStringLiteral("Загрузка с CDN Apple…"));
         QCOMPARE(h.statuses.mid(h.statuses.size() - 2),
                  (QStringList{QStringLiteral("Проверка SHA-256…"), done}));
-        // Percentages only with a known total, never going back.
+        // Percentages only with a known total.
         const QStringList percentages = h.statuses.filter(QStringLiteral("Загружено "));
-        QCOMPARE(percentages.isEmpty(), !withLength);
-        if (withLength)
+        QCOMPARE(percentages.isEmpty(), !delivery.withLength);
+        if (delivery.withLength)
             QCOMPARE(percentages.last(), QStringLiteral("Загружено 100%"));
 
         QTest::qWait(50);
@@ -78,58 +79,32 @@ private slots:
 
     // Whatever arrived is judged by its digest alone, an error page too (its status is not
     // examined); a rejected image is moved aside even under the longest name a link may give.
-    void rejectedImageIsMovedAside_data()
-    {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<int>("status");
-        QTest::newRow("ordinary name") << QStringLiteral("a_Restore.ipsw") << 200;
-        QTest::newRow("longest plain name") << QString(234, u'x') + QStringLiteral("_Restore.ipsw") << 200;
-        QTest::newRow("error page") << QStringLiteral("a_Restore.ipsw") << 500;
-    }
     void rejectedImageIsMovedAside()
     {
-        QFETCH(QString, name);
-        QFETCH(int, status);
-        DownloadTestHarness h;
-        h.server.setResponse(u'/' + name, HttpResponse::withStatus(status, "damaged image"));
-        const WatchFirmware firmware = h.firmware(u'/' + name, sha256Hex("the real image"));
+        const std::pair<QString, int> cases[] = {{QStringLiteral("a_Restore.ipsw"), 200},
+                                                 {QString(234, u'x') + QStringLiteral("_Restore.ipsw"), 200},
+                                                 {QStringLiteral("a_Restore.ipsw"), 500}};
+        for (const auto &[name, status] : cases) {
+            DownloadTestHarness h;
+            h.server.setResponse(u'/' + name, HttpResponse::withStatus(status, "damaged image"));
+            const WatchFirmware firmware = h.firmware(u'/' + name, sha256Hex("the real image"));
 
-        const auto log = h.start(firmware);
-        QVERIFY(waitForCalls(*log));
-        QVERIFY(log->last->failure().studioError() == StudioError::checksumMismatch());
-        QCOMPARE(h.manager.statusText(), QStringLiteral("Ошибка проверки"));
-        QCOMPARE(h.manager.errorText(),
-                 std::optional<QString>(QStringLiteral("Контрольная сумма SHA-256 не совпадает.")));
-        QCOMPARE(h.manager.downloadedURL(), std::nullopt);
-        QCOMPARE(h.cacheListing(), QStringList{name + QStringLiteral(".invalid")});
-        QCOMPARE(fileContents(h.cached(name + QStringLiteral(".invalid"))), QByteArray("damaged image"));
-        QCOMPARE(h.manager.existingFile(firmware), std::nullopt);
-    }
-
-    void cachedFileIsReusedWithoutNetworkOrVerification()
-    {
-        DownloadTestHarness h;
-        const QString path = h.cached(QStringLiteral("c_Restore.ipsw"));
-        QVERIFY(writeFile(path, "truncated"));
-        QSignalSpy busySpy(&h.manager, &DownloadManager::isDownloadingChanged);
-
-        const WatchFirmware firmware = h.firmware(QStringLiteral("/c_Restore.ipsw"), sha256Hex("whole"));
-        QCOMPARE(h.manager.existingFile(firmware), std::optional<QString>(path));
-        const auto log = h.start(firmware);
-        QCOMPARE(log->calls, 0); // delivered as a later job, never from inside start
-        QCOMPARE(h.manager.downloadedURL(), std::optional<QString>(path));
-        QVERIFY(waitForCalls(*log));
-        QCOMPARE(log->last->value(), path);
-        QVERIFY(log->alwaysOnGuiThread);
-        QVERIFY(h.server.requests().isEmpty());
-        QCOMPARE(FakeTools::runCount(h.paths.shasum()), 0);
-        QCOMPARE(busySpy.count(), 0);
-        QCOMPARE(h.statuses, QStringList{QStringLiteral("Файл уже загружен")});
+            const Result<QString> result = h.download(firmware);
+            QCOMPARE(h.shown(result), h.failed(QStringLiteral("Ошибка проверки"),
+                                               QStringLiteral("Контрольная сумма SHA-256 не совпадает.")));
+            QCOMPARE(h.manager.downloadedURL(), std::nullopt);
+            // The listing names the row.
+            QCOMPARE(h.cacheListing(), QStringList{name + QStringLiteral(".invalid")});
+            QCOMPARE(fileContents(h.cached(name + QStringLiteral(".invalid"))), QByteArray("damaged image"));
+            QCOMPARE(h.manager.existingFile(firmware), std::nullopt);
+        }
     }
 
     // Cancelling shows "cancelled" at once; the transfer's own report of the cancellation
     // then arrives as a transfer error and is what the caller receives.
     // Cancel means cancel: nothing is kept for a later attempt.
+    // The late report of a cancelled transfer is not matched against the transfer that
+    // replaced it: it takes the new caller's completion, and the new transfer ends silently.
     void cancelDuringTransferAndStartWhileBusy()
     {
         DownloadTestHarness h;
@@ -149,11 +124,8 @@ private slots:
         QCOMPARE(log->calls, 0);
 
         QVERIFY(waitForCalls(*log));
-        QVERIFY(!log->last->ok());
-        QCOMPARE(log->last->failure().domain(), Failure::Domain::network);
+        QCOMPARE(h.shown(*log->last), h.failed(transferError, log->last->failure().description()));
         QCOMPARE(log->last->failure().code(), int(QNetworkReply::OperationCanceledError));
-        QCOMPARE(h.manager.statusText(), transferError);
-        QCOMPARE(h.manager.errorText(), std::optional<QString>(log->last->failure().description()));
         QVERIFY(h.cacheListing().isEmpty());
         QTest::qWait(50);
         QCOMPARE(ignored->calls, 0);
@@ -161,33 +133,23 @@ private slots:
         QVERIFY(partialListing().isEmpty());
 
         h.server.setResponse(QStringLiteral("/d_Restore.ipsw"), rangedResponse(body));
-        const auto again = h.start(h.firmware(QStringLiteral("/d_Restore.ipsw")));
-        QVERIFY(waitForCalls(*again));
-        QVERIFY(again->last->ok());
+        QVERIFY(h.download(h.firmware(QStringLiteral("/d_Restore.ipsw"))).ok());
         QCOMPARE(rangeStart(h.server.requests().at(1)), 0);
         QCOMPARE(h.server.requests().at(1).header("if-range"), QByteArray());
-    }
 
-    // The late report of a cancelled transfer is not matched against the transfer that
-    // replaced it: it takes the new caller's completion, and the new transfer ends silently.
-    void lateCancellationReportConsumesTheNextCallback()
-    {
-        DownloadTestHarness h;
-        HttpResponse stalled = HttpResponse::ok(patternBody(1024 * 1024));
-        stalled.stallAfterBytes = 1024;
-        h.server.setResponse(QStringLiteral("/f_Restore.ipsw"), stalled);
+        HttpResponse stalledEarly = HttpResponse::ok(patternBody(1024 * 1024));
+        stalledEarly.stallAfterBytes = 1024;
+        h.server.setResponse(QStringLiteral("/f_Restore.ipsw"), stalledEarly);
+        const qsizetype requestsBefore = h.server.requests().size();
         h.server.setResponse(QStringLiteral("/g_Restore.ipsw"), HttpResponse::ok("second image"));
-
         const auto first = h.start(h.firmware(QStringLiteral("/f_Restore.ipsw")));
-        QVERIFY(QTest::qWaitFor([&] { return !h.server.requests().isEmpty(); }, 30000));
+        QVERIFY(QTest::qWaitFor([&] { return h.server.requests().size() > requestsBefore; }, 30000));
         h.manager.cancel();
         const auto second = h.start(h.firmware(QStringLiteral("/g_Restore.ipsw")));
-
         QVERIFY(waitForCalls(*second));
-        QVERIFY(!second->last->ok());
         QCOMPARE(second->last->failure().code(), int(QNetworkReply::OperationCanceledError));
         QVERIFY(QTest::qWaitFor([&] { return h.manager.statusText() == done; }, 30000));
-        QCOMPARE(h.cacheListing(), QStringList{QStringLiteral("g_Restore.ipsw")});
+        QCOMPARE(h.cacheListing(), (QStringList{"d_Restore.ipsw", "g_Restore.ipsw"}));
         QCOMPARE(first->calls, 0);
         QCOMPARE(second->calls, 1);
     }
@@ -208,9 +170,27 @@ private slots:
         QCOMPARE(log->calls, 0);
     }
 
-    void destinationIsReplacedOrReportedWhenItCannotBe()
+    // A file under the catalogue's name is the image: it is used as it is, without network or
+    // digest. A file under the name the link gives is replaced, a folder there is reported.
+    void whatLiesAtTheDestination()
     {
         DownloadTestHarness h;
+        const QString path = h.cached(QStringLiteral("c_Restore.ipsw"));
+        QVERIFY(writeFile(path, "truncated"));
+        QSignalSpy busySpy(&h.manager, &DownloadManager::isDownloadingChanged);
+        const WatchFirmware cached = h.firmware(QStringLiteral("/c_Restore.ipsw"), sha256Hex("whole"));
+        QCOMPARE(h.manager.existingFile(cached), std::optional<QString>(path));
+        const auto log = h.start(cached);
+        QCOMPARE(log->calls, 0); // delivered as a later job, never from inside start
+        QCOMPARE(h.manager.downloadedURL(), std::optional<QString>(path));
+        QVERIFY(waitForCalls(*log));
+        QCOMPARE(log->last->value(), path);
+        QVERIFY(log->alwaysOnGuiThread);
+        QVERIFY(h.server.requests().isEmpty());
+        QCOMPARE(FakeTools::runCount(h.paths.shasum()), 0);
+        QCOMPARE(busySpy.count(), 0);
+        QCOMPARE(h.statuses, QStringList{QStringLiteral("Файл уже загружен")});
+
         h.server.setResponse(QStringLiteral("/j_Restore.ipsw"), HttpResponse::ok("fresh"));
         // The catalogue's file name differs from the link's, so the cache check does not
         // see what lies at the destination.
@@ -219,24 +199,18 @@ private slots:
         const QString older = h.cached(QStringLiteral("j_Restore.ipsw"));
         QVERIFY(writeFile(older, "an older copy"));
 
-        auto log = h.start(firmware);
-        QVERIFY(waitForCalls(*log));
-        QVERIFY(log->last->ok());
+        QVERIFY(h.download(firmware).ok());
         QCOMPARE(fileContents(older), QByteArray("fresh"));
 
         // A folder in the way cannot be removed, so the move fails.
         QVERIFY(QFile::remove(older));
         QVERIFY(QDir(h.cache()).mkpath(QStringLiteral("j_Restore.ipsw/inside")));
-        log = h.start(firmware);
-        QVERIFY(waitForCalls(*log));
-        QVERIFY(!log->last->ok());
-        QCOMPARE(log->last->failure().domain(), Failure::Domain::fileSystem);
-        QCOMPARE(log->last->failure().description(),
-                 QStringLiteral("Не удалось сохранить образ в папке прошивок: на месте файла лежит папка или "
-                                "другой файл."));
-        QCOMPARE(h.manager.statusText(), QStringLiteral("Ошибка сохранения"));
-        QCOMPARE(h.manager.errorText(), std::optional<QString>(log->last->failure().description()));
-        QCOMPARE(h.cacheListing(), QStringList{QStringLiteral("j_Restore.ipsw")});
+        const Result<QString> result = h.download(firmware);
+        QCOMPARE(h.shown(result),
+                 h.failed(QStringLiteral("Ошибка сохранения"),
+                          QStringLiteral("Не удалось сохранить образ в папке прошивок: на месте файла лежит "
+                                         "папка или другой файл.")));
+        QCOMPARE(h.cacheListing(), (QStringList{"c_Restore.ipsw", "j_Restore.ipsw"}));
     }
 };
 

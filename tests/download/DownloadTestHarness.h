@@ -39,9 +39,7 @@ struct DownloadTestHarness {
     {
         if (transport == LocalHttpServer::Transport::tls)
             LocalHttpServer::trustTestCertificate();
-        FakeToolBehaviour realDigest;
-        realDigest.extraShell = "exec /usr/bin/shasum \"$@\"";
-        FakeTools::write(paths.shasum(), realDigest);
+        FakeTools::write(paths.shasum(), FakeToolBehaviour::running("exec /usr/bin/shasum \"$@\""));
         QObject::connect(&manager, &DownloadManager::statusTextChanged,
                          [this] { statuses << manager.statusText(); });
     }
@@ -79,6 +77,31 @@ struct DownloadTestHarness {
         auto log = std::make_shared<CompletionLog>();
         manager.start(firmware, recorder(log));
         return log;
+    }
+
+    // Starts a download and waits for its completion; one that never comes is a failure too.
+    Result<QString> download(const WatchFirmware &firmware)
+    {
+        const auto log = start(firmware);
+        if (!QTest::qWaitFor([&] { return log->calls > 0; }, 30000))
+            return Failure::platform(Failure::Domain::process, QStringLiteral("no completion in 30 s"));
+        return *log->last;
+    }
+
+    // What the user is shown once a download ended: the status, the error text (empty when there
+    // is none), and what the caller received: the image's path or the failure's description.
+    QStringList shown(const Result<QString> &result) const
+    {
+        return {manager.statusText(), manager.errorText().value_or(QString()),
+                result.ok() ? result.value() : result.failure().description()};
+    }
+    static QStringList failed(const QString &status, const QString &description)
+    {
+        return {status, description, description};
+    }
+    static QStringList succeeded(const QString &name)
+    {
+        return {QStringLiteral("Загрузка и проверка завершены"), QString(), cached(name)};
     }
 };
 

@@ -23,14 +23,6 @@ const QString damaged = QStringLiteral("Файл повреждён, являе�
 
 using ImageFiles = RestoreImage::Files;
 
-const RestoreImage::Model series9{"Watch7,1", "n207sap", 0x8310, 0x08};
-
-// Writes an image at `path`: a zip of the named files, or, with no files, `notAZip` as it stands.
-bool writeImage(const QString &path, const ImageFiles &files, const QByteArray &notAZip = {})
-{
-    return files.isEmpty() ? writeFile(path, notAZip) : RestoreImage::writeZip(path, files);
-}
-
 const QByteArray catalogue =
     QByteArray(
         "[{'version':'10.0.2','build':'21R371','released':'2023-10-04','signed':true,"
@@ -76,71 +68,56 @@ private slots:
         for (const WatchFirmware &firmware : result.value())
             catalogueNames.insert(firmware.productType, firmware.deviceName);
 
-        struct Expected {
-            QString productType, model, name;
-        };
-        const Expected table[] = {
-            {QStringLiteral("Watch7,1"), QStringLiteral("n207sap"),
-             QStringLiteral("Apple Watch Series 9 (41mm)")},
-            {QStringLiteral("Watch6,18"), QStringLiteral("n199ap"), QStringLiteral("Apple Watch Ultra")},
-            {QStringLiteral("Watch1,1"), QStringLiteral("n27aap"),
-             QStringLiteral("Apple Watch 38mm (1st gen)")},
-            // Newer than upstream's table: added by the Tools folder's own patch.
-            {QStringLiteral("Watch8,1"), QStringLiteral("n240ap"), QStringLiteral("Apple Watch Ultra 4")},
-            {QStringLiteral("Watch8,4"), QStringLiteral("n238sap"),
-             QStringLiteral("Apple Watch Series 12 (42mm Cellular)")},
-        };
-        for (const Expected &expected : table) {
-            QCOMPARE(catalogueNames.value(expected.productType), expected.name);
-            const auto identity = QCoro::waitFor(DeviceMonitor::recoveryIdentity(expected.productType));
-            QCOMPARE(identity.model, expected.model);
-            QCOMPARE(identity.name, expected.name);
+        // Product type, model, name. The Watch8 ones are newer than upstream's table: added by the
+        // Tools folder's own patch.
+        const QStringList table[] = {{"Watch7,1", "n207sap", "Apple Watch Series 9 (41mm)"},
+                                     {"Watch6,18", "n199ap", "Apple Watch Ultra"},
+                                     {"Watch1,1", "n27aap", "Apple Watch 38mm (1st gen)"},
+                                     {"Watch8,1", "n240ap", "Apple Watch Ultra 4"},
+                                     {"Watch8,4", "n238sap", "Apple Watch Series 12 (42mm Cellular)"}};
+        for (const QStringList &expected : table) {
+            QCOMPARE(catalogueNames.value(expected[0]), expected[2]);
+            const auto identity = QCoro::waitFor(DeviceMonitor::recoveryIdentity(expected[0]));
+            QCOMPARE((QStringList{expected[0], identity.model, identity.name}), expected);
         }
     }
 
-    void validation_data()
+    // Images the real idevicerestore shows not to be for the watch. One that is: every restore of
+    // VirtualWatchStudioTest.
+    void refusedImages_data()
     {
-        QTest::addColumn<ImageFiles>("files");
+        QTest::addColumn<ImageFiles>("files"); // none: the image is `notAZip` as it stands
         QTest::addColumn<QByteArray>("notAZip");
-        QTest::addColumn<bool>("accepted");
         QTest::addColumn<QString>("error");
         QTest::addColumn<QString>("toolSays"); // a line of the tool's own output, whole
 
-        const QString manifest = QStringLiteral("BuildManifest.plist");
         const QString incompatible = QStringLiteral("IPSW не содержит модель Watch7,1 в BuildManifest.");
-        QTest::newRow("manifest naming the watch")
-            << ImageFiles{{manifest, RestoreImage::buildManifest(series9)}} << QByteArray() << true
-            << QString() << "Supported Product Types: Watch7,1";
         QTest::newRow("manifest naming another model")
-            << ImageFiles{{manifest, RestoreImage::buildManifest(RestoreImage::series6())}} << QByteArray()
-            << false << incompatible << "Supported Product Types: Watch6,1";
+            << ImageFiles{{QStringLiteral("BuildManifest.plist"),
+                           RestoreImage::buildManifest(RestoreImage::series6())}}
+            << QByteArray() << incompatible << "Supported Product Types: Watch6,1";
         QTest::newRow("zip without a manifest")
-            << ImageFiles{{QStringLiteral("Restore.plist"), QByteArray("<plist/>")}} << QByteArray() << false
+            << ImageFiles{{QStringLiteral("Restore.plist"), QByteArray("<plist/>")}} << QByteArray()
             << damaged << "Failed to extract BuildManifest.plist from IPSW!";
         // A saved error page is no zip, yet the tool reports an image that supports nothing.
         QTest::newRow("error page saved as the image")
-            << ImageFiles{} << QByteArray("<html><body><h1>404 Not Found</h1></body></html>\n") << false
+            << ImageFiles{} << QByteArray("<html><body><h1>404 Not Found</h1></body></html>\n")
             << incompatible << "Supported Product Types:";
     }
 
-    void validation()
+    void refusedImages()
     {
         QFETCH(ImageFiles, files);
         QFETCH(QByteArray, notAZip);
-        QFETCH(bool, accepted);
         QFETCH(QString, error);
         QFETCH(QString, toolSays);
 
         const QString image = m_paths->downloads() + QStringLiteral("/watchOS_10.0.2.ipsw");
-        QVERIFY(writeImage(image, files, notAZip));
+        QVERIFY(files.isEmpty() ? writeFile(image, notAZip) : RestoreImage::writeZip(image, files));
         RestoreManager manager;
-
-        QCOMPARE(QCoro::waitFor(manager.validate(image, QStringLiteral("Watch7,1"))), accepted);
-        QCOMPARE(manager.lastError(), error.isEmpty() ? std::nullopt : std::optional<QString>(error));
-        const QStringList lines = manager.logText().split(u'\n');
-        QVERIFY2(lines.contains(toolSays), qPrintable(manager.logText()));
-        QCOMPARE(manager.logText().endsWith(QStringLiteral("Совместимость подтверждена: Watch7,1.\n")),
-                 accepted);
+        QVERIFY(!QCoro::waitFor(manager.validate(image, QStringLiteral("Watch7,1"))));
+        QCOMPARE(manager.lastError(), std::optional(error));
+        QVERIFY2(manager.logText().split(u'\n').contains(toolSays), qPrintable(manager.logText()));
     }
 };
 

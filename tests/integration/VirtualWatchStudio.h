@@ -5,9 +5,6 @@
 #include "support/SigningServer.h"
 #include "support/VirtualWatch.h"
 
-#include <QDir>
-#include <QElapsedTimer>
-
 // The application with the real Tools folder and a virtual watch on its bus: the tools load the
 // watch as their libusb, ask the signing-server stand-in for tickets and unpack the synthetic
 // images the tests write.
@@ -60,37 +57,24 @@ public:
         model()->syncConnectedDevice(monitor()->connectedWatch());
     }
 
-    // Writes the synthetic image of `model` and picks it through the chooser.
-    QString chooseSyntheticImage(const RestoreImage::Model &imageModel)
+    // Writes the synthetic image of the watch's model and picks it through the chooser.
+    void chooseSyntheticImage()
     {
-        const QString path = QDir(paths.downloads())
-                                 .filePath(QString::fromLatin1(imageModel.productType) +
-                                           QStringLiteral("_10.0.2_Restore.ipsw"));
-        if (!RestoreImage::write(path, imageModel))
+        const QString path = paths.downloads() + QStringLiteral("/Watch6,1_10.0.2_Restore.ipsw");
+        if (!RestoreImage::write(path, RestoreImage::series6()))
             qFatal("the synthetic image could not be written");
         model()->setManualIPSWChooser([path] { return ManualIPSWChoice{true, path}; });
         model()->chooseManualIPSW();
-        return path;
     }
 
     // Whether the log has the line, whole.
     bool logHas(const QString &line) const { return logLines().contains(line); }
 
-    // The restore tool's log file named on the starting line.
-    QString announcedLogFile() const
+    // Presses stop; whether the tool ended within 15 s.
+    bool stop()
     {
-        return restore()->logText().section(QStringLiteral("Журнал: "), 1).section(u'\n', 0, 0);
-    }
-
-    // Presses stop and waits for the tool to end; the milliseconds it took.
-    qint64 stopAndTime()
-    {
-        QElapsedTimer timer;
-        timer.start();
         restore()->cancelRestore();
-        if (!QTest::qWaitFor([this] { return !restore()->isRestoring(); }, 15000))
-            return -1;
-        return timer.elapsed();
+        return QTest::qWaitFor([this] { return !restore()->isRestoring(); }, 15000);
     }
 
     SigningServer signing;

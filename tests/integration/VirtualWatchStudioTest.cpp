@@ -5,8 +5,6 @@
 #include "integration/VirtualWatchStudio.h"
 
 #include "tools/ToolLocator.h"
-#include "ui/screens/LogTextView.h"
-#include "ui/screens/LogView.h"
 #include "ui/screens/RestoreConfirmationSheet.h"
 #include "ui/screens/RestoreView.h"
 
@@ -23,14 +21,8 @@ const QString waiting = QLatin1String(VirtualWatchStudio::waitingLine);
 const QString failedLine = QStringLiteral("Восстановление завершилось с ошибкой 1.");
 const QString stopLine = QStringLiteral("Пользователь запросил остановку процесса.");
 const QString recoveryTransport = QStringLiteral("Транспорт: libimobiledevice Recovery/DFU.");
-const QByteArray nonce = "a1b2c3d4e5f60718293a4b5c6d7e8f90a1b2c3d4e5f60718293a4b5c6d7e8f90";
-
-VirtualWatch::Identity series6Watch()
-{
-    VirtualWatch::Identity identity;
-    identity.apNonce = nonce;
-    return identity;
-}
+const QByteArray nonce =
+    "a1b2c3d4e5f60718293a4b5c6d7e8f90a1b2c3d4e5f60718293a4b5c6d7e8f90"; // the watch's own
 
 // The first line of `expected` that `lines` lacks, whole and in that order; empty when none is missing.
 QString firstMissing(const QStringList &lines, const QStringList &expected)
@@ -45,7 +37,33 @@ QString firstMissing(const QStringList &lines, const QStringList &expected)
     return {};
 }
 
+struct Detection {
+    Mode mode;
+    VirtualWatch::Identity identity;
+    QStringList published; // product type, model, name, mode, ECID; empty: none
+    QString hint;
+    QString selected; // the selected firmware's product type
+};
+
+struct Run {
+    Mode mode;
+    QString transport;
+    QStringList toolLines; // in this order
+    QStringList watchLog;  // what the watch saw, in this order
+};
+
+struct Fault {
+    SigningServer::Answer answer;
+    int vanishAfterUpload;
+    QStringList lastLines;
+    QStringList uploads; // what the watch received
+};
+
 } // namespace
+
+Q_DECLARE_METATYPE(Detection)
+Q_DECLARE_METATYPE(Run)
+Q_DECLARE_METATYPE(Fault)
 
 class VirtualWatchStudioTest : public QObject {
     Q_OBJECT
@@ -60,72 +78,58 @@ private slots:
     // What the monitor publishes from the real irecovery's (or the companion's) answer.
     void detection_data()
     {
-        QTest::addColumn<Mode>("mode");
-        QTest::addColumn<quint32>("chipId"); // 0: the table's chip and board for Watch6,1
-        QTest::addColumn<quint32>("boardId");
-        QTest::addColumn<QStringList>("published"); // product type, model, name, mode, ECID; empty: none
-        QTest::addColumn<QString>("hint");
-        QTest::addColumn<QString>("selected"); // the selected firmware's product type
-
+        QTest::addColumn<Detection>("detection");
         const QStringList series6{"Watch6,1", "n157sap", "Apple Watch Series 6 (40mm)"};
         const QString ready = QStringLiteral("Recovery/DFU готов к восстановлению");
-        QTest::newRow("Recovery") << Mode::Recovery << 0u << 0u
-                                  << series6 + QStringList{"Recovery", "0x00001a2b3c4d5e6f"} << ready
-                                  << "Watch6,1";
-        QTest::newRow("DFU") << Mode::Dfu << 0u << 0u << series6 + QStringList{"DFU", "0x00001a2b3c4d5e6f"}
-                             << ready << "Watch6,1";
+        const QString ecid = QStringLiteral("0x00001a2b3c4d5e6f");
+        QTest::newRow("Recovery") << Detection{
+            Mode::Recovery, {}, series6 + QStringList{"Recovery", ecid}, ready, "Watch6,1"};
+        QTest::newRow("DFU") << Detection{
+            Mode::Dfu, {}, series6 + QStringList{"DFU", ecid}, ready, "Watch6,1"};
         QTest::newRow("KIS, through the companion")
-            << Mode::Kis << 0u << 0u << series6 + QStringList{"DFU via Debug USB (KIS)", "0x1A2B3C4D5E6F"}
-            << QStringLiteral("KIS/DFU готов к восстановлению") << "Watch6,1";
+            << Detection{Mode::Kis,
+                         {},
+                         series6 + QStringList{"DFU via Debug USB (KIS)", "0x1A2B3C4D5E6F"},
+                         QStringLiteral("KIS/DFU готов к восстановлению"),
+                         "Watch6,1"};
         // Newer than upstream's table: named by the Tools folder's own patch.
-        QTest::newRow("Ultra 4") << Mode::Recovery << 0x8320u << 0x02u
-                                 << QStringList{"Watch8,1", "n240ap", "Apple Watch Ultra 4", "Recovery",
-                                                "0x00001a2b3c4d5e6f"}
-                                 << ready << "Watch8,1";
+        QTest::newRow("Ultra 4") << Detection{Mode::Recovery,
+                                              {.chipId = 0x8320, .boardId = 0x02},
+                                              {"Watch8,1", "n240ap", "Apple Watch Ultra 4", "Recovery", ecid},
+                                              ready,
+                                              "Watch8,1"};
         // irecovery names no product for a chip and board missing from its table.
         QTest::newRow("model the tools do not know")
-            << Mode::Recovery << 0x8999u << 0x3eu << QStringList()
-            << QStringLiteral("Подключённое Recovery/DFU-устройство не является Apple Watch") << "Watch3,1";
+            << Detection{Mode::Recovery,
+                         {.chipId = 0x8999, .boardId = 0x3e},
+                         {},
+                         QStringLiteral("Подключённое Recovery/DFU-устройство не является Apple Watch"),
+                         "Watch3,1"};
     }
 
     void detection()
     {
-        QFETCH(Mode, mode);
-        QFETCH(quint32, chipId);
-        QFETCH(quint32, boardId);
-        QFETCH(QStringList, published);
-        QFETCH(QString, hint);
-        QFETCH(QString, selected);
-
+        QFETCH(Detection, detection);
         VirtualWatchStudio studio;
-        VirtualWatch::Identity identity = series6Watch();
-        if (chipId != 0) {
-            identity.chipId = chipId;
-            identity.boardId = boardId;
-        }
-        studio.attach(mode, identity);
+        studio.attach(detection.mode, detection.identity);
 
         const auto &watch = studio.monitor()->connectedWatch();
         const QStringList found =
             watch ? QStringList{watch->productType, watch->model, watch->name, watch->mode, watch->ecid}
                   : QStringList();
-        QCOMPARE(found, published);
-        QCOMPARE(studio.monitor()->connectionHint(), hint);
+        QCOMPARE(found, detection.published);
+        QCOMPARE(studio.monitor()->connectionHint(), detection.hint);
         QVERIFY(studio.model()->selectedFirmware());
-        QCOMPARE(studio.model()->selectedFirmware()->productType, selected);
+        QCOMPARE(studio.model()->selectedFirmware()->productType, detection.selected);
     }
 
     // A restore as far as a simulation goes: the real tool sends everything, the watch leaves for
     // restore mode, and the stop button ends the wait for it. The waiting line is in the log while
     // the tool still waits, before anything is stopped. The Recovery run goes through the window:
-    // the typed confirmation starts it, the log screen shows the tool's lines, its stop button ends it.
+    // the typed confirmation starts it and the restore screen's stop button ends it.
     void restoreUpToRestoreMode_data()
     {
-        QTest::addColumn<Mode>("mode");
-        QTest::addColumn<QString>("transport");
-        QTest::addColumn<QStringList>("toolLines"); // in this order
-        QTest::addColumn<QStringList>("watchLog");  // what the watch saw, in this order
-
+        QTest::addColumn<Run>("run");
         const QStringList fromIbec{"Sending iBEC (586 bytes)...",
                                    "iBoot boot-stage=2",
                                    "Sending RestoreLogo (600 bytes)...",
@@ -135,46 +139,35 @@ private slots:
                                    waiting};
         const QStringList watchFromIbec{"upload recovery 586 ibec", "command go",    "arrive recovery ibec",
                                         "upload recovery 614 rkrn", "command bootx", "leave"};
-        QTest::newRow("Recovery") << Mode::Recovery << recoveryTransport
-                                  << QStringList{"Found device in Recovery mode", "ECID: 28772997619311",
-                                                 "Identified device as n157sap, Watch6,1",
-                                                 "Trying to fetch new SHSH blob", "Received SHSH blobs"} +
-                                         fromIbec
-                                  << QStringList{"arrive recovery iboot"} + watchFromIbec;
-        QTest::newRow("DFU") << Mode::Dfu << recoveryTransport
-                             << QStringList{"Found device in DFU mode",
-                                            "Identified device as n157sap, Watch6,1", "Received SHSH blobs",
-                                            "Sending iBSS (586 bytes)..."} +
-                                    fromIbec
-                             << QStringList{"arrive dfu iboot", "upload dfu 586 ibss", "reset",
-                                            "arrive recovery ibss"} +
-                                    watchFromIbec;
+        const QStringList fromIbss{"Found device in DFU mode", "Identified device as n157sap, Watch6,1",
+                                   "Received SHSH blobs", "Sending iBSS (586 bytes)..."};
+        QTest::newRow("Recovery") << Run{Mode::Recovery, recoveryTransport,
+                                         QStringList{"Found device in Recovery mode", "ECID: 28772997619311",
+                                                     "Identified device as n157sap, Watch6,1",
+                                                     "Trying to fetch new SHSH blob", "Received SHSH blobs"} +
+                                             fromIbec,
+                                         QStringList{"arrive recovery iboot"} + watchFromIbec};
+        QTest::newRow("DFU") << Run{
+            Mode::Dfu, recoveryTransport, fromIbss + fromIbec,
+            QStringList{"arrive dfu iboot", "upload dfu 586 ibss", "reset", "arrive recovery ibss"} +
+                watchFromIbec};
         // The companion hands the watch to idevicerestore by its ECID; the watch starts iBSS as in DFU.
         QTest::newRow("KIS, through the companion")
-            << Mode::Kis << QStringLiteral("Транспорт: Apple Configurator KIS, ECID 0x1A2B3C4D5E6F.")
-            << QStringList{"Found device in DFU mode", "Identified device as n157sap, Watch6,1",
-                           "Received SHSH blobs", "Sending iBSS (586 bytes)..."} +
-                   fromIbec
-            << QStringList{"arrive kis iboot", "kis device-info", "upload kis 586 ibss", "leave",
-                           "arrive recovery ibss"} +
-                   watchFromIbec;
+            << Run{Mode::Kis, QStringLiteral("Транспорт: Apple Configurator KIS, ECID 0x1A2B3C4D5E6F."),
+                   fromIbss + fromIbec,
+                   QStringList{"arrive kis iboot", "kis device-info", "upload kis 586 ibss", "leave",
+                               "arrive recovery ibss"} +
+                       watchFromIbec};
     }
 
     void restoreUpToRestoreMode()
     {
-        QFETCH(Mode, mode);
-        QFETCH(QString, transport);
-        QFETCH(QStringList, toolLines);
-        QFETCH(QStringList, watchLog);
-
+        QFETCH(Run, run);
         VirtualWatchStudio studio;
-        studio.attach(mode, series6Watch());
-        studio.chooseSyntheticImage(RestoreImage::series6());
-        const bool throughTheWindow = mode == Mode::Recovery;
+        studio.attach(run.mode);
+        studio.chooseSyntheticImage();
+        const bool throughTheWindow = run.mode == Mode::Recovery;
         RestoreView restoreView(studio.model(), studio.monitor(), studio.restore());
-        LogView logView(studio.model(), studio.restore());
-        auto *shown = logView.findChild<LogTextView *>();
-        QVERIFY(shown);
         RestoreConfirmationSheet sheet(studio.model(), studio.monitor(), studio.restore());
         if (throughTheWindow) {
             sheet.show();
@@ -198,18 +191,16 @@ private slots:
         const QStringList expected =
             QStringList{"Совместимость подтверждена: Watch6,1.",
                         QStringLiteral("Запуск восстановления. Журнал: ") + studio.announcedLogFile(),
-                        transport} +
-            toolLines;
+                        run.transport} +
+            run.toolLines;
         QString missing = firstMissing(studio.logLines(), expected);
         QVERIFY2(missing.isEmpty(), qPrintable(missing + u'\n' + studio.restore()->logText()));
-        missing = firstMissing(studio.watch.log(), watchLog);
+        missing = firstMissing(studio.watch.log(), run.watchLog);
         QVERIFY2(missing.isEmpty(), qPrintable(missing + u'\n' + studio.watch.log().join(u'\n')));
 
         QCOMPARE(studio.signing.requests().size(), 1);
         const SigningServer::Request &request = studio.signing.requests().constFirst();
         QCOMPARE(request.ecid, 0x1A2B3C4D5E6Fu);
-        QCOMPARE(request.chipId, 0x8301u);
-        QCOMPARE(request.boardId, 0x08u);
         QCOMPARE(request.apNonce.toHex(), nonce);
         QCOMPARE(request.versionInfo, QByteArray("libauthinstall-1104.0.9")); // as current upstream asks
 
@@ -220,17 +211,13 @@ private slots:
         QVERIFY(toolLog.readAll().contains(waiting.toUtf8()));
 
         if (throughTheWindow) {
-            QTRY_VERIFY(shown->text().contains(waiting));
             restoreView.show();
             auto *stop = restoreView.findChild<QWidget *>(QStringLiteral("stopRestoreButton"));
             QVERIFY(stop && stop->isVisible());
             QTest::mouseClick(stop, Qt::LeftButton);
             QTRY_VERIFY_WITH_TIMEOUT(!studio.restore()->isRestoring(), 15000);
-            QTRY_VERIFY(shown->text().endsWith(failedLine + u'\n'));
         } else {
-            const qint64 stopMs = studio.stopAndTime();
-            QVERIFY(stopMs >= 0);
-            qInfo("The stop button ended the restore-mode wait after %lld ms.", stopMs);
+            QVERIFY(studio.stop());
         }
         QCOMPARE(studio.logLines().mid(studio.logLines().size() - 4),
                  (QStringList{stopLine, "Device failed to enter restore mode.",
@@ -241,46 +228,39 @@ private slots:
     // Faults a technician meets on the way; the tool ends by itself with its own last words.
     void faults_data()
     {
-        QTest::addColumn<SigningServer::Answer>("answer");
-        QTest::addColumn<int>("vanishAfterUpload");
-        QTest::addColumn<QStringList>("lastLines");
-        QTest::addColumn<QStringList>("uploads"); // what the watch received
-
+        QTest::addColumn<Fault>("fault");
         // libtatsu keeps the server's reason to itself unless debugging is on.
-        QTest::newRow("signing server refuses")
-            << SigningServer::Answer::refusal << 0
-            << QStringList{"ERROR: Unable to send TSS request", "Unable to get SHSH blobs for this device",
-                           failedLine}
-            << QStringList();
+        QTest::newRow("signing server refuses") << Fault{
+            SigningServer::Answer::refusal,
+            0,
+            {"ERROR: Unable to send TSS request", "Unable to get SHSH blobs for this device", failedLine},
+            {}};
         QTest::newRow("watch vanishes after the logo")
-            << SigningServer::Answer::tickets << 2
-            << QStringList{"Unable to send RestoreRamDisk component: Invalid input",
-                           "Unable to send RestoreRamDisk to device.", "Unable to send Ramdisk",
-                           "Unable to place device into restore mode", failedLine}
-            << QStringList{"upload recovery 586 ibec", "upload recovery 600 rlgo"};
+            << Fault{SigningServer::Answer::tickets,
+                     2,
+                     {"Unable to send RestoreRamDisk component: Invalid input",
+                      "Unable to send RestoreRamDisk to device.", "Unable to send Ramdisk",
+                      "Unable to place device into restore mode", failedLine},
+                     {"upload recovery 586 ibec", "upload recovery 600 rlgo"}};
     }
 
     void faults()
     {
-        QFETCH(SigningServer::Answer, answer);
-        QFETCH(int, vanishAfterUpload);
-        QFETCH(QStringList, lastLines);
-        QFETCH(QStringList, uploads);
-
+        QFETCH(Fault, fault);
         VirtualWatchStudio studio;
-        studio.signing.setAnswer(answer);
-        studio.attach(Mode::Recovery, series6Watch());
-        studio.watch.setFaults({.vanishAfterUpload = vanishAfterUpload});
-        studio.chooseSyntheticImage(RestoreImage::series6());
+        studio.signing.setAnswer(fault.answer);
+        studio.attach(Mode::Recovery);
+        studio.watch.setFaults({.vanishAfterUpload = fault.vanishAfterUpload});
+        studio.chooseSyntheticImage();
         studio.startRestore();
         QTRY_VERIFY_WITH_TIMEOUT(!studio.restore()->isRestoring(), 30000);
 
         const QStringList lines = studio.logLines();
-        QVERIFY2(lines.mid(lines.size() - lastLines.size()) == lastLines,
+        QVERIFY2(lines.mid(lines.size() - fault.lastLines.size()) == fault.lastLines,
                  qPrintable(lines.mid(lines.size() - 8).join(u'\n')));
         QCOMPARE(studio.restore()->lastError(), std::optional(failedLine));
         QStringList received = studio.watch.log().filter(QRegularExpression(QStringLiteral("^upload ")));
-        QCOMPARE(received, uploads);
+        QCOMPARE(received, fault.uploads);
         QCOMPARE(studio.signing.requests().size(), 1);
     }
 
@@ -289,17 +269,15 @@ private slots:
     void stopWhileTheToolWaitsForAWatchGoneAfterIbec()
     {
         VirtualWatchStudio studio;
-        studio.attach(Mode::Recovery, series6Watch());
+        studio.attach(Mode::Recovery);
         studio.watch.setFaults({.neverComeBack = true});
-        studio.chooseSyntheticImage(RestoreImage::series6());
+        studio.chooseSyntheticImage();
         studio.startRestore();
         QTRY_VERIFY_WITH_TIMEOUT(studio.watch.logged(QStringLiteral("leave")), 30000);
         QTest::qWait(1500); // into the tool's wait for the watch to reconnect
         QVERIFY(studio.restore()->isRestoring());
 
-        const qint64 stopMs = studio.stopAndTime();
-        QVERIFY(stopMs >= 0);
-        qInfo("The stop button ended the wait for a watch gone after iBEC after %lld ms.", stopMs);
+        QVERIFY(studio.stop());
         QVERIFY(!studio.logHas(waiting));
         QCOMPARE(studio.logLines().constLast(), failedLine);
     }
@@ -309,16 +287,13 @@ private slots:
     void devicePollWhileTheRestoreHoldsTheWatch()
     {
         VirtualWatchStudio studio;
-        studio.attach(Mode::Recovery, series6Watch());
-        studio.chooseSyntheticImage(RestoreImage::series6());
+        studio.attach(Mode::Recovery);
+        studio.chooseSyntheticImage();
         studio.signing.holdAnswers(true);
         studio.startRestore();
         QTRY_COMPARE_WITH_TIMEOUT(studio.signing.requests().size(), 1, 30000);
 
-        QElapsedTimer poll;
-        poll.start();
         QCoro::waitFor(studio.monitor()->poll());
-        qInfo("The poll took %lld ms while the restore held the watch.", poll.elapsed());
         QVERIFY(studio.watch.logged(QStringLiteral("claim busy")));
         QCOMPARE(studio.monitor()->connectedWatch(), std::nullopt);
         QCOMPARE(studio.monitor()->connectionHint(),
@@ -340,10 +315,10 @@ private slots:
         QSKIP("The real tool's 76 s of retries are sat through once, in the plain build.");
 #endif
         VirtualWatchStudio studio;
-        studio.attach(Mode::Dfu, series6Watch());
+        studio.attach(Mode::Dfu);
         const QByteArray newNonce = "00112233445566778899aabbccddeeff00112233445566778899aabbccddeeff";
         studio.watch.setFaults({.nonceAfterIbss = newNonce});
-        studio.chooseSyntheticImage(RestoreImage::series6());
+        studio.chooseSyntheticImage();
         studio.startRestore();
         QTRY_VERIFY_WITH_TIMEOUT(studio.logHas(waiting) || !studio.restore()->isRestoring(), 110000);
         QVERIFY2(studio.restore()->isRestoring(), qPrintable(studio.restore()->logText()));
@@ -359,11 +334,9 @@ private slots:
                                 "Sending iBEC (586 bytes)...", waiting});
         QVERIFY2(missing.isEmpty(), qPrintable(missing + u'\n' + studio.restore()->logText()));
         QVERIFY(studio.watch.logged(QStringLiteral("arrive recovery ibss")));
-        QVERIFY(studio.stopAndTime() >= 0);
+        QVERIFY(studio.stop());
     }
 };
-
-Q_DECLARE_METATYPE(SigningServer::Answer)
 
 QTEST_MAIN(VirtualWatchStudioTest)
 #include "VirtualWatchStudioTest.moc"

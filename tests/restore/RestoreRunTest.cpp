@@ -8,8 +8,6 @@
 
 #include <QCoroTask>
 #include <QDir>
-#include <QFile>
-#include <QFileInfo>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -24,29 +22,10 @@ const QString successLine = QStringLiteral("Восстановление зав�
 
 const QByteArray imageInfo = testData("idevicerestore-ipsw-info.txt"); // lists Watch7,1
 
-ConnectedWatch watch(const QString &mode, WatchTransport transport)
-{
-    return {QStringLiteral("Watch7,1"),
-            QStringLiteral("n207sap"),
-            QStringLiteral("Apple Watch"),
-            mode,
-            QStringLiteral("0x1A2B3C4D5E"),
-            QString(),
-            transport};
-}
-const ConnectedWatch recoveryWatch = watch(QStringLiteral("Recovery/DFU"), WatchTransport::recoveryDfu);
-const ConnectedWatch kisWatch = watch(QStringLiteral("DFU via Debug USB (KIS)"), WatchTransport::kis);
-
-// The restore tool answers the information query from "$0.info".
-QString writeRestoreTool(const TestPaths &paths)
-{
-    const QString tool = paths.tool(QStringLiteral("bin/idevicerestore"));
-    QDir().mkpath(QFileInfo(tool).path());
-    writeFile(tool + QStringLiteral(".info"), imageInfo);
-    FakeToolBehaviour behaviour;
-    behaviour.extraShell = "if [ \"$1\" = --ipsw-info ]; then cat \"$0.info\"; exit 0; fi";
-    return FakeTools::write(tool, behaviour);
-}
+const ConnectedWatch recoveryWatch("Watch7,1", "n207sap", "Apple Watch", "Recovery/DFU", "0x1A2B3C4D5E", {},
+                                   WatchTransport::recoveryDfu);
+const ConnectedWatch kisWatch("Watch7,1", "n207sap", "Apple Watch", "DFU via Debug USB (KIS)", "0x1A2B3C4D5E",
+                              {}, WatchTransport::kis);
 
 QStringList linesAfterStart(const RestoreManager &manager)
 {
@@ -63,9 +42,8 @@ private slots:
     void kisRestoreWithoutAnImage()
     {
         TestPaths paths;
-        FakeToolBehaviour tool = FakeToolBehaviour::printing("erasing\n");
-        tool.extraShell = "cat";
-        const QString cfgutil = FakeTools::write(paths.cfgutil(), tool);
+        const QString cfgutil =
+            FakeTools::write(paths.cfgutil(), FakeToolBehaviour::printingThen("erasing\n", "cat"));
         RestoreManager manager;
         {
             const StandardInputFrom redirected(QDir(paths.root()).filePath(QStringLiteral("input.txt")),
@@ -125,7 +103,9 @@ private slots:
         QFETCH(bool, errorLogged);
 
         TestPaths paths;
-        const QString tool = writeRestoreTool(paths);
+        // Only the image check may run the restore tool.
+        const QString tool = FakeTools::write(paths.tool(QStringLiteral("bin/idevicerestore")),
+                                              FakeToolBehaviour::printing(imageInfo));
         if (configuratorInstalled)
             FakeTools::write(paths.cfgutil(), FakeToolBehaviour{});
         RestoreManager manager;
@@ -189,9 +169,7 @@ private slots:
         QFETCH(QByteArray, shell);
         QFETCH(QString, ending);
         TestPaths paths;
-        FakeToolBehaviour behaviour;
-        behaviour.extraShell = shell;
-        const QString cfgutil = FakeTools::write(paths.cfgutil(), behaviour);
+        const QString cfgutil = FakeTools::write(paths.cfgutil(), FakeToolBehaviour::running(shell));
         RestoreManager manager;
         QCoro::waitFor(manager.startRestore(std::nullopt, kisWatch));
         QTRY_VERIFY(manager.logText().endsWith(QStringLiteral("tick\n")));

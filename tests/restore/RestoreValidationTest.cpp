@@ -1,7 +1,6 @@
 #include "restore/IpswInfo.h"
 #include "restore/RestoreManager.h"
 #include "support/FakeTools.h"
-#include "support/TestFiles.h"
 #include "support/TestPaths.h"
 #include "tools/ToolLocator.h"
 
@@ -44,10 +43,7 @@ private slots:
         QTest::newRow("trailing comma")
             << QStringLiteral("Supported Product Types: Watch6,1, Watch6,2\n") << "Watch6,1" << false;
         QTest::newRow("no label") << QStringLiteral("Watch6,1\n") << "Watch6,1" << false;
-        QTest::newRow("tool output") << QString::fromUtf8(testData("idevicerestore-ipsw-info.txt"))
-                                     << "Watch7,1" << true;
-        QTest::newRow("tool output, two models")
-            << QString::fromUtf8(testData("idevicerestore-ipsw-info-multi.txt")) << "Watch2,6" << true;
+        // The real tool's own output: RealToolsTest and every restore of VirtualWatchStudioTest.
     }
 
     void productTypeMatching()

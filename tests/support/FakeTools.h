@@ -22,6 +22,19 @@ struct FakeToolBehaviour {
         behaviour.exitStatus = exitStatus;
         return behaviour;
     }
+    static FakeToolBehaviour running(const QByteArray &shell)
+    {
+        FakeToolBehaviour behaviour;
+        behaviour.extraShell = shell;
+        return behaviour;
+    }
+    static FakeToolBehaviour printingThen(const QByteArray &output, const QByteArray &shell = {},
+                                          int exitStatus = 0)
+    {
+        FakeToolBehaviour behaviour = printing(output, exitStatus);
+        behaviour.extraShell = shell;
+        return behaviour;
+    }
 };
 
 // Fake tools: small shell scripts that stand in for the real ones. Each records the arguments

@@ -58,42 +58,17 @@ QByteArray im4p(const char *tag, const char *name)
                          der(0x04, payload));
 }
 
-QByteArray plistHead()
-{
-    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-           "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
-           "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
-           "<plist version=\"1.0\">\n";
-}
-
-QByteArray key(const char *name, const QByteArray &value)
-{
-    return "<key>" + QByteArray(name) + "</key>" + value + '\n';
-}
-
-QByteArray string(const QByteArray &value)
-{
-    return "<string>" + value + "</string>";
-}
-
-QByteArray hex(quint32 value)
-{
-    return "0x" + QByteArray::number(value, 16);
-}
-
-QByteArray data(const QByteArray &value)
-{
-    return "<data>" + value.toBase64() + "</data>";
-}
-
+// One component of the manifest: its payload's digest, where it lies in the image, and the flags
+// that have the signing request cover it.
 QByteArray manifestEntry(const Component &component)
 {
     const QByteArray digest =
-        QCryptographicHash::hash(im4p(component.tag, component.name), QCryptographicHash::Sha384);
-    return key(component.name, "<dict>\n" + key("Digest", data(digest)) +
-                                   key("Info", "<dict>" + key("Path", string(component.path.toUtf8())) +
-                                                   key("Personalize", "<true/>") + "</dict>") +
-                                   key("Trusted", "<true/>") + "</dict>");
+        QCryptographicHash::hash(im4p(component.tag, component.name), QCryptographicHash::Sha384).toBase64();
+    return QStringLiteral("<key>%1</key><dict><key>Digest</key><data>%2</data><key>Info</key><dict>"
+                          "<key>Path</key><string>%3</string><key>Personalize</key><true/></dict>"
+                          "<key>Trusted</key><true/></dict>\n")
+        .arg(QLatin1String(component.name), QLatin1String(digest), component.path)
+        .toUtf8();
 }
 
 } // namespace
@@ -108,21 +83,26 @@ QByteArray buildManifest(const Model &model)
     QByteArray manifest;
     for (const Component &component : components(model))
         manifest += manifestEntry(component);
-    const QByteArray identity =
-        "<dict>\n" + key("ApBoardID", string(hex(model.boardId))) +
-        key("ApChipID", string(hex(model.chipId))) + key("ApSecurityDomain", string("0x01")) +
-        key("Info", "<dict>" + key("BuildNumber", string("21R371")) +
-                        key("DeviceClass", string(model.hardwareModel)) +
-                        key("RestoreBehavior", string("Erase")) +
-                        key("Variant", string("Customer Erase Install (IPSW)")) + "</dict>") +
-        key("Manifest", "<dict>\n" + manifest + "</dict>") +
-        key("UniqueBuildID", data(QCryptographicHash::hash(model.productType, QCryptographicHash::Sha1))) +
-        "</dict>\n";
-    return plistHead() + "<dict>\n" + key("BuildIdentities", "<array>\n" + identity + "</array>") +
-           key("ManifestVersion", "<integer>0</integer>") + key("ProductBuildVersion", string("21R371")) +
-           key("ProductVersion", string("10.0.2")) +
-           key("SupportedProductTypes", "<array>" + string(model.productType) + "</array>") +
-           "</dict>\n</plist>\n";
+    const QByteArray uniqueBuildId =
+        QCryptographicHash::hash(model.productType, QCryptographicHash::Sha1).toBase64();
+    return QStringLiteral(R"(<?xml version="1.0" encoding="UTF-8"?>
+<!DOCTYPE plist PUBLIC "-//Apple//DTD PLIST 1.0//EN" "http://www.apple.com/DTDs/PropertyList-1.0.dtd">
+<plist version="1.0"><dict><key>BuildIdentities</key><array><dict>
+<key>ApBoardID</key><string>0x%1</string><key>ApChipID</key><string>0x%2</string>
+<key>ApSecurityDomain</key><string>0x01</string><key>Info</key><dict>
+<key>BuildNumber</key><string>21R371</string><key>DeviceClass</key><string>%3</string>
+<key>RestoreBehavior</key><string>Erase</string>
+<key>Variant</key><string>Customer Erase Install (IPSW)</string></dict>
+<key>Manifest</key><dict>
+%4</dict><key>UniqueBuildID</key><data>%5</data></dict></array>
+<key>ManifestVersion</key><integer>0</integer><key>ProductBuildVersion</key><string>21R371</string>
+<key>ProductVersion</key><string>10.0.2</string>
+<key>SupportedProductTypes</key><array><string>%6</string></array></dict></plist>
+)")
+        .arg(QString::number(model.boardId, 16), QString::number(model.chipId, 16),
+             QLatin1String(model.hardwareModel), QString::fromUtf8(manifest), QLatin1String(uniqueBuildId),
+             QLatin1String(model.productType))
+        .toUtf8();
 }
 
 Files files(const Model &model)

@@ -11,7 +11,8 @@
 
 namespace {
 
-const char *const proxyVariables[] = {"http_proxy", "https_proxy", "HTTPS_PROXY", "no_proxy", "NO_PROXY"};
+// libcurl reads these before their upper-case forms (and http_proxy only in lower case).
+const char *const proxyVariables[] = {"http_proxy", "https_proxy", "no_proxy"};
 
 // A DER sequence standing for a manifest ticket: idevicerestore copies the ticket's bytes into
 // each personalised component (img4_stitch_component) without reading inside it.
@@ -90,9 +91,7 @@ SigningServer::SigningServer(Answer answer) : m_listener(std::make_unique<Listen
         m_savedEnvironment.append({name, qgetenv(name)});
     qputenv("http_proxy", proxy);
     qputenv("https_proxy", proxy);
-    qputenv("HTTPS_PROXY", proxy);
     qputenv("no_proxy", "127.0.0.1,localhost");
-    qputenv("NO_PROXY", "127.0.0.1,localhost");
 }
 
 SigningServer::~SigningServer()
@@ -120,8 +119,6 @@ void SigningServer::received(QSslSocket *socket, const QByteArray &body)
 {
     Request request;
     request.ecid = plistValue(body, "ApECID").toULongLong();
-    request.chipId = plistValue(body, "ApChipID").toULongLong();
-    request.boardId = plistValue(body, "ApBoardID").toULongLong();
     request.apNonce = QByteArray::fromBase64(plistValue(body, "ApNonce").simplified());
     request.versionInfo = plistValue(body, "@VersionInfo");
     m_requests.append(request);

@@ -31,8 +31,6 @@ public:
     // One request as idevicerestore sent it: the values of the watch it describes.
     struct Request {
         quint64 ecid = 0;
-        quint64 chipId = 0;
-        quint64 boardId = 0;
         QByteArray apNonce;     // decoded
         QByteArray versionInfo; // the client's version, as libtatsu names itself
     };

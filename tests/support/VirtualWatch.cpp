@@ -6,15 +6,12 @@
 #include <QDir>
 #include <QFile>
 #include <QLibrary>
-
-#include <algorithm>
+#include <QRegularExpression>
 
 namespace {
 
-const QList<std::pair<VirtualWatch::Mode, QByteArray>> modeNames{{VirtualWatch::Mode::Recovery, "recovery"},
-                                                                 {VirtualWatch::Mode::Dfu, "dfu"},
-                                                                 {VirtualWatch::Mode::Kis, "kis"},
-                                                                 {VirtualWatch::Mode::None, "none"}};
+// VirtualWatch::Mode's names in the watch's state.
+const char *const modeNames[] = {"none", "recovery", "dfu", "kis"};
 
 QByteArray hex(quint64 value)
 {
@@ -73,19 +70,10 @@ bool VirtualWatch::installTools()
 
 void VirtualWatch::attach(Mode mode, const Identity &identity)
 {
-    QByteArray state = "mode=" + std::find_if(modeNames.begin(), modeNames.end(), [mode](const auto &name) {
-                                     return name.first == mode;
-                                 })->second;
-    state +=
-        "\nproduct=" + identity.productType + "\necid=" + hex(identity.ecid) + "\nnonce=" + identity.apNonce;
-    if (identity.chipId != 0)
-        state += "\ncpid=" + hex(identity.chipId) + "\nbdid=" + hex(identity.boardId);
+    const QByteArray state = QByteArray("mode=") + modeNames[static_cast<int>(mode)] +
+                             "\ncpid=" + hex(identity.chipId) + "\nbdid=" + hex(identity.boardId) +
+                             "\necid=" + hex(identity.ecid);
     entryPoint<void (*)(const char *)>("corvalin_virtual_watch_arrive")(state.constData());
-}
-
-void VirtualWatch::attach(Mode mode)
-{
-    attach(mode, Identity());
 }
 
 void VirtualWatch::setFaults(const Faults &faults)
@@ -96,17 +84,15 @@ void VirtualWatch::setFaults(const Faults &faults)
     set("nonce_after_ibss", faults.nonceAfterIbss.constData());
 }
 
-VirtualWatch::Mode VirtualWatch::mode() const
+void VirtualWatch::attach(Mode mode)
 {
-    const QByteArray name = entryPoint<const char *(*)()>("corvalin_virtual_watch_mode")();
-    return std::find_if(modeNames.begin(), modeNames.end(),
-                        [&name](const auto &mode) { return mode.second == name; })
-        ->first;
+    attach(mode, Identity());
 }
 
 QStringList VirtualWatch::log() const
 {
-    mode(); // lets a re-enumeration whose time has come happen first
+    // A re-enumeration whose time has come happens first.
+    entryPoint<void (*)()>("corvalin_virtual_watch_settle")();
     QFile file(m_folder + QStringLiteral("/transfers.log"));
     if (!file.open(QIODevice::ReadOnly))
         return {};
@@ -115,7 +101,5 @@ QStringList VirtualWatch::log() const
 
 bool VirtualWatch::logged(const QString &prefix) const
 {
-    const QStringList lines = log();
-    return std::any_of(lines.begin(), lines.end(),
-                       [&](const QString &line) { return line.startsWith(prefix); });
+    return !log().filter(QRegularExpression(u'^' + QRegularExpression::escape(prefix))).isEmpty();
 }

@@ -17,19 +17,16 @@ class VirtualWatch {
 public:
     enum class Mode { None, Recovery, Dfu, Kis };
 
+    // The chip and board irecovery names the watch by: a Series 6 (40 mm), Watch6,1, unless set.
     struct Identity {
-        QByteArray productType = "Watch6,1";
-        // Zero: the chip and board the tools' device table gives the product type. Set both for a
-        // model the table lacks.
-        quint32 chipId = 0;
-        quint32 boardId = 0;
+        quint32 chipId = 0x8301;
+        quint32 boardId = 0x08;
         quint64 ecid = 0x1A2B3C4D5E6F;
-        QByteArray apNonce = {}; // hexadecimal; empty: a fixed 32-byte nonce
     };
 
     struct Faults {
         int vanishAfterUpload = 0;      // gone for good once this many uploads are complete (from attach)
-        bool neverComeBack = false;     // the next reset, "go" or reboot takes it off the bus for good
+        bool neverComeBack = false;     // the next reset or "go" takes it off the bus for good
         QByteArray nonceAfterIbss = {}; // hexadecimal ApNonce it shows once iBSS runs
     };
 
@@ -53,17 +50,15 @@ public:
 
     // Puts the watch on the bus in `mode`, forgetting earlier uploads and faults.
     void attach(Mode mode, const Identity &identity);
-    void attach(Mode mode); // a Watch6,1 with the default identity
+    void attach(Mode mode); // a Series 6 with the default identity
     void setFaults(const Faults &faults);
 
-    // The mode it is in now (None while off the bus, also between leaving and coming back).
-    Mode mode() const;
     // The transfer log, one entry a line:
     //   "arrive recovery ibec"        on the bus in that mode, running that stage (iboot, ibss, ibec)
     //   "leave"                       off the bus
     //   "upload recovery 583 ibec"    an upload complete: mode, payload bytes, Image4 type or "-"
     //   "command setenv auto-boot false", "command go", "command bootx", "command getenv boot-stage"
-    //   "reset", "claim busy 0", "kis device-info", "dfu-crc-mismatch"
+    //   "reset", "claim busy 0", "kis device-info"
     //   "fault vanish", "fault no-return"
     QStringList log() const;
     // Whether the log has a line that starts with `prefix`.

@@ -25,9 +25,7 @@ public:
         LocalHttpServer::trustTestCertificate();
         m_model = std::make_unique<StudioModel>(catalogServer.url(catalogPath),
                                                 QStringList{QStringLiteral("127.0.0.1")});
-        FakeToolBehaviour shasum;
-        shasum.extraShell = "exec /usr/bin/shasum \"$@\"";
-        FakeTools::write(paths.shasum(), shasum);
+        FakeTools::write(paths.shasum(), FakeToolBehaviour::running("exec /usr/bin/shasum \"$@\""));
         // irecovery identifies a Series 6 in Recovery and answers the model-name table.
         FakeToolBehaviour irecovery;
         irecovery.extraShell = "case \"$1\" in\n"
@@ -119,6 +117,15 @@ public:
     QStringList logLines() const
     {
         return m_model->restoreManager()->logText().split(u'\n', Qt::SkipEmptyParts);
+    }
+
+    // The restore tool's log file named on the starting line.
+    QString announcedLogFile() const
+    {
+        return m_model->restoreManager()
+            ->logText()
+            .section(QStringLiteral("Журнал: "), 1)
+            .section(u'\n', 0, 0);
     }
 
     const QString catalogPath = QStringLiteral("/ios/watchOS/main.json");

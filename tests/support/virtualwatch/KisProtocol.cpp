@@ -66,11 +66,11 @@ std::vector<uint8_t> kisDeviceInfo(const KisHeader &request, const State &state)
     return bytesOf(reply);
 }
 
-std::vector<uint8_t> kisReply(const KisHeader &request, uint32_t size)
+std::vector<uint8_t> kisReply(const KisHeader &request)
 {
     KisReply reply{};
     reply.header = request;
-    reply.size = size;
+    reply.size = 4;
     return bytesOf(reply);
 }
 

@@ -31,7 +31,6 @@ struct KisReply {
 };
 #pragma pack(pop)
 
-constexpr uint8_t kisPortalConfig = 0x01;
 constexpr uint8_t kisPortalRsm = 0x10;
 constexpr uint16_t kisIndexUpload = 0x0D;
 constexpr uint16_t kisIndexGetInfo = 0x100;
@@ -44,7 +43,7 @@ inline uint16_t kisIndex(const KisHeader &header)
 
 // The answer to KIS_INDEX_GET_INFO that irecv_kis_load_device_info reads.
 std::vector<uint8_t> kisDeviceInfo(const KisHeader &request, const State &state);
-// KIS_generic_reply: `size` bytes read or written, status 0.
-std::vector<uint8_t> kisReply(const KisHeader &request, uint32_t size);
+// KIS_generic_reply: 4 bytes written, status 0.
+std::vector<uint8_t> kisReply(const KisHeader &request);
 
 } // namespace vw

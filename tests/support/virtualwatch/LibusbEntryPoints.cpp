@@ -14,27 +14,20 @@
 #include <libusb-1.0/libusb.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <fcntl.h>
 #include <map>
 #include <mutex>
 #include <string>
 #include <sys/file.h>
 #include <unistd.h>
-#include <vector>
 
+// libirecovery's event handler registers one hotplug callback on its own context, for arrivals
+// and departures of vendor 0x05AC, always returns 0 from it (so it stays registered), and is the
+// only thread that uses that context.
 struct libusb_context {
-    struct Callback {
-        libusb_hotplug_callback_handle handle;
-        int events;
-        int vendor;
-        libusb_hotplug_callback_fn function;
-        void *userData;
-    };
-    std::mutex mutex;
-    std::vector<Callback> callbacks;
-    libusb_hotplug_callback_handle nextHandle = 1;
-    // The device the hotplug callbacks were last told about.
+    libusb_hotplug_callback_fn callback = nullptr;
+    void *userData = nullptr;
+    // The device the hotplug callback was last told about.
     libusb_device *announced = nullptr;
 };
 
@@ -51,13 +44,6 @@ struct libusb_device_handle {
 };
 
 namespace {
-
-libusb_context defaultContext;
-
-libusb_context *contextOrDefault(libusb_context *context)
-{
-    return context ? context : &defaultContext;
-}
 
 // One device object per arrival, kept for the life of the process: libirecovery hands them to
 // threads (_irecv_usb_hotplug_cb) and compares their bus and address after the device has gone.
@@ -94,11 +80,8 @@ struct HotplugEvent {
 
 HotplugEvent nextHotplugEvent(libusb_context *context)
 {
-    if (!vw::enabled())
-        return {};
     const vw::State state;
     libusb_device *current = state.present() ? deviceFor(state) : nullptr;
-    const std::lock_guard lock(context->mutex);
     if (context->announced && context->announced != current) {
         HotplugEvent left{context->announced, LIBUSB_HOTPLUG_EVENT_DEVICE_LEFT};
         context->announced = nullptr;
@@ -111,23 +94,11 @@ HotplugEvent nextHotplugEvent(libusb_context *context)
     return {};
 }
 
-// Called without any lock held: the callbacks open the device from other threads.
+// Called without the state's lock held: the callback opens the device from other threads.
 void deliver(libusb_context *context, const HotplugEvent &event)
 {
-    if (!event.device)
-        return;
-    std::vector<libusb_context::Callback> callbacks;
-    {
-        const std::lock_guard lock(context->mutex);
-        callbacks = context->callbacks;
-    }
-    for (const auto &callback : callbacks) {
-        if (!(callback.events & event.event) ||
-            (callback.vendor != LIBUSB_HOTPLUG_MATCH_ANY && callback.vendor != 0x05AC))
-            continue;
-        if (callback.function(context, event.device, event.event, callback.userData) != 0)
-            libusb_hotplug_deregister_callback(context, callback.handle);
-    }
+    if (event.device && context->callback)
+        context->callback(context, event.device, event.event, context->userData);
 }
 
 } // namespace
@@ -136,36 +107,25 @@ extern "C" {
 
 int libusb_init(libusb_context **context)
 {
-    if (context)
-        *context = new libusb_context;
+    *context = new libusb_context;
     return LIBUSB_SUCCESS;
 }
 
 void libusb_exit(libusb_context *context)
 {
-    if (context != &defaultContext)
-        delete context;
+    delete context;
 }
 
+// Only the log level, which the tools set from their debug option.
 int libusb_set_option(libusb_context *, enum libusb_option, ...)
 {
     return LIBUSB_SUCCESS;
 }
 
-const char *libusb_error_name(int code)
+// Only libirecovery's debug messages print it.
+const char *libusb_error_name(int)
 {
-    switch (code) {
-    case LIBUSB_SUCCESS: return "LIBUSB_SUCCESS";
-    case LIBUSB_ERROR_IO: return "LIBUSB_ERROR_IO";
-    case LIBUSB_ERROR_INVALID_PARAM: return "LIBUSB_ERROR_INVALID_PARAM";
-    case LIBUSB_ERROR_ACCESS: return "LIBUSB_ERROR_ACCESS";
-    case LIBUSB_ERROR_NO_DEVICE: return "LIBUSB_ERROR_NO_DEVICE";
-    case LIBUSB_ERROR_NOT_FOUND: return "LIBUSB_ERROR_NOT_FOUND";
-    case LIBUSB_ERROR_BUSY: return "LIBUSB_ERROR_BUSY";
-    case LIBUSB_ERROR_TIMEOUT: return "LIBUSB_ERROR_TIMEOUT";
-    case LIBUSB_ERROR_PIPE: return "LIBUSB_ERROR_PIPE";
-    default: return "LIBUSB_ERROR_OTHER";
-    }
+    return "LIBUSB_ERROR";
 }
 
 // libusb_open_with_ecid walks this list for vendor 0x05AC and a recovery, DFU or KIS product ID.
@@ -173,11 +133,9 @@ ssize_t libusb_get_device_list(libusb_context *, libusb_device ***list)
 {
     auto *devices = new libusb_device *[2] { nullptr, nullptr };
     ssize_t count = 0;
-    if (vw::enabled()) {
-        const vw::State state;
-        if (state.present())
-            devices[count++] = deviceFor(state);
-    }
+    const vw::State state;
+    if (state.present())
+        devices[count++] = deviceFor(state);
     *list = devices;
     return count;
 }
@@ -208,8 +166,6 @@ uint8_t libusb_get_device_address(libusb_device *device)
 int libusb_open(libusb_device *device, libusb_device_handle **handle)
 {
     *handle = nullptr;
-    if (!vw::enabled())
-        return LIBUSB_ERROR_NO_DEVICE;
     const vw::State state;
     if (!live(state, device))
         return LIBUSB_ERROR_NO_DEVICE;
@@ -235,29 +191,24 @@ int libusb_get_string_descriptor_ascii(libusb_device_handle *handle, uint8_t ind
     const vw::State state;
     if (!live(state, handle->device))
         return LIBUSB_ERROR_NO_DEVICE;
-    std::string text = vw::stringDescriptor(state, index);
-    if (text.empty() || length <= 0)
-        return LIBUSB_ERROR_PIPE;
-    // A string descriptor holds at most 126 UTF-16 characters.
-    text.resize(std::min<size_t>({text.size(), 126, static_cast<size_t>(length - 1)}));
+    // A KIS watch is never asked (libusb_usb_open_handle_with_descriptor_and_ecid skips it).
+    std::string text = index == vw::nonceStringIndex ? vw::nonceString(state) : vw::serialString(state);
+    text.resize(std::min<size_t>(text.size(), static_cast<size_t>(length - 1)));
     std::copy(text.begin(), text.end(), data);
     data[text.size()] = 0;
     return static_cast<int>(text.size());
 }
 
-int libusb_get_configuration(libusb_device_handle *handle, int *configuration)
+// Configuration 1, which irecv_usb_set_configuration then leaves as it is.
+int libusb_get_configuration(libusb_device_handle *, int *configuration)
 {
-    const vw::State state;
-    if (!live(state, handle->device))
-        return LIBUSB_ERROR_NO_DEVICE;
-    *configuration = 1; // irecv_usb_set_configuration then leaves it as it is
+    *configuration = 1;
     return LIBUSB_SUCCESS;
 }
 
-int libusb_set_configuration(libusb_device_handle *handle, int)
+int libusb_set_configuration(libusb_device_handle *, int)
 {
-    const vw::State state;
-    return live(state, handle->device) ? LIBUSB_SUCCESS : LIBUSB_ERROR_NO_DEVICE;
+    return LIBUSB_SUCCESS;
 }
 
 // irecv_usb_set_interface claims interface 0 (and 1 in recovery modes above 0x1281). As usbfs
@@ -268,8 +219,6 @@ int libusb_set_configuration(libusb_device_handle *handle, int)
 // for over a minute before it asks for tickets without the SEP nonce.
 int libusb_claim_interface(libusb_device_handle *handle, int interface)
 {
-    if (interface < 0 || interface > 1)
-        return LIBUSB_ERROR_NOT_FOUND;
     {
         const vw::State state;
         if (!live(state, handle->device))
@@ -292,18 +241,20 @@ int libusb_claim_interface(libusb_device_handle *handle, int interface)
 
 int libusb_release_interface(libusb_device_handle *handle, int interface)
 {
-    if (interface < 0 || interface > 1 || handle->claims[interface] < 0)
+    if (handle->claims[interface] < 0)
         return LIBUSB_ERROR_NOT_FOUND;
     ::close(handle->claims[interface]);
     handle->claims[interface] = -1;
     return LIBUSB_SUCCESS;
 }
 
+// irecv_usb_set_interface sets the alternate setting of the interface it has just claimed.
 int libusb_set_interface_alt_setting(libusb_device_handle *handle, int interface, int)
 {
     return handle->claims[interface & 1] >= 0 ? LIBUSB_SUCCESS : LIBUSB_ERROR_NOT_FOUND;
 }
 
+// irecv_usb_bulk_transfer clears the endpoint after a failed transfer; no endpoint stays halted here.
 int libusb_clear_halt(libusb_device_handle *, unsigned char)
 {
     return LIBUSB_SUCCESS;
@@ -327,46 +278,34 @@ int libusb_bulk_transfer(libusb_device_handle *handle, unsigned char endpoint, u
 }
 
 // Only the iOS 1 era devices of libirecovery (CPID 0x8900 without ECID) use interrupt endpoints.
-int libusb_interrupt_transfer(libusb_device_handle *, unsigned char, unsigned char *, int, int *transferred,
+int libusb_interrupt_transfer(libusb_device_handle *, unsigned char, unsigned char *, int, int *,
                               unsigned int)
 {
-    if (transferred)
-        *transferred = 0;
     return LIBUSB_ERROR_PIPE;
 }
 
-// _irecv_event_handler registers for arrivals and departures of vendor 0x05AC with
-// LIBUSB_HOTPLUG_ENUMERATE, so a watch already on the bus is announced at once.
-int libusb_hotplug_register_callback(libusb_context *context, int events, int flags, int vendor, int, int,
+// _irecv_event_handler registers with LIBUSB_HOTPLUG_ENUMERATE, so a watch already on the bus is
+// announced at once.
+int libusb_hotplug_register_callback(libusb_context *context, int, int, int, int, int,
                                      libusb_hotplug_callback_fn function, void *userData,
                                      libusb_hotplug_callback_handle *handle)
 {
-    context = contextOrDefault(context);
-    libusb_hotplug_callback_handle id;
-    {
-        const std::lock_guard lock(context->mutex);
-        id = context->nextHandle++;
-        context->callbacks.push_back({id, events, vendor, function, userData});
-    }
-    if (handle)
-        *handle = id;
-    if (flags & LIBUSB_HOTPLUG_ENUMERATE)
-        deliver(context, nextHotplugEvent(context));
+    context->callback = function;
+    context->userData = userData;
+    *handle = 1;
+    deliver(context, nextHotplugEvent(context));
     return LIBUSB_SUCCESS;
 }
 
-void libusb_hotplug_deregister_callback(libusb_context *context, libusb_hotplug_callback_handle handle)
+void libusb_hotplug_deregister_callback(libusb_context *context, libusb_hotplug_callback_handle)
 {
-    context = contextOrDefault(context);
-    const std::lock_guard lock(context->mutex);
-    std::erase_if(context->callbacks, [handle](const auto &callback) { return callback.handle == handle; });
+    context->callback = nullptr;
 }
 
 // _irecv_event_handler calls this every 100 ms with a zero timeout: the state is looked at and
 // a change of the watch since the last call becomes an event.
 int libusb_handle_events_timeout(libusb_context *context, struct timeval *)
 {
-    context = contextOrDefault(context);
     deliver(context, nextHotplugEvent(context));
     return LIBUSB_SUCCESS;
 }
@@ -376,19 +315,17 @@ int libusb_handle_events_timeout(libusb_context *context, struct timeval *)
 // to notice it.
 void corvalin_virtual_watch_arrive(const char *text)
 {
-    if (vw::enabled())
-        vw::State().arrive(text);
+    vw::State().arrive(text);
 }
 
 void corvalin_virtual_watch_set(const char *key, const char *value)
 {
-    if (vw::enabled())
-        vw::State().set(key, value);
+    vw::State().set(key, value);
 }
 
-const char *corvalin_virtual_watch_mode()
+void corvalin_virtual_watch_settle()
 {
-    return vw::enabled() ? vw::modeName(vw::State().mode()) : "none";
+    const vw::State settled;
 }
 
 } // extern "C"

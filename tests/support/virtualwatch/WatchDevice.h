@@ -24,17 +24,15 @@ public:
 
 private:
     bool live(const State &state) const { return state.present() && state.generation() == m_generation; }
-    int command(State &state, const std::string &text, uint8_t request);
+    int command(State &state, const std::string &text);
     void appendUpload(const uint8_t *data, size_t length);
     void finishUpload(State &state, const char *kind, size_t payloadBytes);
-    int kisRequest(State &state, const uint8_t *request, int length);
+    void kisRequest(State &state, const uint8_t *request, int length);
 
     unsigned m_generation;
     std::vector<uint8_t> m_upload;
-    bool m_uploading = false;
     std::string m_controlReply;       // what the next vendor control read returns
     std::vector<uint8_t> m_bulkReply; // what the next bulk read returns (KIS)
-    uint8_t m_dfuState = 2;           // dfuIDLE
     bool m_bootAfterReply = false;    // KIS: the watch boots its image once the host has read the reply
 };
 

@@ -1,9 +1,9 @@
 #include "WatchState.h"
 
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
 #include <fcntl.h>
 #include <fstream>
 #include <iterator>
@@ -16,10 +16,23 @@ namespace vw {
 
 namespace {
 
+// The wall clock, shared by all processes, unlike a monotonic clock's origin.
+long long nowMs()
+{
+    using namespace std::chrono;
+    return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
+}
+
 const char *stateFolder()
 {
     const char *folder = std::getenv("CORVALIN_VIRTUAL_WATCH");
     return folder && *folder ? folder : nullptr;
+}
+
+// Whether the environment names a watch folder at all; without one the bus is empty.
+bool enabled()
+{
+    return stateFolder() != nullptr;
 }
 
 // The watch's device folder in the sysfs view: bus 1, a port no fake bus of the tests uses.
@@ -43,54 +56,33 @@ std::string readWhole(const std::string &path)
 
 } // namespace
 
+// Mode's names, in the enum's order.
+const char *const modeNames[] = {"none", "recovery", "dfu", "kis"};
+
 Mode modeFromName(const std::string &name)
 {
-    if (name == "recovery")
-        return Mode::Recovery;
-    if (name == "dfu")
-        return Mode::Dfu;
-    if (name == "kis")
-        return Mode::Kis;
+    for (size_t mode = 0; mode < std::size(modeNames); ++mode) {
+        if (name == modeNames[mode])
+            return static_cast<Mode>(mode);
+    }
     return Mode::None;
 }
 
 const char *modeName(Mode mode)
 {
-    switch (mode) {
-    case Mode::Recovery: return "recovery";
-    case Mode::Dfu: return "dfu";
-    case Mode::Kis: return "kis";
-    case Mode::None: break;
-    }
-    return "none";
+    return modeNames[static_cast<size_t>(mode)];
 }
 
 uint16_t productId(Mode mode)
 {
-    switch (mode) {
-    case Mode::Recovery: return 0x1281; // IRECV_K_RECOVERY_MODE_2, what iBoot shows on a watch
-    case Mode::Dfu: return 0x1227;      // IRECV_K_DFU_MODE
-    case Mode::Kis: return 0x1881;      // KIS_PRODUCT_ID
-    case Mode::None: break;
-    }
-    return 0;
-}
-
-bool enabled()
-{
-    return stateFolder() != nullptr;
+    // IRECV_K_RECOVERY_MODE_2 (what iBoot shows on a watch), IRECV_K_DFU_MODE, KIS_PRODUCT_ID.
+    const uint16_t ids[] = {0, 0x1281, 0x1227, 0x1881};
+    return ids[static_cast<size_t>(mode)];
 }
 
 std::string folderPath(const char *file)
 {
     return std::string(stateFolder()) + '/' + file;
-}
-
-long long nowMs()
-{
-    timespec now{};
-    clock_gettime(CLOCK_REALTIME, &now); // shared by all processes, unlike a monotonic clock's origin
-    return static_cast<long long>(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
 }
 
 void logLine(const std::string &line)
@@ -170,15 +162,13 @@ void State::setNumber(const std::string &key, long long value)
 void State::leave(Mode next, const std::string &nextStage)
 {
     set("mode", "none");
-    set("uploads_here", "0"); // the stage that comes up next has nothing loaded yet
-    set("dfu_image", "");
     if (next != Mode::None && number("fault_no_return") != 0) {
         logLine("fault no-return");
         next = Mode::None;
     }
     set("next_mode", next == Mode::None ? "" : modeName(next));
     set("next_stage", nextStage);
-    setNumber("arrive_at", nowMs() + number("reconnect_ms", 500));
+    setNumber("arrive_at", nowMs() + 500);
     logLine("leave");
     writeUsbView();
 }
@@ -221,15 +211,13 @@ void State::writeUsbView()
     const uint16_t product = productId(mode());
     if (product == 0) {
         ::unlink((folder + "/idProduct").c_str());
-        ::unlink((folder + "/idVendor").c_str());
         ::rmdir(folder.c_str());
         return;
     }
     ::mkdir(folder.c_str(), 0755);
     char text[8];
     std::snprintf(text, sizeof text, "%04x\n", product);
-    writeWhole(folder + "/idVendor", "05ac\n");
-    writeWhole(folder + "/idProduct", text);
+    writeWhole(folder + "/idProduct", text); // all the device monitor reads
 }
 
 } // namespace vw

@@ -24,11 +24,7 @@ const char *modeName(Mode mode);
 // The USB product ID the watch shows in `mode` (0 for None).
 uint16_t productId(Mode mode);
 
-// Whether the environment names a watch folder at all; without one the bus is empty.
-bool enabled();
 std::string folderPath(const char *file);
-
-long long nowMs();
 
 // Appends a line to transfers.log.
 void logLine(const std::string &line);
@@ -54,7 +50,7 @@ public:
     unsigned generation() const { return static_cast<unsigned>(number("generation")); }
 
     // The watch drops off the bus. With `next` other than None it re-enumerates in that mode
-    // after the reconnect delay (unless the "never come back" fault is set); otherwise it stays
+    // after half a second (unless the "never come back" fault is set); otherwise it stays
     // away.
     void leave(Mode next, const std::string &nextStage = {});
     // The watch comes onto the bus (or, in mode none, leaves it) with exactly the "key=value" lines of

@@ -6,8 +6,6 @@
 #include "ui/screens/CatalogView.h"
 #include "ui/screens/FirmwareListModel.h"
 
-#include <QApplication>
-#include <QCoroTask>
 #include <QFileInfo>
 #include <QLineEdit>
 #include <QListView>
@@ -41,7 +39,7 @@ class CatalogViewTest : public QObject {
 private slots:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
 
-    void searchTheClearButtonAndARefresh()
+    void searchRefreshAndRowsThatFollowTheModelAndTheCache()
     {
         ScreenStudio studio;
         studio.loadCatalog();
@@ -73,15 +71,9 @@ private slots:
         QVERIFY(!catalogue.part("catalogRefreshButton")->isEnabled());
         QCoro::waitFor(std::move(again));
         QVERIFY(catalogue.part("catalogRefreshButton")->isEnabled());
-    }
 
-    // Rows paint from what is known in memory: painting never creates the cache folder, and the
-    // downloaded state is read again whenever the cache may have changed.
-    void rowsFollowTheModelAndTheCache()
-    {
-        ScreenStudio studio;
-        studio.loadCatalog();
-        Catalogue catalogue(studio.model());
+        // Rows paint from what is known in memory: painting never creates the cache folder, and the
+        // downloaded state is read again whenever the cache may have changed.
         const QString cacheFolder = QFileInfo(studio.cachedPath(QStringLiteral("x"))).absolutePath();
         (void)catalogue.view.grab();
         QVERIFY2(!QFileInfo::exists(cacheFolder),
@@ -91,9 +83,11 @@ private slots:
                               QStringLiteral("Не подписана")}));
 
         // An image copied in behind the application's back shows once the user picks a firmware,
-        // as downloaded even when it is unsigned.
+        // as downloaded even when it is unsigned, and is the image to restore from.
         studio.putInCache(studio.firmware(QStringLiteral("Watch5,9")).filename);
         studio.model()->select(studio.firmware(QStringLiteral("Watch5,9")));
+        QCOMPARE(studio.model()->selectedIPSW(),
+                 std::optional(studio.cachedPath(studio.firmware(QStringLiteral("Watch5,9")).filename)));
         QCOMPARE(catalogue.column(FirmwareListModel::StatusTextRole),
                  (QStringList{QStringLiteral("Подпись"), QStringLiteral("Загружено"),
                               QStringLiteral("Не подписана")}));
@@ -128,15 +122,19 @@ private slots:
             QVERIFY2(spoken.at(1).contains(part), qPrintable(spoken.at(1)));
         QVERIFY(spoken.at(0).endsWith(QStringLiteral(", не выбрана")));
 
-        // A finished download shows at once.
+        // A finished download shows at once and becomes the image to restore from.
         studio.imageServer.setResponse(QStringLiteral("/Watch3,1_8.8.1_Restore.ipsw"),
                                        HttpResponse::ok(QByteArray(1000, 'x')));
         studio.model()->select(studio.firmware(QStringLiteral("Watch3,1")));
+        QVERIFY(!studio.model()->selectedIPSW()); // none in the cache yet
         studio.model()->requestDownloadSelected();
         QVERIFY(studio.model()->downloader()->isDownloading());
         QTRY_COMPARE(catalogue.column(FirmwareListModel::StatusTextRole),
                      (QStringList{QStringLiteral("Загружено"), QStringLiteral("Загружено"),
                                   QStringLiteral("Не подписана")}));
+        const QString image = studio.cachedPath(QStringLiteral("Watch3,1_8.8.1_Restore.ipsw"));
+        QTRY_COMPARE(studio.model()->selectedIPSW(), std::optional(image));
+        QCOMPARE(studio.logLines().constLast(), QStringLiteral("Прошивка готова: ") + image);
     }
 };
 

@@ -4,8 +4,6 @@
 #include "ui/Theme.h"
 #include "ui/UiTestSupport.h"
 
-#include <QApplication>
-
 namespace {
 
 constexpr qint64 stalledImageSize = 1000;

@@ -1,5 +1,4 @@
 #include "app/model/StudioModel.h"
-#include "restore/RestoreManager.h"
 #include "support/LocalHttpServer.h"
 #include "support/TestPaths.h"
 #include "ui/Theme.h"
@@ -132,9 +131,7 @@ private slots:
     {
         TestPaths paths;
         LocalHttpServer server;
-        server.setResponse(QStringLiteral("/main.json"), HttpResponse::ok(catalogueOf({"Watch3,1"})));
-        MainWindow window(
-            new StudioModel(server.url(QStringLiteral("/main.json")), {QStringLiteral("127.0.0.1")}));
+        MainWindow window(servedModel(server, catalogueOf({"Watch3,1"})));
         window.resize(1280, 800);
         QVERIFY(showActive(window));
         StudioModel *model = window.rootView()->model();

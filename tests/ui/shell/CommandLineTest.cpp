@@ -6,53 +6,46 @@ class CommandLineTest final : public QObject {
     Q_OBJECT
 
 private slots:
-    void answersWithoutAWindow_data()
-    {
-        QTest::addColumn<QStringList>("arguments");
-        QTest::addColumn<QString>("platform");
-        QTest::addColumn<int>("exitCode");
-        QTest::addColumn<QString>("output");
-        QTest::addColumn<QString>("errors");
-        const QString version = QStringLiteral("Corvalin Studio " CORVALIN_VERSION "\n");
-        // Without a display an application object would abort on the X11 platform.
-        const QString noDisplay = QStringLiteral("xcb");
-        QTest::newRow("--version") << QStringList{"--version"} << noDisplay << 0 << version << QString();
-        QTest::newRow("-v") << QStringList{"-v"} << noDisplay << 0 << version << QString();
-        QTest::newRow("--help") << QStringList{"--help"} << noDisplay << 0 << QStringLiteral("-v, --version")
-                                << QString();
-        QTest::newRow("-h among the toolkit's options") << QStringList{"-reverse", "-h"} << noDisplay << 0
-                                                        << QStringLiteral("Использование:") << QString();
-        QTest::newRow("unknown option") << QStringList{"--erase-all"} << QStringLiteral("offscreen") << 2
-                                        << QString() << QStringLiteral("Неизвестный параметр «erase-all».\n");
-        QTest::newRow("two files") << QStringList{"a.ipsw", "b.ipsw"} << QStringLiteral("offscreen") << 2
-                                   << QString() << QStringLiteral("Можно открыть только один файл.\n");
-    }
-
     void answersWithoutAWindow()
     {
-        QFETCH(QStringList, arguments);
-        QFETCH(QString, platform);
-        QFETCH(int, exitCode);
-        QFETCH(QString, output);
-        QFETCH(QString, errors);
-        QProcess application;
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.remove(QStringLiteral("DISPLAY"));
-        environment.remove(QStringLiteral("WAYLAND_DISPLAY"));
-        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), platform);
-        application.setProcessEnvironment(environment);
-        application.start(QStringLiteral(CORVALIN_APPLICATION), arguments);
-        QVERIFY(application.waitForFinished(10000));
-        const QString printed = QString::fromUtf8(application.readAllStandardOutput());
-        const QString complained = QString::fromUtf8(application.readAllStandardError());
-        QCOMPARE(application.exitStatus(), QProcess::NormalExit);
-        QCOMPARE(application.exitCode(), exitCode);
-        if (output.endsWith(u'\n'))
-            QCOMPARE(printed, output);
-        else
-            QVERIFY2(printed.contains(output), qPrintable(printed));
-        if (!errors.isEmpty())
-            QVERIFY2(complained.endsWith(errors), qPrintable(complained));
+        struct Case {
+            QStringList arguments;
+            int exitCode;
+            QString output; // whole when it ends a line, else a part
+            QString errors; // the end of standard error
+        };
+        const QString version = QStringLiteral("Corvalin Studio " CORVALIN_VERSION "\n");
+        const std::vector<Case> cases{
+            {{"--version"}, 0, version, {}},
+            {{"-v"}, 0, version, {}},
+            {{"--help"}, 0, "-v, --version", {}},
+            {{"-reverse", "-h"}, 0, "Использование:", {}}, // among the toolkit's options
+            {{"--erase-all"}, 2, {}, "Неизвестный параметр «erase-all».\n"},
+            {{"a.ipsw", "b.ipsw"}, 2, {}, "Можно открыть только один файл.\n"},
+        };
+        for (const Case &row : cases) {
+            qInfo().noquote() << row.arguments.join(u' ');
+            QProcess application;
+            QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+            environment.remove(QStringLiteral("DISPLAY"));
+            environment.remove(QStringLiteral("WAYLAND_DISPLAY"));
+            // Without a display an application object would abort on the X11 platform: the answers
+            // that need none must come before one is made.
+            environment.insert(QStringLiteral("QT_QPA_PLATFORM"),
+                               row.exitCode == 0 ? QStringLiteral("xcb") : QStringLiteral("offscreen"));
+            application.setProcessEnvironment(environment);
+            application.start(QStringLiteral(CORVALIN_APPLICATION), row.arguments);
+            QVERIFY(application.waitForFinished(10000));
+            const QString printed = QString::fromUtf8(application.readAllStandardOutput());
+            const QString complained = QString::fromUtf8(application.readAllStandardError());
+            QCOMPARE(application.exitStatus(), QProcess::NormalExit);
+            QCOMPARE(application.exitCode(), row.exitCode);
+            if (row.output.endsWith(u'\n'))
+                QCOMPARE(printed, row.output);
+            else
+                QVERIFY2(printed.contains(row.output), qPrintable(printed));
+            QVERIFY2(complained.endsWith(row.errors), qPrintable(complained));
+        }
     }
 };
 

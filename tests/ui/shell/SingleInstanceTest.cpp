@@ -1,7 +1,5 @@
 #include <QDir>
 #include <QProcess>
-#include <QSignalSpy>
-#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -11,42 +9,32 @@ namespace {
 
 constexpr int waitMs = 10000;
 
-// One copy of the probe, started with a private home.
-class Copy {
-public:
+// One copy of the probe, started with a private home, and killed at the end if it still runs.
+struct Copy : QProcess {
     Copy(const QString &home, const QStringList &arguments)
     {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert(QStringLiteral("HOME"), home);
         environment.remove(QStringLiteral("XDG_DATA_HOME"));
-        m_process.setProcessEnvironment(environment);
-        m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        m_process.start(QStringLiteral(CORVALIN_PROBE), arguments);
+        setProcessEnvironment(environment);
+        setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        start(QStringLiteral(CORVALIN_PROBE), arguments);
     }
-    ~Copy()
+    ~Copy() override
     {
-        if (m_process.state() != QProcess::NotRunning) {
-            m_process.kill();
-            m_process.waitForFinished();
-        }
+        kill();
+        waitForFinished();
     }
-    Copy(const Copy &) = delete;
-    Copy &operator=(const Copy &) = delete;
-
-    QProcess &process() { return m_process; }
 
     // The next line the copy prints, or an empty one if it prints none in time.
     QByteArray line()
     {
-        while (!m_process.canReadLine()) {
-            if (!m_process.waitForReadyRead(waitMs))
+        while (!canReadLine()) {
+            if (!waitForReadyRead(waitMs))
                 return {};
         }
-        return m_process.readLine().trimmed();
+        return readLine().trimmed();
     }
-
-private:
-    QProcess m_process;
 };
 
 } // namespace
@@ -57,29 +45,18 @@ class SingleInstanceTest final : public QObject {
     Q_OBJECT
 
 private slots:
-    void laterStartHandsItsFileToTheFirst_data()
+    void laterStartsHandTheirFilesToTheFirst()
     {
-        QTest::addColumn<QStringList>("arguments");
-        QTest::addColumn<QString>("asked");
-        QTest::newRow("no file") << QStringList{} << QString();
-        QTest::newRow("spaces, Cyrillic, a line break")
-            << QStringList{QStringLiteral("/образы/часы 10\n.ipsw")}
-            << QStringLiteral("/образы/часы 10\n.ipsw");
-    }
-
-    void laterStartHandsItsFileToTheFirst()
-    {
-        QFETCH(QStringList, arguments);
-        QFETCH(QString, asked);
         Copy first(m_home.path(), {});
         QCOMPARE(first.line(), QByteArray("first"));
-
-        Copy later(m_home.path(), arguments);
-        QVERIFY(later.process().waitForFinished(waitMs));
-        QCOMPARE(later.line(), QByteArray("handed over"));
-        QCOMPARE(later.process().exitCode(), 0);
-        QCOMPARE(first.line(), "asked=" + asked.toUtf8().toPercentEncoding());
-        QCOMPARE(first.process().state(), QProcess::Running);
+        for (const QString &file : {QString(), QStringLiteral("/образы/часы 10\n.ipsw")}) {
+            Copy later(m_home.path(), file.isEmpty() ? QStringList{} : QStringList{file});
+            QVERIFY(later.waitForFinished(waitMs));
+            QCOMPARE(later.line(), QByteArray("handed over"));
+            QCOMPARE(later.exitCode(), 0);
+            QCOMPARE(first.line(), "asked=" + file.toUtf8().toPercentEncoding());
+        }
+        QCOMPARE(first.state(), QProcess::Running);
 
         // The lock and the socket are in the application's folder of the test home.
         const QDir folder(m_home.filePath(QStringLiteral(".qttest/share/Corvalin Studio")));
@@ -95,8 +72,8 @@ private slots:
         {
             Copy crashed(m_home.path(), {});
             QCOMPARE(crashed.line(), QByteArray("first"));
-            crashed.process().kill();
-            QVERIFY(crashed.process().waitForFinished(waitMs));
+            crashed.kill();
+            QVERIFY(crashed.waitForFinished(waitMs));
         }
         Copy next(m_home.path(), {});
         QCOMPARE(next.line(), QByteArray("first"));

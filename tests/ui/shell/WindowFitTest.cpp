@@ -10,11 +10,7 @@
 #include "ui/shell/QtTranslations.h"
 #include "ui/shell/StudioRootView.h"
 
-#include <QApplication>
 #include <QCoroTask>
-#include <QDir>
-#include <QMenuBar>
-#include <QPainter>
 #include <QTest>
 
 namespace {
@@ -44,65 +40,40 @@ private slots:
         QtTranslations::install(*qApp);
     }
 
-    void fitsTheScreen_data()
-    {
-        QTest::addColumn<QRect>("available");
-        QTest::addColumn<QSize>("minimum");
-        QTest::addColumn<QSize>("opening");
-        QTest::newRow("1920×1200") << availableArea({1920, 1200}, 1) << QSize(1120, 720) << QSize(1280, 820);
-        QTest::newRow("1366×768 laptop")
-            << availableArea({1366, 768}, 1) << QSize(1120, 698) << QSize(1280, 698);
-        QTest::newRow("1920×1080 at 150 %")
-            << availableArea({1920, 1080}, 1.5) << QSize(1120, 650) << QSize(1280, 650);
-        QTest::newRow("1600×1000 at 200 %")
-            << availableArea({1600, 1000}, 2) << QSize(800, 430) << QSize(800, 430);
-        QTest::newRow("no screen reported") << QRect() << QSize(1120, 720) << QSize(1280, 820);
-    }
-
     void fitsTheScreen()
     {
-        QFETCH(QRect, available);
-        QFETCH(QSize, minimum);
-        QFETCH(QSize, opening);
         const QSize wanted = StudioRootView::minimumContentSize();
-        QCOMPARE(WindowFit::minimumSize(wanted, available, titleBar), minimum);
-        QCOMPARE(WindowFit::openingSize({1280, 820}, minimum, available, titleBar), opening);
+        // available, minimum, opening
+        const std::vector<std::tuple<QRect, QSize, QSize>> screens{
+            {availableArea({1920, 1200}, 1), {1120, 720}, {1280, 820}},
+            {availableArea({1366, 768}, 1), {1120, 698}, {1280, 698}},
+            {availableArea({1920, 1080}, 1.5), {1120, 650}, {1280, 650}},
+            {availableArea({1600, 1000}, 2), {800, 430}, {800, 430}},
+            {QRect(), {1120, 720}, {1280, 820}}, // no screen reported
+        };
+        for (const auto &[available, minimum, opening] : screens) {
+            qInfo() << available;
+            QCOMPARE(WindowFit::minimumSize(wanted, available, titleBar), minimum);
+            QCOMPARE(WindowFit::openingSize({1280, 820}, minimum, available, titleBar), opening);
+        }
     }
 
-    // At the laptop's and the scaled display's room every screen lays out without asking for
-    // more, the menu adds no row of its own, and the renders show what the user gets.
-    void screensUseTheRoomTheyGet_data()
-    {
-        QTest::addColumn<QSize>("room");
-        // The opening sizes the table above expects on those screens.
-        QTest::newRow("1366x768") << QSize(1280, 698);
-        QTest::newRow("1920x1080-150") << QSize(1280, 650);
-        QTest::newRow("1600x1000-200") << QSize(800, 430);
-    }
-
+    // At the opening sizes of the laptop's and the scaled displays' rooms every screen lays out
+    // without asking for more, the menu adds no row of its own, and the renders show what the user gets.
     void screensUseTheRoomTheyGet()
     {
-        QFETCH(QSize, room);
         TestPaths paths;
         // A catalogue longer than the list's room, so the list scrolls.
         LocalHttpServer server;
         QStringList types;
         for (int model = 1; model <= 14; ++model)
             types << QStringLiteral("Watch%1,1").arg(model);
-        server.setResponse(
-            QStringLiteral("/main.json"),
-            HttpResponse::ok(catalogueOf(types, {"Watch3,1", "Watch6,1", "Watch9,1", "Watch12,1"})));
         MainWindow window(
-            new StudioModel(server.url(QStringLiteral("/main.json")), {QStringLiteral("127.0.0.1")}));
-        window.setMinimumSize(room);
-        window.resize(room);
+            servedModel(server, catalogueOf(types, {"Watch3,1", "Watch6,1", "Watch9,1", "Watch12,1"})));
         window.show();
         QVERIFY(QTest::qWaitForWindowExposed(&window));
         StudioModel *model = window.rootView()->model();
         QTRY_COMPARE(model->firmware().size(), 14);
-        // The test's screen is not the one above: give the window that room again.
-        window.setMinimumSize(room);
-        window.resize(room);
         // The tallest states: an unsigned firmware with its cautions, a long log and a restore
         // running, whose status line sits at the very bottom.
         WatchFirmware firmware = model->firmware().at(8);
@@ -113,30 +84,36 @@ private slots:
         RestoreManager *restore = model->restoreManager();
         for (int line = 1; line <= 120; ++line)
             restore->appendLog(QStringLiteral("[%1/120] Отправка образа").arg(line));
-        FakeToolBehaviour ticking;
-        ticking.extraShell = "trap 'exit 0' INT; while :; do sleep 0.1; done";
-        FakeTools::write(paths.cfgutil(), ticking);
+        FakeTools::write(paths.cfgutil(),
+                         FakeToolBehaviour::running("trap 'exit 0' INT; while :; do sleep 0.1; done"));
         QCoro::waitFor(restore->startRestore(std::nullopt, kisWatch));
         QVERIFY(restore->isRestoring());
-        QCOMPARE(window.size(), room);
-        QCOMPARE(window.rootView()->size(), room);
-        QVERIFY(!window.menuWidget() || window.menuWidget()->isHidden());
 
-        for (const NavigationSection section : Navigation::allCases()) {
-            model->setNavigation(section);
-            QTest::qWait(50);
-            // The list opens at the selection; the keyboard's row, one below it, shows its ring.
-            if (section == NavigationSection::catalog) {
-                auto *list = window.findChild<QWidget *>(QStringLiteral("firmwareList"));
-                list->setFocus(Qt::TabFocusReason);
-                QTest::keyClick(list, Qt::Key_Down);
+        const std::vector<std::pair<const char *, QSize>> rooms{
+            {"1366x768", {1280, 698}}, {"1920x1080-150", {1280, 650}}, {"1600x1000-200", {800, 430}}};
+        for (const auto &[screen, room] : rooms) {
+            // The test's screen is not the one named: give the window that room.
+            window.setMinimumSize(room);
+            window.resize(room);
+            QTRY_COMPARE(window.size(), room);
+            QCOMPARE(window.rootView()->size(), room);
+            QVERIFY(!window.menuWidget() || window.menuWidget()->isHidden());
+            for (const NavigationSection section : Navigation::allCases()) {
+                model->setNavigation(section);
+                QTest::qWait(50);
+                // The list opens at the selection; the keyboard's row, one below it, shows its ring.
+                if (section == NavigationSection::catalog) {
+                    auto *list = window.findChild<QWidget *>(QStringLiteral("firmwareList"));
+                    list->setFocus(Qt::TabFocusReason);
+                    QTest::keyClick(list, Qt::Key_Down);
+                }
+                const QSize needed = window.minimumSizeHint();
+                QVERIFY2(needed.width() <= room.width() && needed.height() <= room.height(),
+                         qPrintable(QString::fromLatin1(screen) + u' ' + Navigation::rawValue(section)));
+                renderAt1xAnd2x(
+                    &window,
+                    QStringLiteral("window/%1-%2").arg(QString::fromLatin1(screen)).arg(int(section)));
             }
-            const QSize needed = window.minimumSizeHint();
-            QVERIFY2(needed.width() <= room.width() && needed.height() <= room.height(),
-                     qPrintable(Navigation::rawValue(section)));
-            renderAt1xAnd2x(&window, QStringLiteral("window/%1-%2")
-                                         .arg(QString::fromLatin1(QTest::currentDataTag()))
-                                         .arg(int(section)));
         }
         restore->stopBeforeExit(std::chrono::milliseconds(2000));
     }

@@ -3,9 +3,11 @@
 #include "ui/Theme.h"
 
 #include <QAccessibleWidget>
+#include <QImage>
 #include <QPainter>
-#include <QTimer>
+#include <QTimerEvent>
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
@@ -21,11 +23,12 @@ QAccessibleInterface *spinnerFactory(const QString &className, QObject *object)
 constexpr int spokes = BusySpinner::spokes;
 constexpr int smallSide = 16;
 constexpr int regularSide = 24;
-// One turn a second, a spoke at a time, is what the eye reads as turning; every step repaints only the
-// spinner's own square, from a frame each spinner draws once and keeps.
-constexpr int stepMilliseconds = 125;
+// Five steps a second, a spoke at a time (a turn in 1.6 s), still read as turning; every step is a
+// repaint and a flush to the display, and an idle window with a spinner on show should cost next
+// to nothing.
+constexpr int stepMilliseconds = 1000 / 5;
 
-void drawFrame(QPainter *painter, qreal side, int step)
+void drawSpokes(QPainter *painter, qreal side, int step)
 {
     const qreal outer = side / 2;
     const qreal inner = outer * 0.45;
@@ -41,28 +44,18 @@ void drawFrame(QPainter *painter, qreal side, int step)
     }
 }
 
-QPixmap drawnFrame(int side, qreal dpr, int step)
+QPixmap emptyPicture(QSize size, qreal ratio)
 {
-    const int pixels = int(std::ceil(side * dpr));
-    QPixmap picture(pixels, pixels);
-    picture.setDevicePixelRatio(dpr);
+    QPixmap picture(QSize(int(std::ceil(size.width() * ratio)), int(std::ceil(size.height() * ratio))));
+    picture.setDevicePixelRatio(ratio);
     picture.fill(Qt::transparent);
-    QPainter painter(&picture);
-    painter.setRenderHint(QPainter::Antialiasing);
-    drawFrame(&painter, side, step);
     return picture;
 }
 
 } // namespace
 
-BusySpinner::BusySpinner(Size size, QWidget *parent)
-    : QWidget(parent), m_size(size), m_timer(new QTimer(this))
+BusySpinner::BusySpinner(Size size, QWidget *parent) : QWidget(parent), m_size(size)
 {
-    m_timer->setInterval(stepMilliseconds);
-    connect(m_timer, &QTimer::timeout, this, [this] {
-        m_step = (m_step + 1) % spokes;
-        update();
-    });
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     static const bool accessibleSpinners = [] {
         QAccessible::installFactory(spinnerFactory);
@@ -84,27 +77,94 @@ QSize BusySpinner::sizeHint() const
 void BusySpinner::showEvent(QShowEvent *event)
 {
     QWidget::showEvent(event);
-    m_timer->start();
+    // What lies behind may have changed while hidden.
+    m_placement = {};
+    m_timer.start(stepMilliseconds, Qt::CoarseTimer, this);
 }
 
 void BusySpinner::hideEvent(QHideEvent *event)
 {
     QWidget::hideEvent(event);
-    m_timer->stop();
+    m_timer.stop();
+}
+
+void BusySpinner::changeEvent(QEvent *event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange || event->type() == QEvent::StyleChange ||
+        event->type() == QEvent::ParentChange)
+        m_placement = {};
+}
+
+void BusySpinner::timerEvent(QTimerEvent *event)
+{
+    if (event->timerId() != m_timer.timerId()) {
+        QWidget::timerEvent(event);
+        return;
+    }
+    m_step = (m_step + 1) % spokes;
+    // At once rather than through a posted update: a step is then one copy to the screen, with no
+    // extra round through the event loop.
+    repaint();
+}
+
+BusySpinner::Placement BusySpinner::currentPlacement() const
+{
+    return {mapTo(window(), QPoint()), window()->size(), size(), devicePixelRatioF()};
+}
+
+// The ancestors paint what lies behind the spinner, outermost first, each without its children.
+// Null when something shows through them, as when a screen is drawn over a backdrop of its own.
+QPixmap BusySpinner::backdrop() const
+{
+    const qreal ratio = devicePixelRatioF();
+    QImage picture(QSize(int(std::ceil(width() * ratio)), int(std::ceil(height() * ratio))),
+                   QImage::Format_ARGB32_Premultiplied);
+    picture.setDevicePixelRatio(ratio);
+    picture.fill(Qt::transparent);
+    QList<QWidget *> behind;
+    for (QWidget *ancestor = parentWidget(); ancestor;
+         ancestor = ancestor->isWindow() ? nullptr : ancestor->parentWidget())
+        behind.prepend(ancestor);
+    for (QWidget *ancestor : std::as_const(behind))
+        ancestor->render(&picture, QPoint(), QRegion(QRect(mapTo(ancestor, QPoint()), size())), {});
+    for (int y = 0; y < picture.height(); ++y) {
+        const auto *line = reinterpret_cast<const QRgb *>(picture.constScanLine(y));
+        if (std::any_of(line, line + picture.width(), [](QRgb pixel) { return qAlpha(pixel) != 255; }))
+            return {};
+    }
+    // Without an alpha channel a step is a plain copy.
+    return QPixmap::fromImage(picture.convertToFormat(QImage::Format_RGB32));
+}
+
+QPixmap BusySpinner::composedFrame(int step) const
+{
+    QPixmap picture = m_backdrop.isNull() ? emptyPicture(size(), devicePixelRatioF()) : m_backdrop;
+    QPainter painter(&picture);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const int side = std::min(width(), height());
+    painter.translate((width() - side) / 2, (height() - side) / 2);
+    drawSpokes(&painter, side, step);
+    return picture;
 }
 
 void BusySpinner::paintEvent(QPaintEvent *)
 {
-    QPainter painter(this);
-    const int side = std::min(width(), height());
-    const qreal ratio = devicePixelRatioF();
-    if (side != m_framesSide || ratio != m_framesRatio) {
+    const Placement placement = currentPlacement();
+    if (!(placement == m_placement)) {
+        m_placement = placement;
         m_frames = {};
-        m_framesSide = side;
-        m_framesRatio = ratio;
+        m_backdrop = backdrop();
+        // Opaque, a step repaints the spinner alone; otherwise its parents paint behind each step.
+        const bool opaque = !m_backdrop.isNull();
+        if (opaque != testAttribute(Qt::WA_OpaquePaintEvent)) {
+            setAttribute(Qt::WA_OpaquePaintEvent, opaque);
+            if (!opaque)
+                update();
+        }
     }
     QPixmap &frame = m_frames.at(std::size_t(m_step));
     if (frame.isNull())
-        frame = drawnFrame(side, ratio, m_step);
-    painter.drawPixmap(QPoint((width() - side) / 2, (height() - side) / 2), frame);
+        frame = composedFrame(m_step);
+    QPainter(this).drawPixmap(0, 0, frame);
 }

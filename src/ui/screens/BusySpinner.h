@@ -1,11 +1,12 @@
 #pragma once
 
+#include <QBasicTimer>
 #include <QPixmap>
+#include <QPoint>
+#include <QSize>
 #include <QWidget>
 
 #include <array>
-
-class QTimer;
 
 // An indeterminate progress indicator: a ring of fading spokes that turns while shown.
 class BusySpinner final : public QWidget {
@@ -27,13 +28,29 @@ protected:
     void paintEvent(QPaintEvent *event) override;
     void showEvent(QShowEvent *event) override;
     void hideEvent(QHideEvent *event) override;
+    void timerEvent(QTimerEvent *event) override;
+    void changeEvent(QEvent *event) override;
 
 private:
+    // Where the spinner sits decides what lies behind it: the window's backdrop is a gradient
+    // over the whole window.
+    struct Placement {
+        QPoint inWindow;
+        QSize window;
+        QSize own;
+        qreal ratio = 0;
+        bool operator==(const Placement &) const = default;
+    };
+    Placement currentPlacement() const;
+    QPixmap backdrop() const;
+    QPixmap composedFrame(int step) const;
+
     Size m_size;
-    QTimer *m_timer;
+    QBasicTimer m_timer;
     int m_step = 0;
-    // One picture per step, drawn when first shown at this size and pixel ratio.
+    // One picture per step, the spokes over what lies behind them, drawn when first needed at
+    // this placement: a step is then one copy, with nothing behind it painted again.
     std::array<QPixmap, spokes> m_frames;
-    int m_framesSide = 0;
-    qreal m_framesRatio = 0;
+    QPixmap m_backdrop;
+    Placement m_placement;
 };

@@ -121,10 +121,14 @@ private slots:
         DeviceMonitor monitor;
         QCoro::waitFor(monitor.poll());
         const QString mode = QStringLiteral("DFU via Debug USB (KIS)");
-        const ConnectedWatch expected("Watch5,9", "—", "Apple Watch", mode, "0xABCDE",
-                                      "PRODUCT: Watch5,9\nMODEL: —\nNAME: Apple Watch\nMODE: " + mode +
-                                          "\nECID: 0xABCDE",
-                                      WatchTransport::kis);
+        const ConnectedWatch expected{
+            "Watch5,9",
+            "—",
+            "Apple Watch",
+            mode,
+            "0xABCDE",
+            "PRODUCT: Watch5,9\nMODEL: —\nNAME: Apple Watch\nMODE: " + mode + "\nECID: 0xABCDE",
+            WatchTransport::kis};
         QCOMPARE(monitor.connectedWatch(), std::optional(expected));
         QCOMPARE(monitor.connectionHint(), kisReadyHint);
         QCOMPARE(FakeTools::recordedArguments(paths.cfgutil()), (QStringList{"--format", "JSON", "list"}));

@@ -22,10 +22,10 @@ const QString successLine = QStringLiteral("Восстановление зав�
 
 const QByteArray imageInfo = testData("idevicerestore-ipsw-info.txt"); // lists Watch7,1
 
-const ConnectedWatch recoveryWatch("Watch7,1", "n207sap", "Apple Watch", "Recovery/DFU", "0x1A2B3C4D5E", {},
-                                   WatchTransport::recoveryDfu);
-const ConnectedWatch kisWatch("Watch7,1", "n207sap", "Apple Watch", "DFU via Debug USB (KIS)", "0x1A2B3C4D5E",
-                              {}, WatchTransport::kis);
+const ConnectedWatch recoveryWatch{
+    "Watch7,1", "n207sap", "Apple Watch", "Recovery/DFU", "0x1A2B3C4D5E", {}, WatchTransport::recoveryDfu};
+const ConnectedWatch kisWatch{"Watch7,1",     "n207sap", "Apple Watch",      "DFU via Debug USB (KIS)",
+                              "0x1A2B3C4D5E", {},        WatchTransport::kis};
 
 QStringList linesAfterStart(const RestoreManager &manager)
 {

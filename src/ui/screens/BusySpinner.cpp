@@ -143,7 +143,7 @@ QPixmap BusySpinner::composedFrame(int step) const
     QPainter painter(&picture);
     painter.setRenderHint(QPainter::Antialiasing);
     const int side = std::min(width(), height());
-    painter.translate((width() - side) / 2, (height() - side) / 2);
+    painter.translate(QPoint((width() - side) / 2, (height() - side) / 2));
     drawSpokes(&painter, side, step);
     return picture;
 }

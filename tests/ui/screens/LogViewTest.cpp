@@ -88,7 +88,7 @@ private slots:
         int start = -1;
         int end = -1;
         text->selection(0, &start, &end);
-        QCOMPARE(QPair(start, end), QPair(0, int(restore->logText().size())));
+        QCOMPARE(std::pair(start, end), std::pair(0, int(restore->logText().size())));
         QCOMPARE(text->textAtOffset(text->characterCount() - 2, QAccessible::LineBoundary, &start, &end),
                  QStringLiteral("last\n"));
         text->setSelection(0, 0, 8);

@@ -34,9 +34,11 @@ struct CurlEntryPoints {
     void (*slistFreeAll)(curl_slist *) = nullptr;
 };
 
-template <typename Function> void resolve(QLibrary &library, Function &function, const char *name)
+// Whether the library has `name`; `function` is null when it has not.
+template <typename Function> bool resolve(QLibrary &library, Function &function, const char *name)
 {
     function = reinterpret_cast<Function>(library.resolve(name));
+    return function != nullptr;
 }
 
 // All or nothing: a library missing any of them counts as not loaded.
@@ -51,28 +53,23 @@ CurlEntryPoints load()
     const auto versionInfo = reinterpret_cast<VersionInfo>(library.resolve("curl_version_info"));
     if (!versionInfo || versionInfo(CURLVERSION_NOW)->version_num < 0x075500)
         return api;
-    resolve(library, api.globalInit, "curl_global_init");
-    resolve(library, api.easyInit, "curl_easy_init");
-    resolve(library, api.easyCleanup, "curl_easy_cleanup");
-    resolve(library, api.easySetopt, "curl_easy_setopt");
-    resolve(library, api.easyGetinfo, "curl_easy_getinfo");
-    resolve(library, api.easyHeader, "curl_easy_header");
-    resolve(library, api.easyPause, "curl_easy_pause");
-    resolve(library, api.multiInit, "curl_multi_init");
-    resolve(library, api.multiCleanup, "curl_multi_cleanup");
-    resolve(library, api.multiAddHandle, "curl_multi_add_handle");
-    resolve(library, api.multiRemoveHandle, "curl_multi_remove_handle");
-    resolve(library, api.multiPerform, "curl_multi_perform");
-    resolve(library, api.multiPoll, "curl_multi_poll");
-    resolve(library, api.multiWakeup, "curl_multi_wakeup");
-    resolve(library, api.multiInfoRead, "curl_multi_info_read");
-    resolve(library, api.slistAppend, "curl_slist_append");
-    resolve(library, api.slistFreeAll, "curl_slist_free_all");
-    const bool complete = api.globalInit && api.easyInit && api.easyCleanup && api.easySetopt &&
-                          api.easyGetinfo && api.easyHeader && api.easyPause && api.multiInit &&
-                          api.multiCleanup && api.multiAddHandle && api.multiRemoveHandle &&
-                          api.multiPerform && api.multiPoll && api.multiWakeup && api.multiInfoRead &&
-                          api.slistAppend && api.slistFreeAll;
+    const bool complete = resolve(library, api.globalInit, "curl_global_init") &&
+                          resolve(library, api.easyInit, "curl_easy_init") &&
+                          resolve(library, api.easyCleanup, "curl_easy_cleanup") &&
+                          resolve(library, api.easySetopt, "curl_easy_setopt") &&
+                          resolve(library, api.easyGetinfo, "curl_easy_getinfo") &&
+                          resolve(library, api.easyHeader, "curl_easy_header") &&
+                          resolve(library, api.easyPause, "curl_easy_pause") &&
+                          resolve(library, api.multiInit, "curl_multi_init") &&
+                          resolve(library, api.multiCleanup, "curl_multi_cleanup") &&
+                          resolve(library, api.multiAddHandle, "curl_multi_add_handle") &&
+                          resolve(library, api.multiRemoveHandle, "curl_multi_remove_handle") &&
+                          resolve(library, api.multiPerform, "curl_multi_perform") &&
+                          resolve(library, api.multiPoll, "curl_multi_poll") &&
+                          resolve(library, api.multiWakeup, "curl_multi_wakeup") &&
+                          resolve(library, api.multiInfoRead, "curl_multi_info_read") &&
+                          resolve(library, api.slistAppend, "curl_slist_append") &&
+                          resolve(library, api.slistFreeAll, "curl_slist_free_all");
     return complete ? api : CurlEntryPoints{};
 }
 

@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
-#include <limits>
 #include <mutex>
 #include <unistd.h>
 
@@ -42,7 +41,6 @@ constexpr qint64 minimumFinalPiece = 1024 * 1024;
 // gains nothing, little is handed back, and the server has read ahead little for a request
 // that is given up.
 constexpr qint64 probePiece = 16 * 1024 * 1024;
-constexpr qint64 unlimitedPiece = std::numeric_limits<qint64>::max();
 // The record on disk lags the data by at most this many samples.
 constexpr int samplesPerSave = 14;
 
@@ -359,7 +357,8 @@ void FileTransfer::segmentDone(RangeFetch *fetch)
     // The connection count stays what the measurements chose: this one takes other work.
     std::optional<int> next = m_plan.takeGap();
     if (!next && m_rangesConfirmed)
-        next = m_plan.split(minimumFinalPiece, m_policy.settled() ? unlimitedPiece : probePiece);
+        next = m_policy.settled() ? m_plan.split(minimumFinalPiece)
+                                  : m_plan.split(minimumFinalPiece, probePiece);
     if (next)
         launch(*next);
 }

@@ -44,9 +44,14 @@ void drawSpokes(QPainter *painter, qreal side, int step)
     }
 }
 
+QSize pixelSize(QSize size, qreal ratio)
+{
+    return {int(std::ceil(size.width() * ratio)), int(std::ceil(size.height() * ratio))};
+}
+
 QPixmap emptyPicture(QSize size, qreal ratio)
 {
-    QPixmap picture(QSize(int(std::ceil(size.width() * ratio)), int(std::ceil(size.height() * ratio))));
+    QPixmap picture(pixelSize(size, ratio));
     picture.setDevicePixelRatio(ratio);
     picture.fill(Qt::transparent);
     return picture;
@@ -118,8 +123,7 @@ BusySpinner::Placement BusySpinner::currentPlacement() const
 QPixmap BusySpinner::backdrop() const
 {
     const qreal ratio = devicePixelRatioF();
-    QImage picture(QSize(int(std::ceil(width() * ratio)), int(std::ceil(height() * ratio))),
-                   QImage::Format_ARGB32_Premultiplied);
+    QImage picture(pixelSize(size(), ratio), QImage::Format_ARGB32_Premultiplied);
     picture.setDevicePixelRatio(ratio);
     picture.fill(Qt::transparent);
     QList<QWidget *> behind;

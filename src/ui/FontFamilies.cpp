@@ -36,15 +36,23 @@ const QStringList &standardFamilies()
     return families;
 }
 
+// Adding a face empties the toolkit's cache of loaded fonts, so every font measured before
+// would be loaded a second time: the embedded face is added before the first family is chosen.
+void addEmbeddedFaces()
+{
+    static const bool added = [] {
+        QFontDatabase::addApplicationFontFromData(
+            embeddedFont(QStringLiteral(":/fonts/Manrope-ExtraBold.ttf")));
+        return true;
+    }();
+    Q_UNUSED(added)
+}
+
 // The platform's rounded face where it is installed under that name; otherwise the embedded
 // Manrope, whose bold Cyrillic keeps its shapes (round faces such as Comfortaa draw "т" as "m").
 const QStringList &roundedFamilies()
 {
-    static const QStringList families = [] {
-        QFontDatabase::addApplicationFontFromData(
-            embeddedFont(QStringLiteral(":/fonts/Manrope-ExtraBold.ttf")));
-        return QStringList{QStringLiteral("SF Pro Rounded"), QStringLiteral("Manrope")};
-    }();
+    static const QStringList families{QStringLiteral("SF Pro Rounded"), QStringLiteral("Manrope")};
     return families;
 }
 
@@ -61,6 +69,7 @@ namespace FontFamilies {
 
 QString of(Theme::FontDesign design)
 {
+    addEmbeddedFaces();
     switch (design) {
     case Theme::FontDesign::rounded: {
         static const QString rounded = firstInstalled(roundedFamilies());

@@ -17,6 +17,7 @@
 #include <QMenu>
 #include <QMessageBox>
 #include <QScopeGuard>
+#include <QSignalSpy>
 #include <QTest>
 
 // Every symbol name the application draws, screens and shell alike.
@@ -80,6 +81,16 @@ private slots:
 
     // A disabled control looks like a native disabled one: dimmed, the arrow pointer, and no press
     // feedback. Each button is rendered as it is, pressed and disabled.
+    // Adding a face empties the toolkit's font cache: once the theme has chosen a family, asking
+    // for another design must not add one, or every font measured so far is loaded again.
+    void laterFontDesignsLeaveTheLoadedFontsAlone()
+    {
+        QSignalSpy changes(qApp, &QGuiApplication::fontDatabaseChanged);
+        Theme::font(30, QFont::ExtraBold, Theme::FontDesign::rounded);
+        Theme::font(12, QFont::Bold, Theme::FontDesign::monospaced);
+        QCOMPARE(changes.count(), 0);
+    }
+
     void disabledButtonsAreDimmedAsAWhole()
     {
         const QString text = QStringLiteral("Начать восстановление");

@@ -108,6 +108,8 @@ void BusySpinner::timerEvent(QTimerEvent *event)
         return;
     }
     m_step = (m_step + 1) % spokes;
+    if (!(currentPlacement() == m_placement))
+        takeBackdrop();
     // At once rather than through a posted update: a step is then one copy to the screen, with no
     // extra round through the event loop.
     repaint();
@@ -141,31 +143,47 @@ QPixmap BusySpinner::backdrop() const
     return QPixmap::fromImage(picture.convertToFormat(QImage::Format_RGB32));
 }
 
+void BusySpinner::paintSpokes(QPainter *painter, int step) const
+{
+    painter->setRenderHint(QPainter::Antialiasing);
+    const int side = std::min(width(), height());
+    painter->translate(QPoint((width() - side) / 2, (height() - side) / 2));
+    drawSpokes(painter, side, step);
+}
+
 QPixmap BusySpinner::composedFrame(int step) const
 {
     QPixmap picture = m_backdrop.isNull() ? emptyPicture(size(), devicePixelRatioF()) : m_backdrop;
     QPainter painter(&picture);
-    painter.setRenderHint(QPainter::Antialiasing);
-    const int side = std::min(width(), height());
-    painter.translate(QPoint((width() - side) / 2, (height() - side) / 2));
-    drawSpokes(&painter, side, step);
+    paintSpokes(&painter, step);
     return picture;
+}
+
+void BusySpinner::takeBackdrop()
+{
+    m_placement = currentPlacement();
+    m_frames = {};
+    m_backdrop = backdrop();
+    // Opaque, a step repaints the spinner alone; otherwise its parents paint behind each step.
+    const bool opaque = !m_backdrop.isNull();
+    if (opaque != testAttribute(Qt::WA_OpaquePaintEvent)) {
+        setAttribute(Qt::WA_OpaquePaintEvent, opaque);
+        if (!opaque)
+            update();
+    }
 }
 
 void BusySpinner::paintEvent(QPaintEvent *)
 {
-    const Placement placement = currentPlacement();
-    if (!(placement == m_placement)) {
-        m_placement = placement;
-        m_frames = {};
-        m_backdrop = backdrop();
-        // Opaque, a step repaints the spinner alone; otherwise its parents paint behind each step.
-        const bool opaque = !m_backdrop.isNull();
-        if (opaque != testAttribute(Qt::WA_OpaquePaintEvent)) {
-            setAttribute(Qt::WA_OpaquePaintEvent, opaque);
-            if (!opaque)
-                update();
+    if (!(currentPlacement() == m_placement)) {
+        // The parents have just painted what lies behind: the spokes go straight over it, and
+        // the next step takes the backdrop, so a window's first frame does not wait for it.
+        if (!testAttribute(Qt::WA_OpaquePaintEvent)) {
+            QPainter painter(this);
+            paintSpokes(&painter, m_step);
+            return;
         }
+        takeBackdrop();
     }
     QPixmap &frame = m_frames.at(std::size_t(m_step));
     if (frame.isNull())

@@ -8,6 +8,8 @@
 
 #include <array>
 
+class QPainter;
+
 // An indeterminate progress indicator: a ring of fading spokes that turns while shown.
 class BusySpinner final : public QWidget {
     Q_OBJECT
@@ -43,6 +45,9 @@ private:
     };
     Placement currentPlacement() const;
     QPixmap backdrop() const;
+    // Takes what lies behind at the current placement and whether the spinner paints it itself.
+    void takeBackdrop();
+    void paintSpokes(QPainter *painter, int step) const;
     QPixmap composedFrame(int step) const;
 
     Size m_size;

@@ -79,10 +79,7 @@ private slots:
         }
     }
 
-    // A disabled control looks like a native disabled one: dimmed, the arrow pointer, and no press
-    // feedback. Each button is rendered as it is, pressed and disabled.
-    // Adding a face empties the toolkit's font cache: once the theme has chosen a family, asking
-    // for another design must not add one, or every font measured so far is loaded again.
+    // Adding a face empties the font cache: after the theme's first family, none may be added.
     void laterFontDesignsLeaveTheLoadedFontsAlone()
     {
         QSignalSpy changes(qApp, &QGuiApplication::fontDatabaseChanged);
@@ -91,6 +88,8 @@ private slots:
         QCOMPARE(changes.count(), 0);
     }
 
+    // A disabled control looks like a native disabled one: dimmed, the arrow pointer, and no press
+    // feedback. Each button is rendered as it is, pressed and disabled.
     void disabledButtonsAreDimmedAsAWhole()
     {
         const QString text = QStringLiteral("Начать восстановление");

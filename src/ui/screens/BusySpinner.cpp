@@ -83,8 +83,10 @@ QSize BusySpinner::sizeHint() const
 void BusySpinner::showEvent(QShowEvent *event)
 {
     QWidget::showEvent(event);
-    // What lies behind may have changed while hidden.
+    // What lies behind may have changed while hidden: the parents paint it on showing, and the
+    // first step takes it again.
     m_placement = {};
+    setAttribute(Qt::WA_OpaquePaintEvent, false);
     m_timer.start(stepMilliseconds, Qt::CoarseTimer, this);
 }
 

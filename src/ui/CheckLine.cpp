@@ -2,6 +2,7 @@
 
 #include "ui/SymbolView.h"
 #include "ui/Theme.h"
+#include "ui/WrappingLabel.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -11,7 +12,7 @@ constexpr int textSize = 12;
 }
 
 CheckLine::CheckLine(const QString &text, bool warning, QWidget *parent)
-    : QWidget(parent), m_icon(new SymbolView({}, {}, textSize, this)), m_text(new QLabel(text, this))
+    : QWidget(parent), m_icon(new SymbolView({}, {}, textSize, this)), m_text(new WrappingLabel(text, this))
 {
     auto *row = new QHBoxLayout(this);
     row->setContentsMargins(0, 0, 0, 0);
@@ -19,7 +20,6 @@ CheckLine::CheckLine(const QString &text, bool warning, QWidget *parent)
     row->addWidget(m_icon, 0, Qt::AlignVCenter);
     row->addWidget(m_text, 1, Qt::AlignVCenter);
     Theme::styleText(m_text, Theme::font(textSize, QFont::Medium), Theme::textPrimary());
-    m_text->setWordWrap(true);
     setAccessibleName(text);
     setWarning(warning);
 }

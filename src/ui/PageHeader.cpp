@@ -1,6 +1,7 @@
 #include "ui/PageHeader.h"
 
 #include "ui/Theme.h"
+#include "ui/WrappingLabel.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -9,7 +10,7 @@
 PageHeader::PageHeader(const QString &eyebrow, const QString &title, const QString &subtitle, QWidget *action,
                        QWidget *parent)
     : QWidget(parent), m_row(new QHBoxLayout(this)), m_eyebrow(new QLabel(this)), m_title(new QLabel(this)),
-      m_subtitle(new QLabel(this))
+      m_subtitle(new WrappingLabel({}, this))
 {
     m_row->setContentsMargins(0, 0, 0, 0);
     m_row->setSpacing(20);
@@ -18,7 +19,6 @@ PageHeader::PageHeader(const QString &eyebrow, const QString &title, const QStri
                      Theme::studioAccent());
     Theme::styleText(m_title, Theme::font(30, QFont::Bold, Theme::FontDesign::rounded), Theme::textPrimary());
     Theme::styleText(m_subtitle, Theme::font(13), Theme::textSecondary());
-    m_subtitle->setWordWrap(true);
 
     auto *stack = new QVBoxLayout;
     stack->setSpacing(7);

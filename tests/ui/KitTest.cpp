@@ -7,6 +7,7 @@
 #include "ui/StudioButton.h"
 #include "ui/Theme.h"
 #include "ui/UiTestSupport.h"
+#include "ui/WrappingLabel.h"
 #include "ui/shell/MainWindow.h"
 #include "ui/shell/RestoreQuitDialog.h"
 #include "ui/shell/StudioRootView.h"
@@ -86,6 +87,18 @@ private slots:
         Theme::font(30, QFont::ExtraBold, Theme::FontDesign::rounded);
         Theme::font(12, QFont::Bold, Theme::FontDesign::monospaced);
         QCOMPARE(changes.count(), 0);
+    }
+
+    // The heights a wrapped text keeps per width are taken again once its text or font changes.
+    void wrappedTextsMeasureAgainWhenTheyChange()
+    {
+        WrappingLabel label(QStringLiteral("Часы"));
+        const int line = label.heightForWidth(120);
+        label.setText(QStringLiteral("Подключите сервисный кабель и включите Recovery/DFU"));
+        const int lines = label.heightForWidth(120);
+        QVERIFY(lines > line);
+        label.setFont(Theme::font(26));
+        QVERIFY(label.heightForWidth(120) > lines);
     }
 
     // A disabled control looks like a native disabled one: dimmed, the arrow pointer, and no press

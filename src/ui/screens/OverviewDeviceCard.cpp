@@ -26,14 +26,13 @@ OverviewDeviceCard::OverviewDeviceCard(DeviceMonitor *monitor, QWidget *parent)
     : QWidget(parent), m_monitor(monitor), m_spinner(new BusySpinner(BusySpinner::Size::small)),
       m_tile(new SymbolTile(tileSide, -1, connectedSymbolSize)),
       m_title(ScreenLabels::label({}, Theme::font(17, QFont::DemiBold), Theme::textPrimary())),
-      m_detail(ScreenLabels::label({}, Theme::font(12), Theme::textSecondary()))
+      m_detail(ScreenLabels::wrappingLabel({}, Theme::font(12), Theme::textSecondary()))
 {
     setObjectName(QStringLiteral("deviceCard"));
     m_spinner->setObjectName(QStringLiteral("deviceCheckingSpinner"));
     m_spinner->setAccessibleName(QStringLiteral("Проверка подключения"));
     m_title->setObjectName(QStringLiteral("deviceTitle"));
     m_detail->setObjectName(QStringLiteral("deviceDetail"));
-    m_detail->setWordWrap(true);
 
     auto *card = new StudioCard;
     auto *stack = card->contentLayout();

@@ -49,10 +49,9 @@ RestoreConfirmationSheet::RestoreConfirmationSheet(StudioModel *model, DeviceMon
     texts->addWidget(ScreenLabels::label(QStringLiteral("Подтверждение восстановления"),
                                          Theme::font(20, QFont::Bold, Theme::FontDesign::rounded),
                                          Theme::textPrimary()));
-    auto *warning =
-        ScreenLabels::label(QStringLiteral("Все данные на часах будут удалены без возможности отмены."),
-                            Theme::font(12), Theme::textSecondary());
-    warning->setWordWrap(true);
+    auto *warning = ScreenLabels::wrappingLabel(
+        QStringLiteral("Все данные на часах будут удалены без возможности отмены."), Theme::font(12),
+        Theme::textSecondary());
     texts->addWidget(warning);
     auto *titleRow = new QHBoxLayout;
     titleRow->setSpacing(titleRowSpacing);

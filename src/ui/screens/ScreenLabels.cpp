@@ -4,6 +4,7 @@
 #include "ui/StudioButton.h"
 #include "ui/SymbolLabel.h"
 #include "ui/Theme.h"
+#include "ui/WrappingLabel.h"
 
 #include <QLabel>
 #include <QScrollArea>
@@ -12,16 +13,26 @@ namespace {
 
 constexpr int cardHeadingSize = 15;
 
+QLabel *styled(QLabel *label, const QFont &font, const QColor &color)
+{
+    label->setFont(font);
+    // Inside a button a label would otherwise inherit the button's roles and draw in ButtonText.
+    label->setForegroundRole(QPalette::WindowText);
+    ScreenLabels::setColor(label, color);
+    return label;
+}
+
 } // namespace
 
 QLabel *ScreenLabels::label(const QString &text, const QFont &font, const QColor &color, QWidget *parent)
 {
-    auto *label = new QLabel(text, parent);
-    label->setFont(font);
-    // Inside a button a label would otherwise inherit the button's roles and draw in ButtonText.
-    label->setForegroundRole(QPalette::WindowText);
-    setColor(label, color);
-    return label;
+    return styled(new QLabel(text, parent), font, color);
+}
+
+QLabel *ScreenLabels::wrappingLabel(const QString &text, const QFont &font, const QColor &color,
+                                    QWidget *parent)
+{
+    return styled(new WrappingLabel(text, parent), font, color);
 }
 
 void ScreenLabels::setColor(QLabel *label, const QColor &color)

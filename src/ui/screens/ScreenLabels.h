@@ -13,6 +13,8 @@ class QWidget;
 namespace ScreenLabels {
 
 QLabel *label(const QString &text, const QFont &font, const QColor &color, QWidget *parent = nullptr);
+// The same, for a text that wraps its words onto as many lines as it needs.
+QLabel *wrappingLabel(const QString &text, const QFont &font, const QColor &color, QWidget *parent = nullptr);
 void setColor(QLabel *label, const QColor &color);
 // A card heading: symbol and text at 15 semibold.
 QWidget *cardHeading(const QString &symbol, const QString &text, QWidget *parent = nullptr);

@@ -41,8 +41,7 @@ StudioAlert::StudioAlert(const QString &title, const QString &message, const QSt
     texts->setSpacing(titleSpacing);
     texts->addWidget(ScreenLabels::label(title, Theme::font(20, QFont::Bold, Theme::FontDesign::rounded),
                                          Theme::textPrimary()));
-    QLabel *messageLabel = ScreenLabels::label(message, Theme::font(12), Theme::textSecondary());
-    messageLabel->setWordWrap(true);
+    QLabel *messageLabel = ScreenLabels::wrappingLabel(message, Theme::font(12), Theme::textSecondary());
     texts->addWidget(messageLabel);
 
     auto *titleRow = new QHBoxLayout;

@@ -134,6 +134,9 @@ ProcessFigures measure(const QString &executable, int idleSeconds, const QString
         environment.insert(QString::fromLatin1(variable), home.path() + u'/' + QString::fromLatin1(variable));
     environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), home.path());
 
+    // The kernel tears the previous start's network namespace down in the background, and a new
+    // one waits for that: without a pause a start can take tens of milliseconds longer.
+    QTest::qWait(1000);
     QProcess process;
     process.setProcessEnvironment(environment);
     QByteArray errors;
@@ -150,9 +153,6 @@ ProcessFigures measure(const QString &executable, int idleSeconds, const QString
         }
     });
     QTimer::singleShot(20000, &untilFramed, &QEventLoop::quit);
-    // The kernel tears the previous start's network namespace down in the background, and a new
-    // one waits for that: without a pause a start can take tens of milliseconds longer.
-    QTest::qWait(1000);
     clock.start();
     if (canIsolateNetwork())
         process.start(QStringLiteral("unshare"), QStringList{QStringLiteral("-rn"), executable} + arguments);

@@ -40,12 +40,9 @@ const QStringList &standardFamilies()
 // would be loaded a second time: the embedded face is added before the first family is chosen.
 void addEmbeddedFaces()
 {
-    static const bool added = [] {
-        QFontDatabase::addApplicationFontFromData(
-            embeddedFont(QStringLiteral(":/fonts/Manrope-ExtraBold.ttf")));
-        return true;
-    }();
-    Q_UNUSED(added)
+    static const int manrope = QFontDatabase::addApplicationFontFromData(
+        embeddedFont(QStringLiteral(":/fonts/Manrope-ExtraBold.ttf")));
+    Q_UNUSED(manrope)
 }
 
 // The platform's rounded face where it is installed under that name; otherwise the embedded
